@@ -1,0 +1,84 @@
+// The eight error reporters (single/double, real/complex, contiguous/strided)
+// as one template over the element type.
+#include "error_report.h"
+
+#include <cstring>
+
+#include "thread_state.h"
+
+namespace qor::vm {
+namespace {
+
+constexpr int kMaxNameLength = 47;
+
+// Real and imaginary parts of an element, widened to double.
+inline void widen(float x, double& re, double&) { re = x; }
+inline void widen(double x, double& re, double&) { re = x; }
+inline void widen(const qor_complex8& x, double& re, double& im) { re = x.re; im = x.im; }
+inline void widen(const qor_complex16& x, double& re, double& im) { re = x.re; im = x.im; }
+
+inline void narrow(double re, double, float& x) { x = static_cast<float>(re); }
+inline void narrow(double re, double, double& x) { x = re; }
+inline void narrow(double re, double im, qor_complex8& x) { x.re = static_cast<float>(re); x.im = static_cast<float>(im); }
+inline void narrow(double re, double im, qor_complex16& x) { x.re = re; x.im = im; }
+
+}  // namespace
+
+template <class T>
+void report_strided(int code, int index, const T* a, int inca, const T* b, int incb, T* r1, int incr1, T* r2,
+                    int incr2, const char* name) {
+    ThreadState* state = thread_state();
+    uint32_t mode = current_mode();
+    uint32_t errmode = mode & QOR_VM_ERRMODE_MASK;
+    if (errmode == QOR_VM_ERRMODE_NOERR) return;
+    state->status = code;
+    if (errmode == QOR_VM_ERRMODE_IGNORE) return;
+
+    qor_vm_error_record rec{};
+    rec.code = code;
+    rec.index = index;
+    if (state->base) {
+        auto distance = reinterpret_cast<const char*>(a) - static_cast<const char*>(state->base);
+        rec.index += static_cast<int32_t>(distance / static_cast<std::ptrdiff_t>(sizeof(T)));
+    }
+    int len = 0;
+    while (len < kMaxNameLength && name[len]) {
+        rec.name[len] = name[len];
+        ++len;
+    }
+    rec.name[len] = '\0';
+    rec.name_length = len;
+
+    const bool has_values = code != QOR_VM_STATUS_BADARG && code != QOR_VM_STATUS_BADMEM;
+    const std::ptrdiff_t i = index;
+    if (has_values) {
+        widen(a[i * inca], rec.arg1, rec.arg1_im);
+        widen(b[i * incb], rec.arg2, rec.arg2_im);
+        widen(r1[i * incr1], rec.res1, rec.res1_im);
+        widen(r2[i * incr2], rec.res2, rec.res2_im);
+    }
+    if ((mode & QOR_VM_ERRMODE_CALLBACK) && state->callback) {
+        if (state->callback(&rec) != 0) return;
+    }
+    if (mode & 0x2F00) run_default_actions(rec, mode);
+    if (has_values) {
+        narrow(rec.res1, rec.res1_im, r1[i * incr1]);
+        narrow(rec.res2, rec.res2_im, r2[i * incr2]);
+    }
+}
+
+template <class T>
+void report(int code, int index, const T* a, const T* b, T* r1, T* r2, const char* name) {
+    report_strided(code, index, a, 1, b, 1, r1, 1, r2, 1, name);
+}
+
+#define QOR_INSTANTIATE_REPORTERS(T)                                                            \
+    template void report<T>(int, int, const T*, const T*, T*, T*, const char*);              \
+    template void report_strided<T>(int, int, const T*, int, const T*, int, T*, int, T*, int, \
+                                    const char*);
+QOR_INSTANTIATE_REPORTERS(float)
+QOR_INSTANTIATE_REPORTERS(double)
+QOR_INSTANTIATE_REPORTERS(qor_complex8)
+QOR_INSTANTIATE_REPORTERS(qor_complex16)
+
+}  // namespace qor::vm

@@ -1,0 +1,243 @@
+// The element-wise loop shared by the real kernels.  A kernel is an Op:
+//
+//   struct Op {
+//       using T = float or double;
+//       static constexpr bool reads_mode;    // false: never flush to zero
+//       V operator()(V a[, V b]) const;      // vector path, every element
+//       V special(V a, [V b,] V r) const;    // lanes for the scalar routine
+//       int fix(T a, [T b,] T& r) const;     // scalar routine: result, code
+//   };
+//
+// The loop applies the floating-point protocol, runs blocks of four vectors
+// with one screen per block, and sends each marked element, in increasing
+// index order, to the scalar routine and, when it returns a non-zero code,
+// to the reporter.  Arrays are reached through Contig or Strided views so
+// that one loop serves both forms.
+#pragma once
+
+#include <cstddef>
+
+#include "../frame/error_report.h"
+#include "../frame/fp_env.h"
+#include "../frame/thread_state.h"
+#include "simd.h"
+
+namespace qor::vm {
+
+using std::ptrdiff_t;
+
+template <class T>
+struct Contig {
+    using S = simd::Simd<T>;
+    T* p;
+    explicit Contig(const T* q) : p(const_cast<T*>(q)) {}
+    static constexpr ptrdiff_t inc = 1;
+    T& at(ptrdiff_t i) const { return p[i]; }
+    typename S::V load(ptrdiff_t i) const { return S::load(p + i); }
+    void store(ptrdiff_t i, typename S::V x) const { S::store(p + i, x); }
+};
+
+template <class T>
+struct Strided {
+    using S = simd::Simd<T>;
+    T* p;
+    ptrdiff_t inc;
+    Strided(const T* q, int step) : p(const_cast<T*>(q)), inc(step) {}
+    T& at(ptrdiff_t i) const { return p[i * inc]; }
+    typename S::V load(ptrdiff_t i) const { return S::gather(p + i * inc, inc); }
+    void store(ptrdiff_t i, typename S::V x) const { S::scatter(p + i * inc, inc, x); }
+};
+
+template <class Op>
+uint32_t kernel_mxcsr() {
+    return Op::reads_mode ? wanted_mxcsr(current_mode()) : kMxcsrPlain;
+}
+
+// Copies the last count < lanes elements into a full vector, padding with
+// the first of them so that padding raises no flag of its own.
+template <class T, class View>
+typename simd::Simd<T>::V load_partial(const View& v, ptrdiff_t i, int count) {
+    alignas(16) T t[simd::Simd<T>::lanes];
+    for (int k = 0; k < simd::Simd<T>::lanes; ++k) t[k] = v.at(i + (k < count ? k : 0));
+    return simd::Simd<T>::load(t);
+}
+
+template <class T, class View>
+void store_partial(const View& v, ptrdiff_t i, int count, typename simd::Simd<T>::V x) {
+    alignas(16) T t[simd::Simd<T>::lanes];
+    simd::Simd<T>::store(t, x);
+    for (int k = 0; k < count; ++k) v.at(i + k) = t[k];
+}
+
+// ---- one argument, one result ---------------------------------------------
+template <class Op, class A, class R>
+void fix_unary(const Op& op, ptrdiff_t i, unsigned bits, const A& a, const R& r, const char* name) {
+    using T = typename Op::T;
+    for (; bits; bits &= bits - 1) {
+        ptrdiff_t j = i + __builtin_ctz(bits);
+        T res = r.at(j);
+        int code = op.fix(a.at(j), res);
+        r.at(j) = res;
+        if (code) report_strided<T>(code, int(j), a.p, int(a.inc), a.p, int(a.inc), r.p, int(r.inc), r.p, int(r.inc), name);
+    }
+}
+
+template <class Op, class A, class R>
+void run_unary(const Op& op, int n, const A& a, const R& r, const char* name) {
+    using T = typename Op::T;
+    using S = simd::Simd<T>;
+    using V = typename S::V;
+    constexpr int L = S::lanes;
+    FpEnvironment env(kernel_mxcsr<Op>());
+    ptrdiff_t i = 0;
+    for (; i + 4 * L <= n; i += 4 * L) {
+        V x0 = a.load(i), x1 = a.load(i + L), x2 = a.load(i + 2 * L), x3 = a.load(i + 3 * L);
+        V y0 = op(x0), y1 = op(x1), y2 = op(x2), y3 = op(x3);
+        r.store(i, y0);
+        r.store(i + L, y1);
+        r.store(i + 2 * L, y2);
+        r.store(i + 3 * L, y3);
+        V m = S::bit_or(S::bit_or(op.special(x0, y0), op.special(x1, y1)),
+                        S::bit_or(op.special(x2, y2), op.special(x3, y3)));
+        if (S::movemask(m)) {
+            unsigned bits = S::movemask(op.special(x0, y0)) | S::movemask(op.special(x1, y1)) << L |
+                            S::movemask(op.special(x2, y2)) << 2 * L | S::movemask(op.special(x3, y3)) << 3 * L;
+            fix_unary(op, i, bits, a, r, name);
+        }
+    }
+    for (; i < n; i += L) {
+        int count = n - i < L ? int(n - i) : L;
+        V x = count == L ? a.load(i) : load_partial<T>(a, i, count);
+        V y = op(x);
+        if (count == L) r.store(i, y); else store_partial<T>(r, i, count, y);
+        unsigned bits = S::movemask(op.special(x, y)) & ((1u << count) - 1);
+        if (bits) fix_unary(op, i, bits, a, r, name);
+    }
+}
+
+// ---- two arguments, one result --------------------------------------------
+template <class Op, class A, class B, class R>
+void fix_binary(const Op& op, ptrdiff_t i, unsigned bits, const A& a, const B& b, const R& r, const char* name) {
+    using T = typename Op::T;
+    for (; bits; bits &= bits - 1) {
+        ptrdiff_t j = i + __builtin_ctz(bits);
+        T res = r.at(j);
+        int code = op.fix(a.at(j), b.at(j), res);
+        r.at(j) = res;
+        if (code) report_strided<T>(code, int(j), a.p, int(a.inc), b.p, int(b.inc), r.p, int(r.inc), r.p, int(r.inc), name);
+    }
+}
+
+template <class Op, class A, class B, class R>
+void run_binary(const Op& op, int n, const A& a, const B& b, const R& r, const char* name) {
+    using T = typename Op::T;
+    using S = simd::Simd<T>;
+    using V = typename S::V;
+    constexpr int L = S::lanes;
+    FpEnvironment env(kernel_mxcsr<Op>());
+    ptrdiff_t i = 0;
+    for (; i + 4 * L <= n; i += 4 * L) {
+        V x0 = a.load(i), x1 = a.load(i + L), x2 = a.load(i + 2 * L), x3 = a.load(i + 3 * L);
+        V z0 = b.load(i), z1 = b.load(i + L), z2 = b.load(i + 2 * L), z3 = b.load(i + 3 * L);
+        V y0 = op(x0, z0), y1 = op(x1, z1), y2 = op(x2, z2), y3 = op(x3, z3);
+        r.store(i, y0);
+        r.store(i + L, y1);
+        r.store(i + 2 * L, y2);
+        r.store(i + 3 * L, y3);
+        V m0 = op.special(x0, z0, y0), m1 = op.special(x1, z1, y1);
+        V m2 = op.special(x2, z2, y2), m3 = op.special(x3, z3, y3);
+        if (S::movemask(S::bit_or(S::bit_or(m0, m1), S::bit_or(m2, m3)))) {
+            unsigned bits = S::movemask(m0) | S::movemask(m1) << L | S::movemask(m2) << 2 * L |
+                            S::movemask(m3) << 3 * L;
+            fix_binary(op, i, bits, a, b, r, name);
+        }
+    }
+    for (; i < n; i += L) {
+        int count = n - i < L ? int(n - i) : L;
+        V x = count == L ? a.load(i) : load_partial<T>(a, i, count);
+        V z = count == L ? b.load(i) : load_partial<T>(b, i, count);
+        V y = op(x, z);
+        if (count == L) r.store(i, y); else store_partial<T>(r, i, count, y);
+        unsigned bits = S::movemask(op.special(x, z, y)) & ((1u << count) - 1);
+        if (bits) fix_binary(op, i, bits, a, b, r, name);
+    }
+}
+
+// ---- one argument, two results --------------------------------------------
+template <class Op, class A, class R1, class R2>
+void run_unary2(const Op& op, int n, const A& a, const R1& r1, const R2& r2, const char* name) {
+    using T = typename Op::T;
+    using S = simd::Simd<T>;
+    using V = typename S::V;
+    constexpr int L = S::lanes;
+    FpEnvironment env(kernel_mxcsr<Op>());
+    for (ptrdiff_t i = 0; i < n; i += L) {
+        int count = n - i < L ? int(n - i) : L;
+        V x = count == L ? a.load(i) : load_partial<T>(a, i, count);
+        V y1, y2;
+        op(x, y1, y2);
+        if (count == L) {
+            r1.store(i, y1);
+            r2.store(i, y2);
+        } else {
+            store_partial<T>(r1, i, count, y1);
+            store_partial<T>(r2, i, count, y2);
+        }
+        for (unsigned bits = S::movemask(op.special(x, y1, y2)) & ((1u << count) - 1); bits; bits &= bits - 1) {
+            ptrdiff_t j = i + __builtin_ctz(bits);
+            T res1 = r1.at(j), res2 = r2.at(j);
+            int code = op.fix(a.at(j), res1, res2);
+            r1.at(j) = res1;
+            r2.at(j) = res2;
+            if (code)
+                report_strided<T>(code, int(j), a.p, int(a.inc), a.p, int(a.inc), r1.p, int(r1.inc), r2.p,
+                                  int(r2.inc), name);
+        }
+    }
+}
+
+}  // namespace qor::vm
+
+// Kernel definitions for the rows of one function: the contiguous kernel and
+// the strided one, which takes the contiguous loop when every increment is 1.
+#define QOR_VM_UNARY_KERNELS(p, Fn, slot, T, op)                                                        \
+    QOR_EXTERN_C void qor_vmk_##p##Fn##_##slot(int n, const T* a, T* r) {                               \
+        qor::vm::run_unary(op, n, qor::vm::Contig<T>(a), qor::vm::Contig<T>(r), "v" #p #Fn);           \
+    }                                                                                                   \
+    QOR_EXTERN_C void qor_vmk_##p##Fn##I_##slot(int n, const T* a, int inca, T* r, int incr) {          \
+        if (inca == 1 && incr == 1)                                                                     \
+            qor::vm::run_unary(op, n, qor::vm::Contig<T>(a), qor::vm::Contig<T>(r), "v" #p #Fn "I");   \
+        else                                                                                            \
+            qor::vm::run_unary(op, n, qor::vm::Strided<T>(a, inca), qor::vm::Strided<T>(r, incr),      \
+                               "v" #p #Fn "I");                                                         \
+    }
+
+#define QOR_VM_BINARY_KERNELS(p, Fn, slot, T, op)                                                       \
+    QOR_EXTERN_C void qor_vmk_##p##Fn##_##slot(int n, const T* a, const T* b, T* r) {                   \
+        qor::vm::run_binary(op, n, qor::vm::Contig<T>(a), qor::vm::Contig<T>(b), qor::vm::Contig<T>(r), \
+                            "v" #p #Fn);                                                                \
+    }                                                                                                   \
+    QOR_EXTERN_C void qor_vmk_##p##Fn##I_##slot(int n, const T* a, int inca, const T* b, int incb, T* r, \
+                                                int incr) {                                             \
+        if (inca == 1 && incb == 1 && incr == 1)                                                        \
+            qor::vm::run_binary(op, n, qor::vm::Contig<T>(a), qor::vm::Contig<T>(b),                    \
+                                qor::vm::Contig<T>(r), "v" #p #Fn "I");                                 \
+        else                                                                                            \
+            qor::vm::run_binary(op, n, qor::vm::Strided<T>(a, inca), qor::vm::Strided<T>(b, incb),      \
+                                qor::vm::Strided<T>(r, incr), "v" #p #Fn "I");                          \
+    }
+
+#define QOR_VM_UNARY2_KERNELS(p, Fn, slot, T, op)                                                       \
+    QOR_EXTERN_C void qor_vmk_##p##Fn##_##slot(int n, const T* a, T* r1, T* r2) {                       \
+        qor::vm::run_unary2(op, n, qor::vm::Contig<T>(a), qor::vm::Contig<T>(r1), qor::vm::Contig<T>(r2), \
+                            "v" #p #Fn);                                                                \
+    }                                                                                                   \
+    QOR_EXTERN_C void qor_vmk_##p##Fn##I_##slot(int n, const T* a, int inca, T* r1, int incr1, T* r2,    \
+                                                int incr2) {                                            \
+        if (inca == 1 && incr1 == 1 && incr2 == 1)                                                      \
+            qor::vm::run_unary2(op, n, qor::vm::Contig<T>(a), qor::vm::Contig<T>(r1),                   \
+                                qor::vm::Contig<T>(r2), "v" #p #Fn "I");                                \
+        else                                                                                            \
+            qor::vm::run_unary2(op, n, qor::vm::Strided<T>(a, inca), qor::vm::Strided<T>(r1, incr1),    \
+                                qor::vm::Strided<T>(r2, incr2), "v" #p #Fn "I");                        \
+    }

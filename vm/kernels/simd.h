@@ -1,0 +1,177 @@
+// The vector abstraction of the kernels: SSE4.2 registers under names that
+// spell their types (vd: 2 doubles, vf: 4 floats, vm: a lane mask of either,
+// vi: 4 int32, vl: 2 int64), and Simd<T>, which maps one kernel source
+// written over T to the helpers of T.  Another instruction set is added by
+// another header with the same names.
+#pragma once
+
+#include <nmmintrin.h>
+#include <smmintrin.h>
+
+#include <cstdint>
+#include <cstring>
+
+namespace qor::simd {
+
+using vd = __m128d;
+using vf = __m128;
+using vi = __m128i;
+
+// ---- double ----------------------------------------------------------------
+static inline vd vload_vd_p(const double* p) { return _mm_loadu_pd(p); }
+static inline void vstore_p_vd(double* p, vd x) { _mm_storeu_pd(p, x); }
+static inline vd vset1_vd_d(double x) { return _mm_set1_pd(x); }
+static inline vd vgather_vd_p_i(const double* p, std::ptrdiff_t inc) { return _mm_set_pd(p[inc], p[0]); }
+static inline void vscatter_p_i_vd(double* p, std::ptrdiff_t inc, vd x) {
+    _mm_storel_pd(p, x);
+    _mm_storeh_pd(p + inc, x);
+}
+static inline vd vadd_vd_vd_vd(vd x, vd y) { return _mm_add_pd(x, y); }
+static inline vd vsub_vd_vd_vd(vd x, vd y) { return _mm_sub_pd(x, y); }
+static inline vd vmul_vd_vd_vd(vd x, vd y) { return _mm_mul_pd(x, y); }
+static inline vd vdiv_vd_vd_vd(vd x, vd y) { return _mm_div_pd(x, y); }
+static inline vd vsqrt_vd_vd(vd x) { return _mm_sqrt_pd(x); }
+static inline vd vmax_vd_vd_vd(vd x, vd y) { return _mm_max_pd(x, y); }
+static inline vd vmin_vd_vd_vd(vd x, vd y) { return _mm_min_pd(x, y); }
+static inline vd vand_vd_vd_vd(vd x, vd y) { return _mm_and_pd(x, y); }
+static inline vd vandnot_vd_vd_vd(vd x, vd y) { return _mm_andnot_pd(x, y); }  // ~x & y
+static inline vd vor_vd_vd_vd(vd x, vd y) { return _mm_or_pd(x, y); }
+static inline vd vxor_vd_vd_vd(vd x, vd y) { return _mm_xor_pd(x, y); }
+static inline vd vsel_vd_vd_vd_vd(vd m, vd x, vd y) { return _mm_blendv_pd(y, x, m); }  // m ? x : y
+static inline vd vsignmask_vd() { return _mm_set1_pd(-0.0); }
+static inline vd vabs_vd_vd(vd x) { return _mm_andnot_pd(vsignmask_vd(), x); }
+static inline vd vneg_vd_vd(vd x) { return _mm_xor_pd(vsignmask_vd(), x); }
+static inline vd vcopysign_vd_vd_vd(vd mag, vd sgn) {
+    return _mm_or_pd(_mm_andnot_pd(vsignmask_vd(), mag), _mm_and_pd(vsignmask_vd(), sgn));
+}
+static inline vd veq_vd_vd_vd(vd x, vd y) { return _mm_cmpeq_pd(x, y); }
+static inline vd vneq_vd_vd_vd(vd x, vd y) { return _mm_cmpneq_pd(x, y); }
+static inline vd vlt_vd_vd_vd(vd x, vd y) { return _mm_cmplt_pd(x, y); }
+static inline vd vle_vd_vd_vd(vd x, vd y) { return _mm_cmple_pd(x, y); }
+static inline vd vgt_vd_vd_vd(vd x, vd y) { return _mm_cmpgt_pd(x, y); }
+static inline vd vge_vd_vd_vd(vd x, vd y) { return _mm_cmpge_pd(x, y); }
+static inline vd vnge_vd_vd_vd(vd x, vd y) { return _mm_cmpnge_pd(x, y); }  // !(x >= y), true on NaN
+static inline vd visnan_vd_vd(vd x) { return _mm_cmpunord_pd(x, x); }
+static inline vd vinf_vd() { return _mm_set1_pd(__builtin_inf()); }
+// True for infinities and NaN.
+static inline vd visnonfinite_vd_vd(vd x) { return _mm_cmpnlt_pd(vabs_vd_vd(x), vinf_vd()); }
+static inline vd vfloor_vd_vd(vd x) { return _mm_round_pd(x, _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC); }
+static inline vd vceil_vd_vd(vd x) { return _mm_round_pd(x, _MM_FROUND_TO_POS_INF | _MM_FROUND_NO_EXC); }
+static inline vd vtrunc_vd_vd(vd x) { return _mm_round_pd(x, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC); }
+static inline vd vrint_vd_vd(vd x) { return _mm_round_pd(x, _MM_FROUND_CUR_DIRECTION); }
+static inline vd vnearbyint_vd_vd(vd x) { return _mm_round_pd(x, _MM_FROUND_CUR_DIRECTION | _MM_FROUND_NO_EXC); }
+static inline int vmovemask_i_vd(vd m) { return _mm_movemask_pd(m); }
+static inline vi vcast_vi_vd(vd x) { return _mm_castpd_si128(x); }
+static inline vd vcast_vd_vi(vi x) { return _mm_castsi128_pd(x); }
+
+// ---- float -----------------------------------------------------------------
+static inline vf vload_vf_p(const float* p) { return _mm_loadu_ps(p); }
+static inline void vstore_p_vf(float* p, vf x) { _mm_storeu_ps(p, x); }
+static inline vf vset1_vf_f(float x) { return _mm_set1_ps(x); }
+static inline vf vgather_vf_p_i(const float* p, std::ptrdiff_t inc) {
+    return _mm_set_ps(p[3 * inc], p[2 * inc], p[inc], p[0]);
+}
+static inline void vscatter_p_i_vf(float* p, std::ptrdiff_t inc, vf x) {
+    alignas(16) float t[4];
+    _mm_store_ps(t, x);
+    p[0] = t[0];
+    p[inc] = t[1];
+    p[2 * inc] = t[2];
+    p[3 * inc] = t[3];
+}
+static inline vf vadd_vf_vf_vf(vf x, vf y) { return _mm_add_ps(x, y); }
+static inline vf vsub_vf_vf_vf(vf x, vf y) { return _mm_sub_ps(x, y); }
+static inline vf vmul_vf_vf_vf(vf x, vf y) { return _mm_mul_ps(x, y); }
+static inline vf vdiv_vf_vf_vf(vf x, vf y) { return _mm_div_ps(x, y); }
+static inline vf vsqrt_vf_vf(vf x) { return _mm_sqrt_ps(x); }
+static inline vf vmax_vf_vf_vf(vf x, vf y) { return _mm_max_ps(x, y); }
+static inline vf vmin_vf_vf_vf(vf x, vf y) { return _mm_min_ps(x, y); }
+static inline vf vand_vf_vf_vf(vf x, vf y) { return _mm_and_ps(x, y); }
+static inline vf vandnot_vf_vf_vf(vf x, vf y) { return _mm_andnot_ps(x, y); }
+static inline vf vor_vf_vf_vf(vf x, vf y) { return _mm_or_ps(x, y); }
+static inline vf vxor_vf_vf_vf(vf x, vf y) { return _mm_xor_ps(x, y); }
+static inline vf vsel_vf_vf_vf_vf(vf m, vf x, vf y) { return _mm_blendv_ps(y, x, m); }
+static inline vf vsignmask_vf() { return _mm_set1_ps(-0.0f); }
+static inline vf vabs_vf_vf(vf x) { return _mm_andnot_ps(vsignmask_vf(), x); }
+static inline vf vneg_vf_vf(vf x) { return _mm_xor_ps(vsignmask_vf(), x); }
+static inline vf vcopysign_vf_vf_vf(vf mag, vf sgn) {
+    return _mm_or_ps(_mm_andnot_ps(vsignmask_vf(), mag), _mm_and_ps(vsignmask_vf(), sgn));
+}
+static inline vf veq_vf_vf_vf(vf x, vf y) { return _mm_cmpeq_ps(x, y); }
+static inline vf vneq_vf_vf_vf(vf x, vf y) { return _mm_cmpneq_ps(x, y); }
+static inline vf vlt_vf_vf_vf(vf x, vf y) { return _mm_cmplt_ps(x, y); }
+static inline vf vle_vf_vf_vf(vf x, vf y) { return _mm_cmple_ps(x, y); }
+static inline vf vgt_vf_vf_vf(vf x, vf y) { return _mm_cmpgt_ps(x, y); }
+static inline vf vge_vf_vf_vf(vf x, vf y) { return _mm_cmpge_ps(x, y); }
+static inline vf vnge_vf_vf_vf(vf x, vf y) { return _mm_cmpnge_ps(x, y); }
+static inline vf visnan_vf_vf(vf x) { return _mm_cmpunord_ps(x, x); }
+static inline vf vinf_vf() { return _mm_set1_ps(__builtin_inff()); }
+static inline vf visnonfinite_vf_vf(vf x) { return _mm_cmpnlt_ps(vabs_vf_vf(x), vinf_vf()); }
+static inline vf vfloor_vf_vf(vf x) { return _mm_round_ps(x, _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC); }
+static inline vf vceil_vf_vf(vf x) { return _mm_round_ps(x, _MM_FROUND_TO_POS_INF | _MM_FROUND_NO_EXC); }
+static inline vf vtrunc_vf_vf(vf x) { return _mm_round_ps(x, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC); }
+static inline vf vrint_vf_vf(vf x) { return _mm_round_ps(x, _MM_FROUND_CUR_DIRECTION); }
+static inline vf vnearbyint_vf_vf(vf x) { return _mm_round_ps(x, _MM_FROUND_CUR_DIRECTION | _MM_FROUND_NO_EXC); }
+static inline int vmovemask_i_vf(vf m) { return _mm_movemask_ps(m); }
+static inline vi vcast_vi_vf(vf x) { return _mm_castps_si128(x); }
+static inline vf vcast_vf_vi(vi x) { return _mm_castsi128_ps(x); }
+
+// ---- one kernel source over float and double --------------------------------
+template <class T> struct Simd;
+
+#define QOR_SIMD_COMMON(t, s)                                                         \
+    static constexpr auto load = vload_v##t##_p;                                       \
+    static constexpr auto store = vstore_p_v##t;                                       \
+    static constexpr auto set1 = vset1_v##t##_##s;                                     \
+    static constexpr auto gather = vgather_v##t##_p_i;                                 \
+    static constexpr auto scatter = vscatter_p_i_v##t;                                 \
+    static constexpr auto add = vadd_v##t##_v##t##_v##t;                               \
+    static constexpr auto sub = vsub_v##t##_v##t##_v##t;                               \
+    static constexpr auto mul = vmul_v##t##_v##t##_v##t;                               \
+    static constexpr auto div = vdiv_v##t##_v##t##_v##t;                               \
+    static constexpr auto sqrt = vsqrt_v##t##_v##t;                                    \
+    static constexpr auto max = vmax_v##t##_v##t##_v##t;                               \
+    static constexpr auto min = vmin_v##t##_v##t##_v##t;                               \
+    static constexpr auto bit_and = vand_v##t##_v##t##_v##t;                           \
+    static constexpr auto bit_andnot = vandnot_v##t##_v##t##_v##t;                     \
+    static constexpr auto bit_or = vor_v##t##_v##t##_v##t;                             \
+    static constexpr auto bit_xor = vxor_v##t##_v##t##_v##t;                           \
+    static constexpr auto select = vsel_v##t##_v##t##_v##t##_v##t;                     \
+    static constexpr auto abs = vabs_v##t##_v##t;                                      \
+    static constexpr auto neg = vneg_v##t##_v##t;                                      \
+    static constexpr auto copysign = vcopysign_v##t##_v##t##_v##t;                     \
+    static constexpr auto eq = veq_v##t##_v##t##_v##t;                                 \
+    static constexpr auto neq = vneq_v##t##_v##t##_v##t;                               \
+    static constexpr auto lt = vlt_v##t##_v##t##_v##t;                                 \
+    static constexpr auto le = vle_v##t##_v##t##_v##t;                                 \
+    static constexpr auto gt = vgt_v##t##_v##t##_v##t;                                 \
+    static constexpr auto ge = vge_v##t##_v##t##_v##t;                                 \
+    static constexpr auto nge = vnge_v##t##_v##t##_v##t;                               \
+    static constexpr auto isnan = visnan_v##t##_v##t;                                  \
+    static constexpr auto isnonfinite = visnonfinite_v##t##_v##t;                      \
+    static constexpr auto floor = vfloor_v##t##_v##t;                                  \
+    static constexpr auto ceil = vceil_v##t##_v##t;                                    \
+    static constexpr auto trunc = vtrunc_v##t##_v##t;                                  \
+    static constexpr auto rint = vrint_v##t##_v##t;                                    \
+    static constexpr auto nearbyint = vnearbyint_v##t##_v##t;                          \
+    static constexpr auto movemask = vmovemask_i_v##t;                                 \
+    static constexpr auto to_bits = vcast_vi_v##t;                                     \
+    static constexpr auto from_bits = vcast_v##t##_vi;
+
+template <> struct Simd<double> {
+    using T = double;
+    using V = vd;
+    static constexpr int lanes = 2;
+    QOR_SIMD_COMMON(d, d)
+};
+
+template <> struct Simd<float> {
+    using T = float;
+    using V = vf;
+    static constexpr int lanes = 4;
+    QOR_SIMD_COMMON(f, f)
+};
+
+#undef QOR_SIMD_COMMON
+
+}  // namespace qor::simd
