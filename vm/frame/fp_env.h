@@ -12,6 +12,14 @@
 
 namespace qor::vm {
 
+// MXCSR exception flags.
+constexpr uint32_t kFlagInvalid = 0x01;
+constexpr uint32_t kFlagDenormal = 0x02;
+constexpr uint32_t kFlagDivideByZero = 0x04;
+constexpr uint32_t kFlagOverflow = 0x08;
+constexpr uint32_t kFlagUnderflow = 0x10;
+constexpr uint32_t kFlagInexact = 0x20;
+
 constexpr uint32_t kMxcsrPlain = 0x1F80;       // all masked, nearest, no FTZ/DAZ
 constexpr uint32_t kMxcsrFlushToZero = 0x9FC0; // all masked, nearest, FTZ and DAZ
 
@@ -46,13 +54,28 @@ public:
     ~FpEnvironment() {
         asm volatile("" ::: "memory");
         if (x87_changed_) load_x87_control(x87_control_);
-        if (mxcsr_changed_) _mm_setcsr((_mm_getcsr() & 0x3F) | mxcsr_);
+        if (mxcsr_changed_) _mm_setcsr((_mm_getcsr() & 0x3F) | raised_ | mxcsr_);
+    }
+
+    // Exception flags raised since the start or the last clear.
+    static uint32_t flags() { return _mm_getcsr() & 0x3F; }
+
+    // Clears the exception flags when any of `watched` is raised, so that
+    // the next stretch of work can be judged by the flags it raises; the
+    // flags cleared are kept for the caller.
+    void clear_flags(uint32_t watched) {
+        uint32_t csr = _mm_getcsr();
+        if (!(csr & watched)) return;
+        raised_ |= csr & 0x3F;
+        _mm_setcsr(csr & ~0x3Fu);
+        mxcsr_changed_ = true;
     }
     FpEnvironment(const FpEnvironment&) = delete;
     FpEnvironment& operator=(const FpEnvironment&) = delete;
 
 private:
     uint32_t mxcsr_ = 0;
+    uint32_t raised_ = 0;
     uint16_t x87_control_ = 0;
     bool x87_changed_ = false;
     bool mxcsr_changed_ = false;

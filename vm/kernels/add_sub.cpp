@@ -14,6 +14,7 @@ struct AddOp {
     using S = simd::Simd<T>;
     using V = typename S::V;
     static constexpr bool reads_mode = true;
+    static constexpr uint32_t flag_screen = kFlagInvalid | kFlagOverflow;
     V operator()(V a, V b) const { return Subtract ? S::sub(a, b) : S::add(a, b); }
     V special(V, V, V r) const { return S::isnonfinite(r); }
     int fix(T a, T b, T& r) const { return ieee_code(a, b, r); }

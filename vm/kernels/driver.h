@@ -8,6 +8,12 @@
 //       int fix(T a, [T b,] T& r) const;     // scalar routine: result, code
 //   };
 //
+// An Op whose only exceptional results come from IEEE exceptions may also
+// declare `static constexpr uint32_t flag_screen` (MXCSR flag bits).  Then,
+// for contiguous arrays that do not overlap, the loop skips the per-block
+// screen and judges each chunk by the flags it raised, rescanning only a
+// chunk that raised one.
+//
 // The loop applies the floating-point protocol, runs blocks of four vectors
 // with one screen per block, and sends each marked element, in increasing
 // index order, to the scalar routine and, when it returns a non-zero code,
@@ -16,6 +22,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <type_traits>
 
 #include "../frame/error_report.h"
 #include "../frame/fp_env.h"
@@ -48,6 +56,21 @@ struct Strided {
     void store(ptrdiff_t i, typename S::V x) const { S::scatter(p + i * inc, inc, x); }
 };
 
+template <class T> struct IsContig : std::false_type {};
+template <class T> struct IsContig<Contig<T>> : std::true_type {};
+
+template <class Op>
+concept FlagScreened = requires { Op::flag_screen; };
+
+constexpr ptrdiff_t kFlagChunk = 512;
+
+template <class T>
+bool disjoint(const T* x, const T* y, ptrdiff_t n) {
+    auto px = reinterpret_cast<uintptr_t>(x), py = reinterpret_cast<uintptr_t>(y);
+    auto bytes = uintptr_t(n) * sizeof(T);
+    return px + bytes <= py || py + bytes <= px;
+}
+
 template <class Op>
 uint32_t kernel_mxcsr() {
     return Op::reads_mode ? wanted_mxcsr(current_mode()) : kMxcsrPlain;
@@ -56,14 +79,14 @@ uint32_t kernel_mxcsr() {
 // Copies the last count < lanes elements into a full vector, padding with
 // the first of them so that padding raises no flag of its own.
 template <class T, class View>
-typename simd::Simd<T>::V load_partial(const View& v, ptrdiff_t i, int count) {
+typename simd::Simd<T>::V load_partial(View v, ptrdiff_t i, int count) {
     alignas(16) T t[simd::Simd<T>::lanes];
     for (int k = 0; k < simd::Simd<T>::lanes; ++k) t[k] = v.at(i + (k < count ? k : 0));
     return simd::Simd<T>::load(t);
 }
 
 template <class T, class View>
-void store_partial(const View& v, ptrdiff_t i, int count, typename simd::Simd<T>::V x) {
+void store_partial(View v, ptrdiff_t i, int count, typename simd::Simd<T>::V x) {
     alignas(16) T t[simd::Simd<T>::lanes];
     simd::Simd<T>::store(t, x);
     for (int k = 0; k < count; ++k) v.at(i + k) = t[k];
@@ -71,7 +94,7 @@ void store_partial(const View& v, ptrdiff_t i, int count, typename simd::Simd<T>
 
 // ---- one argument, one result ---------------------------------------------
 template <class Op, class A, class R>
-void fix_unary(const Op& op, ptrdiff_t i, unsigned bits, const A& a, const R& r, const char* name) {
+void fix_unary(const Op& op, ptrdiff_t i, unsigned bits, A a, R r, const char* name) {
     using T = typename Op::T;
     for (; bits; bits &= bits - 1) {
         ptrdiff_t j = i + __builtin_ctz(bits);
@@ -83,13 +106,35 @@ void fix_unary(const Op& op, ptrdiff_t i, unsigned bits, const A& a, const R& r,
 }
 
 template <class Op, class A, class R>
-void run_unary(const Op& op, int n, const A& a, const R& r, const char* name) {
+void run_unary(const Op& op, int n, A a, R r, const char* name) {
     using T = typename Op::T;
     using S = simd::Simd<T>;
     using V = typename S::V;
     constexpr int L = S::lanes;
     FpEnvironment env(kernel_mxcsr<Op>());
     ptrdiff_t i = 0;
+    if constexpr (FlagScreened<Op> && IsContig<A>::value && IsContig<R>::value) {
+        if (disjoint(a.p, r.p, n)) {
+            const ptrdiff_t whole = n - n % (4 * L);
+            env.clear_flags(Op::flag_screen);
+            for (; i < whole; i += kFlagChunk) {
+                const ptrdiff_t end = i + kFlagChunk < whole ? i + kFlagChunk : whole;
+                for (ptrdiff_t j = i; j < end; j += 4 * L) {
+                    r.store(j, op(a.load(j)));
+                    r.store(j + L, op(a.load(j + L)));
+                    r.store(j + 2 * L, op(a.load(j + 2 * L)));
+                    r.store(j + 3 * L, op(a.load(j + 3 * L)));
+                }
+                if (env.flags() & Op::flag_screen) {
+                    for (ptrdiff_t j = i; j < end; j += L)
+                        if (unsigned bits = S::movemask(op.special(a.load(j), r.load(j))))
+                            fix_unary(op, j, bits, a, r, name);
+                    env.clear_flags(Op::flag_screen);
+                }
+            }
+            i = whole;
+        }
+    }
     for (; i + 4 * L <= n; i += 4 * L) {
         V x0 = a.load(i), x1 = a.load(i + L), x2 = a.load(i + 2 * L), x3 = a.load(i + 3 * L);
         V y0 = op(x0), y1 = op(x1), y2 = op(x2), y3 = op(x3);
@@ -117,7 +162,7 @@ void run_unary(const Op& op, int n, const A& a, const R& r, const char* name) {
 
 // ---- two arguments, one result --------------------------------------------
 template <class Op, class A, class B, class R>
-void fix_binary(const Op& op, ptrdiff_t i, unsigned bits, const A& a, const B& b, const R& r, const char* name) {
+void fix_binary(const Op& op, ptrdiff_t i, unsigned bits, A a, B b, R r, const char* name) {
     using T = typename Op::T;
     for (; bits; bits &= bits - 1) {
         ptrdiff_t j = i + __builtin_ctz(bits);
@@ -129,13 +174,35 @@ void fix_binary(const Op& op, ptrdiff_t i, unsigned bits, const A& a, const B& b
 }
 
 template <class Op, class A, class B, class R>
-void run_binary(const Op& op, int n, const A& a, const B& b, const R& r, const char* name) {
+void run_binary(const Op& op, int n, A a, B b, R r, const char* name) {
     using T = typename Op::T;
     using S = simd::Simd<T>;
     using V = typename S::V;
     constexpr int L = S::lanes;
     FpEnvironment env(kernel_mxcsr<Op>());
     ptrdiff_t i = 0;
+    if constexpr (FlagScreened<Op> && IsContig<A>::value && IsContig<B>::value && IsContig<R>::value) {
+        if (disjoint(a.p, r.p, n) && disjoint(b.p, r.p, n)) {
+            const ptrdiff_t whole = n - n % (4 * L);
+            env.clear_flags(Op::flag_screen);
+            for (; i < whole; i += kFlagChunk) {
+                const ptrdiff_t end = i + kFlagChunk < whole ? i + kFlagChunk : whole;
+                for (ptrdiff_t j = i; j < end; j += 4 * L) {
+                    r.store(j, op(a.load(j), b.load(j)));
+                    r.store(j + L, op(a.load(j + L), b.load(j + L)));
+                    r.store(j + 2 * L, op(a.load(j + 2 * L), b.load(j + 2 * L)));
+                    r.store(j + 3 * L, op(a.load(j + 3 * L), b.load(j + 3 * L)));
+                }
+                if (env.flags() & Op::flag_screen) {
+                    for (ptrdiff_t j = i; j < end; j += L)
+                        if (unsigned bits = S::movemask(op.special(a.load(j), b.load(j), r.load(j))))
+                            fix_binary(op, j, bits, a, b, r, name);
+                    env.clear_flags(Op::flag_screen);
+                }
+            }
+            i = whole;
+        }
+    }
     for (; i + 4 * L <= n; i += 4 * L) {
         V x0 = a.load(i), x1 = a.load(i + L), x2 = a.load(i + 2 * L), x3 = a.load(i + 3 * L);
         V z0 = b.load(i), z1 = b.load(i + L), z2 = b.load(i + 2 * L), z3 = b.load(i + 3 * L);
@@ -165,7 +232,7 @@ void run_binary(const Op& op, int n, const A& a, const B& b, const R& r, const c
 
 // ---- one argument, two results --------------------------------------------
 template <class Op, class A, class R1, class R2>
-void run_unary2(const Op& op, int n, const A& a, const R1& r1, const R2& r2, const char* name) {
+void run_unary2(const Op& op, int n, A a, R1 r1, R2 r2, const char* name) {
     using T = typename Op::T;
     using S = simd::Simd<T>;
     using V = typename S::V;

@@ -50,11 +50,16 @@ static inline vd vlt_vd_vd_vd(vd x, vd y) { return _mm_cmplt_pd(x, y); }
 static inline vd vle_vd_vd_vd(vd x, vd y) { return _mm_cmple_pd(x, y); }
 static inline vd vgt_vd_vd_vd(vd x, vd y) { return _mm_cmpgt_pd(x, y); }
 static inline vd vge_vd_vd_vd(vd x, vd y) { return _mm_cmpge_pd(x, y); }
+// Ordered comparisons (lt, le, gt, ge, nge) raise the invalid flag on a quiet
+// NaN; eq, neq and isnan do not.
 static inline vd vnge_vd_vd_vd(vd x, vd y) { return _mm_cmpnge_pd(x, y); }  // !(x >= y), true on NaN
 static inline vd visnan_vd_vd(vd x) { return _mm_cmpunord_pd(x, x); }
 static inline vd vinf_vd() { return _mm_set1_pd(__builtin_inf()); }
-// True for infinities and NaN.
-static inline vd visnonfinite_vd_vd(vd x) { return _mm_cmpnlt_pd(vabs_vd_vd(x), vinf_vd()); }
+// True for infinities and NaN; an integer compare, so quiet NaNs raise no flag.
+static inline vd visnonfinite_vd_vd(vd x) {
+    const vi exponent = _mm_set1_epi64x(0x7FF0000000000000);
+    return _mm_castsi128_pd(_mm_cmpeq_epi64(_mm_and_si128(_mm_castpd_si128(x), exponent), exponent));
+}
 static inline vd vfloor_vd_vd(vd x) { return _mm_round_pd(x, _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC); }
 static inline vd vceil_vd_vd(vd x) { return _mm_round_pd(x, _MM_FROUND_TO_POS_INF | _MM_FROUND_NO_EXC); }
 static inline vd vtrunc_vd_vd(vd x) { return _mm_round_pd(x, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC); }
@@ -106,7 +111,10 @@ static inline vf vge_vf_vf_vf(vf x, vf y) { return _mm_cmpge_ps(x, y); }
 static inline vf vnge_vf_vf_vf(vf x, vf y) { return _mm_cmpnge_ps(x, y); }
 static inline vf visnan_vf_vf(vf x) { return _mm_cmpunord_ps(x, x); }
 static inline vf vinf_vf() { return _mm_set1_ps(__builtin_inff()); }
-static inline vf visnonfinite_vf_vf(vf x) { return _mm_cmpnlt_ps(vabs_vf_vf(x), vinf_vf()); }
+static inline vf visnonfinite_vf_vf(vf x) {
+    const vi exponent = _mm_set1_epi32(0x7F800000);
+    return _mm_castsi128_ps(_mm_cmpeq_epi32(_mm_and_si128(_mm_castps_si128(x), exponent), exponent));
+}
 static inline vf vfloor_vf_vf(vf x) { return _mm_round_ps(x, _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC); }
 static inline vf vceil_vf_vf(vf x) { return _mm_round_ps(x, _MM_FROUND_TO_POS_INF | _MM_FROUND_NO_EXC); }
 static inline vf vtrunc_vf_vf(vf x) { return _mm_round_ps(x, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC); }

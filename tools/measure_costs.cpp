@@ -1,0 +1,212 @@
+// Measures the per-element cost of every built vector-math kernel (time-stamp
+// ticks per element at n = 1000, in cache, best of many runs) and writes the
+// figures into the cost columns of the row list.  Published costs and the
+// fixed cost of the pack/unpack kernels are kept as they stand.
+//
+//   measure_costs [path/to/vm_rows.def]   rewrite the file
+//   measure_costs --print                 print the table only
+#include <x86intrin.h>
+
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <map>
+#include <random>
+#include <regex>
+#include <set>
+#include <sstream>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "qor/qor_vm.h"
+
+namespace {
+
+constexpr int kN = 1000;
+constexpr int kRuns = 2000;
+
+// Rows whose costs are published and never re-measured.
+const std::set<std::string> kPublished = {
+    "dExp", "sExp", "dLn", "sLn", "dSin", "dAdd", "zAdd", "dTGamma", "cAcos", "zMul", "dExp2", "sExp2",
+    "dExp10", "sExp10", "dExpm1", "sExpm1", "dLog2", "sLog2", "dLog10", "sLog10", "dLog1p", "sLog1p",
+    "dLogb", "sLogb", "dExpInt1", "sExpInt1"};
+
+// Four arrays of each element type with inputs on every kernel's ordinary
+// path: positive, moderate values.  Room for a stride of 2.
+template <class T>
+T* buffer(int k) {
+    static std::vector<std::vector<T>> arrays = [] {
+        std::mt19937_64 gen(7);
+        std::uniform_real_distribution<double> dist(0.5, 2.0);
+        std::vector<std::vector<T>> a(4, std::vector<T>(2 * kN));
+        for (auto& v : a)
+            for (T& x : v) {
+                if constexpr (std::is_same_v<T, qor_complex8>)
+                    x = {float(dist(gen)), float(dist(gen))};
+                else if constexpr (std::is_same_v<T, qor_complex16>)
+                    x = {dist(gen), dist(gen)};
+                else
+                    x = T(dist(gen));
+            }
+        return a;
+    }();
+    return arrays[k].data();
+}
+
+template <class Call>
+double ticks_per_element(Call call) {
+    uint64_t best = ~uint64_t{0};
+    for (int run = 0; run < kRuns; ++run) {
+        unsigned aux;
+        _mm_lfence();
+        uint64_t t0 = __rdtsc();
+        _mm_lfence();
+        call();
+        uint64_t t1 = __rdtscp(&aux);
+        if (t1 - t0 < best) best = t1 - t0;
+    }
+    return double(best) / kN;
+}
+
+// One call of a kernel of each kind, on the shared buffers.
+#define QOR_T(p) QOR_VM_T_##p
+#define QOR_R(p) QOR_VM_R_##p
+template <class T, class R> struct Kinds {
+    static double unary(qor_vm_kernel k) {
+        auto f = reinterpret_cast<void (*)(int, const T*, T*)>(k);
+        return ticks_per_element([&] { f(kN, buffer<T>(0), buffer<T>(2)); });
+    }
+    static double unary_i(qor_vm_kernel k) {
+        auto f = reinterpret_cast<void (*)(int, const T*, int, T*, int)>(k);
+        return ticks_per_element([&] { f(kN, buffer<T>(0), 2, buffer<T>(2), 2); });
+    }
+    static double binary(qor_vm_kernel k) {
+        auto f = reinterpret_cast<void (*)(int, const T*, const T*, T*)>(k);
+        return ticks_per_element([&] { f(kN, buffer<T>(0), buffer<T>(1), buffer<T>(2)); });
+    }
+    static double binary_i(qor_vm_kernel k) {
+        auto f = reinterpret_cast<void (*)(int, const T*, int, const T*, int, T*, int)>(k);
+        return ticks_per_element([&] { f(kN, buffer<T>(0), 2, buffer<T>(1), 2, buffer<T>(2), 2); });
+    }
+    static double two_out(qor_vm_kernel k) {
+        auto f = reinterpret_cast<void (*)(int, const T*, T*, T*)>(k);
+        return ticks_per_element([&] { f(kN, buffer<T>(0), buffer<T>(2), buffer<T>(3)); });
+    }
+    static double two_out_i(qor_vm_kernel k) {
+        auto f = reinterpret_cast<void (*)(int, const T*, int, T*, int, T*, int)>(k);
+        return ticks_per_element([&] { f(kN, buffer<T>(0), 2, buffer<T>(2), 2, buffer<T>(3), 2); });
+    }
+    static double scalar(qor_vm_kernel k) {
+        auto f = reinterpret_cast<void (*)(int, const T*, T, T*)>(k);
+        T b = buffer<T>(1)[0];
+        return ticks_per_element([&] { f(kN, buffer<T>(0), b, buffer<T>(2)); });
+    }
+    static double scalar_i(qor_vm_kernel k) {
+        auto f = reinterpret_cast<void (*)(int, const T*, int, T, T*, int)>(k);
+        T b = buffer<T>(1)[0];
+        return ticks_per_element([&] { f(kN, buffer<T>(0), 2, b, buffer<T>(2), 2); });
+    }
+    static double linfrac(qor_vm_kernel k) {
+        auto f = reinterpret_cast<void (*)(int, const T*, const T*, T, T, T, T, T*)>(k);
+        return ticks_per_element(
+            [&] { f(kN, buffer<T>(0), buffer<T>(1), T(2), T(1), T(3), T(1), buffer<T>(2)); });
+    }
+    static double linfrac_i(qor_vm_kernel k) {
+        auto f = reinterpret_cast<void (*)(int, const T*, int, const T*, int, T, T, T, T, T*, int)>(k);
+        return ticks_per_element([&] {
+            f(kN, buffer<T>(0), 2, buffer<T>(1), 2, T(2), T(1), T(3), T(1), buffer<T>(2), 2);
+        });
+    }
+    static double c2r(qor_vm_kernel k) {
+        auto f = reinterpret_cast<void (*)(int, const T*, R*)>(k);
+        return ticks_per_element([&] { f(kN, buffer<T>(0), buffer<R>(2)); });
+    }
+    static double c2r_i(qor_vm_kernel k) {
+        auto f = reinterpret_cast<void (*)(int, const T*, int, R*, int)>(k);
+        return ticks_per_element([&] { f(kN, buffer<T>(0), 2, buffer<R>(2), 2); });
+    }
+    static double r2c(qor_vm_kernel k) {
+        auto f = reinterpret_cast<void (*)(int, const R*, T*)>(k);
+        return ticks_per_element([&] { f(kN, buffer<R>(0), buffer<T>(2)); });
+    }
+    static double r2c_i(qor_vm_kernel k) {
+        auto f = reinterpret_cast<void (*)(int, const R*, int, T*, int)>(k);
+        return ticks_per_element([&] { f(kN, buffer<R>(0), 2, buffer<T>(2), 2); });
+    }
+    static double pack(qor_vm_kernel) { return 1111.0; }
+    static double pack_i(qor_vm_kernel k) { return pack(k); }
+    static double pack_v(qor_vm_kernel k) { return pack(k); }
+    static double pack_m(qor_vm_kernel k) { return pack(k); }
+    static double unpack_i(qor_vm_kernel k) { return pack(k); }
+    static double unpack_v(qor_vm_kernel k) { return pack(k); }
+    static double unpack_m(qor_vm_kernel k) { return pack(k); }
+};
+
+struct Measured {
+    double cost[3];
+};
+
+std::map<std::string, Measured> measure_all() {
+    std::map<std::string, Measured> out;
+#define QOR_VM_MEASURE(p, Fn, kind)                                                              \
+    {                                                                                            \
+        Measured m;                                                                              \
+        for (int slot = 0; slot < 3; ++slot) {                                                   \
+            qor_vm_kernel k = qor_lum_kernel_##p##Fn##_ttab[slot];                               \
+            int same = -1;                                                                       \
+            for (int prev = 0; prev < slot; ++prev)                                              \
+                if (qor_lum_kernel_##p##Fn##_ttab[prev] == k) same = prev;                       \
+            m.cost[slot] = same >= 0 ? m.cost[same] : Kinds<QOR_T(p), QOR_R(p)>::kind(k);        \
+        }                                                                                        \
+        out[#p #Fn] = m;                                                                         \
+    }
+#define QOR_VM_ROW(p, Fn, kind, share, on, la, ha, ep) QOR_VM_IF_ON(on, QOR_VM_MEASURE(p, Fn, kind))
+#include "qor/vm_rows.def"
+#undef QOR_VM_ROW
+    return out;
+}
+
+std::string format_cost(double c) {
+    char buf[32];
+    std::snprintf(buf, sizeof buf, "%.3ff", c);
+    return buf;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    bool print_only = argc > 1 && std::strcmp(argv[1], "--print") == 0;
+    auto measured = measure_all();
+    for (auto& [name, m] : measured)
+        std::printf("%-14s %9.3f %9.3f %9.3f%s\n", name.c_str(), m.cost[0], m.cost[1], m.cost[2],
+                    kPublished.count(name) ? "   (published, kept)" : "");
+    if (print_only) return 0;
+    const char* path = argc > 1 ? argv[1] : "include/qor/vm_rows.def";
+    std::ifstream in(path);
+    if (!in) {
+        std::fprintf(stderr, "measure_costs: cannot read %s\n", path);
+        return 1;
+    }
+    std::stringstream text;
+    const std::regex row(R"(^(QOR_VM_ROW\(([sdcz]), (\w+),\s*\w+,\s*[ALET], 1, )[-0-9.]+f, [-0-9.]+f, [-0-9.]+f\)\s*$)");
+    int updated = 0;
+    for (std::string line; std::getline(in, line);) {
+        std::smatch m;
+        if (std::regex_match(line, m, row)) {
+            std::string name = m[2].str() + m[3].str();
+            auto it = measured.find(name);
+            bool is_pack = name.find("Pack") != std::string::npos;
+            if (it != measured.end() && !kPublished.count(name) && !is_pack) {
+                line = m[1].str() + format_cost(it->second.cost[0]) + ", " + format_cost(it->second.cost[1]) + ", " +
+                       format_cost(it->second.cost[2]) + ")";
+                ++updated;
+            }
+        }
+        text << line << '\n';
+    }
+    in.close();
+    std::ofstream(path) << text.str();
+    std::printf("measure_costs: %d rows updated in %s\n", updated, path);
+    return 0;
+}
