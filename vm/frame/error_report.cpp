@@ -36,11 +36,14 @@ void report_strided(int code, int index, const T* a, int inca, const T* b, int i
 
     qor_vm_error_record rec{};
     rec.code = code;
-    rec.index = index;
+    // The adjusted index is summed in 64 bits and kept to the record's 32,
+    // so that a base far from a wraps instead of overflowing.
+    std::ptrdiff_t adjusted = index;
     if (state->base) {
         auto distance = reinterpret_cast<const char*>(a) - static_cast<const char*>(state->base);
-        rec.index += static_cast<int32_t>(distance / static_cast<std::ptrdiff_t>(sizeof(T)));
+        adjusted += distance / static_cast<std::ptrdiff_t>(sizeof(T));
     }
+    rec.index = static_cast<int32_t>(static_cast<uint32_t>(adjusted));
     int len = 0;
     while (len < kMaxNameLength && name[len]) {
         rec.name[len] = name[len];
@@ -61,9 +64,11 @@ void report_strided(int code, int index, const T* a, int inca, const T* b, int i
         if (state->callback(&rec) != 0) return;
     }
     if (mode & 0x2F00) run_default_actions(rec, mode);
+    // A kernel of one result passes its output as both r1 and r2, so res1
+    // is written last: a callback that changed res1 replaces the result.
     if (has_values) {
-        narrow(rec.res1, rec.res1_im, r1[i * incr1]);
         narrow(rec.res2, rec.res2_im, r2[i * incr2]);
+        narrow(rec.res1, rec.res1_im, r1[i * incr1]);
     }
 }
 
