@@ -1,6 +1,7 @@
 #if !defined(_WIN32)
 
 #include <dlfcn.h>
+#include <sched.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -34,15 +35,29 @@ std::string library_error() {
     return e ? e : "unknown error";
 }
 
-std::string core_directory() {
+std::string module_path(const void* address) {
     Dl_info info;
-    if (dladdr(reinterpret_cast<void*>(&core_directory), &info) == 0 || !info.dli_fname) return "";
-    std::string path = info.dli_fname;
+    if (dladdr(address, &info) == 0 || !info.dli_fname) return "";
+    return info.dli_fname;
+}
+
+std::string core_directory() {
+    std::string path = module_path(reinterpret_cast<const void*>(&core_directory));
     auto slash = path.rfind('/');
     return slash == std::string::npos ? "" : path.substr(0, slash + 1);
 }
 
 const char* kernel_library_name() { return "libqor_sse42.so.3"; }
+
+int available_processors() {
+    cpu_set_t set;
+    if (sched_getaffinity(0, sizeof set, &set) == 0) {
+        int count = CPU_COUNT(&set);
+        if (count > 0) return count;
+    }
+    long online = sysconf(_SC_NPROCESSORS_ONLN);
+    return online > 0 ? static_cast<int>(online) : 1;
+}
 
 }  // namespace qor::core
 

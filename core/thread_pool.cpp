@@ -1,15 +1,20 @@
 #include "thread_pool.h"
 
+#include <cctype>
 #include <cstdlib>
 
+#include "platform.h"
 #include "qor/qor_threading.h"
 
 namespace qor::core {
 namespace {
+// Set while this thread runs loop bodies; a loop started from a body runs
+// serially.
 thread_local bool inside_pool_body = false;
-}
+}  // namespace
 
 ThreadPool::ThreadPool(int threads) {
+    workers_.reserve(threads > 1 ? static_cast<std::size_t>(threads - 1) : 0);
     for (int i = 1; i < threads; ++i) workers_.emplace_back([this, i] { worker_loop(i); });
 }
 
@@ -23,12 +28,9 @@ ThreadPool::~ThreadPool() {
 }
 
 void ThreadPool::run_indices(Job& job) {
-    bool was_inside = inside_pool_body;
+    const bool was_inside = inside_pool_body;
     inside_pool_body = true;
-    for (int i; (i = job.next.fetch_add(1, std::memory_order_relaxed)) < job.count;) {
-        (*job.body)(i);
-        job.done.fetch_add(1, std::memory_order_release);
-    }
+    for (int i; (i = job.next.fetch_add(1, std::memory_order_relaxed)) < job.count;) (*job.body)(i);
     inside_pool_body = was_inside;
 }
 
@@ -41,16 +43,19 @@ void ThreadPool::worker_loop(int id) {
             wake_.wait(lock, [&] { return stopping_ || (job_ && generation_ != seen); });
             if (stopping_) return;
             seen = generation_;
+            if (id > job_->helpers) continue;
             job = job_;
-            if (id > job->helpers) continue;
+            // Counted under the lock that posts and retires jobs, so the
+            // owner cannot retire this job while this worker still uses it.
             ++active_;
         }
         run_indices(*job);
+        bool last;
         {
             std::lock_guard<std::mutex> lock(mutex_);
-            --active_;
+            last = --active_ == 0;
         }
-        finished_.notify_all();
+        if (last) finished_.notify_all();
     }
 }
 
@@ -58,11 +63,13 @@ void ThreadPool::parallel_for(int count, int threads, const std::function<void(i
     if (count <= 0) return;
     if (threads <= 0 || threads > size()) threads = size();
     if (threads > count) threads = count;
-    if (threads <= 1 || inside_pool_body || workers_.empty()) {
+    auto serial = [&] {
         for (int i = 0; i < count; ++i) body(i);
-        return;
-    }
-    std::lock_guard<std::mutex> one_loop(submit_);
+    };
+    if (threads <= 1 || inside_pool_body) return serial();
+    std::unique_lock<std::mutex> owner(submit_, std::try_to_lock);
+    if (!owner.owns_lock()) return serial();
+
     Job job;
     job.body = &body;
     job.count = count;
@@ -74,27 +81,39 @@ void ThreadPool::parallel_for(int count, int threads, const std::function<void(i
     }
     wake_.notify_all();
     run_indices(job);
+    // Every index is claimed now; the ones still running belong to workers
+    // counted in active_.  Retire the job so that late wakers skip it.
     std::unique_lock<std::mutex> lock(mutex_);
-    finished_.wait(lock, [&] { return job.done.load(std::memory_order_acquire) == count && active_ == 0; });
+    finished_.wait(lock, [&] { return active_ == 0; });
     job_ = nullptr;
+}
+
+int parse_thread_count(const char* text) {
+    if (!text) return 0;
+    while (std::isspace(static_cast<unsigned char>(*text))) ++text;
+    if (!std::isdigit(static_cast<unsigned char>(*text))) return 0;
+    long value = 0;
+    for (; std::isdigit(static_cast<unsigned char>(*text)); ++text) {
+        value = value * 10 + (*text - '0');
+        if (value > kMaxThreads) value = kMaxThreads + 1;  // saturate, keep scanning
+    }
+    while (std::isspace(static_cast<unsigned char>(*text))) ++text;
+    if (*text != '\0' || value == 0) return 0;
+    return value > kMaxThreads ? kMaxThreads : static_cast<int>(value);
 }
 
 int thread_limit() {
     static const int limit = [] {
-        if (const char* env = std::getenv("QOR_NUM_THREADS")) {
-            char* end = nullptr;
-            long v = std::strtol(env, &end, 10);
-            if (end != env && *end == '\0' && v > 0) return static_cast<int>(v > 1024 ? 1024 : v);
-        }
-        unsigned hw = std::thread::hardware_concurrency();
-        return hw ? static_cast<int>(hw) : 1;
+        if (int n = parse_thread_count(std::getenv("QOR_NUM_THREADS"))) return n;
+        int processors = available_processors();
+        return processors > kMaxThreads ? kMaxThreads : processors;
     }();
     return limit;
 }
 
 ThreadPool& global_pool() {
-    static ThreadPool pool(thread_limit());
-    return pool;
+    static ThreadPool* pool = new ThreadPool(thread_limit());
+    return *pool;
 }
 
 }  // namespace qor::core
@@ -103,7 +122,7 @@ QOR_EXTERN_C {
 
 QOR_EXPORT void qor_rix_serv_threader_for(int count, int num_threads, void* context, qor_thread_worker worker) {
     if (!worker || count <= 0) return;
-    std::function<void(int)> body = [&](int i) { worker(i, count, context); };
+    const std::function<void(int)> body = [&](int i) { worker(i, count, context); };
     qor::core::global_pool().parallel_for(count, num_threads, body);
 }
 

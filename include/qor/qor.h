@@ -1,0 +1,150 @@
+/* qor: the interface applications include.
+ *
+ * The core library (libqor_core) is the only library an application links.
+ * On first use it checks the processor, loads the kernel library that suits
+ * it and forwards the calls below to that library's kernels.  qor_init()
+ * does this explicitly and tells whether it worked; every other call does
+ * it implicitly.  When the kernels cannot be used, the first call that needs
+ * them prints the reason once on standard error, and such calls do nothing:
+ * those with a status result return the initialisation status, the others
+ * return 0, a null pointer or a negative cost.  The information calls and
+ * the BLAS/LAPACK routines (qor_linalg.h) do not need the kernels.
+ *
+ * Vector math: for every function-and-form row that this build exports,
+ *   void qor_v<p><Fn>(args...)                  accuracy from the thread's mode
+ *   void qor_vm<p><Fn>(args..., uint32_t mode)  one call under the given mode
+ * with p one of s, d, c, z and the argument lists of vm_kinds.h, e.g.
+ *   qor_vdAdd(n, a, b, r);  qor_vmsSubI(n, a, 2, b, 2, r, 1, QOR_VM_LA);
+ * The mode word, status codes, error record and callback type are those of
+ * qor_vm.h (QOR_VM_LA, QOR_VM_ERRMODE_..., QOR_VM_STATUS_..., ...). */
+#ifndef QOR_H
+#define QOR_H
+
+#include "qor_types.h"
+#include "qor_vm.h"
+#include "vm_kinds.h"
+
+#ifndef QOR_CORE_API
+#  ifdef QOR_BUILDING_CORE
+#    define QOR_CORE_API QOR_EXPORT
+#  else
+#    define QOR_CORE_API QOR_IMPORT
+#  endif
+#endif
+
+QOR_BEGIN_C
+
+/* ---- Initialisation and status -------------------------------------------- */
+
+/* Results of qor_init; the vector-math status codes (QOR_VM_STATUS_...) are
+ * distinct from these. */
+enum {
+    QOR_STATUS_OK = 0,
+    QOR_STATUS_CPU_UNSUPPORTED = -901,   /* the processor lacks SSE4.2 */
+    QOR_STATUS_KERNEL_NOT_FOUND = -902,  /* the kernel library could not be loaded */
+    QOR_STATUS_KERNEL_VERSION = -903,    /* the kernel library is for another instruction set */
+    QOR_STATUS_KERNEL_INCOMPLETE = -904  /* the kernel library lacks an entry this core needs */
+};
+
+/* Finds and loads the kernels once per process (thread-safe); later calls
+ * return the same result.  0 on success, else a QOR_STATUS_ code above. */
+QOR_CORE_API int qor_init(void);
+
+/* Text of a qor_init status or of a vector-math status code. */
+QOR_CORE_API const char* qor_status_string(int status);
+
+/* Why initialisation failed, in detail (paths tried, the loader's own
+ * message); "" after a success.  Runs qor_init if needed. */
+QOR_CORE_API const char* qor_init_detail(void);
+
+/* ---- Information ------------------------------------------------------------ */
+
+/* Name of the loaded kernel set ("sse42"), "" when none could be loaded. */
+QOR_CORE_API const char* qor_kernel_set_name(void);
+/* Path the kernel library was loaded from, "" when none. */
+QOR_CORE_API const char* qor_kernel_path(void);
+/* Instruction-set level the kernel library reports (5 for SSE4.2), or the
+ * negative qor_init status. */
+QOR_CORE_API int qor_kernel_cpu_version(void);
+
+/* Processor: vendor string, brand string (may be ""), feature bits. */
+enum {
+    QOR_CPU_SSE2 = 1 << 0,
+    QOR_CPU_SSE3 = 1 << 1,
+    QOR_CPU_SSSE3 = 1 << 2,
+    QOR_CPU_SSE41 = 1 << 3,
+    QOR_CPU_SSE42 = 1 << 4,
+    QOR_CPU_POPCNT = 1 << 5,
+    QOR_CPU_AVX = 1 << 6,
+    QOR_CPU_AVX2 = 1 << 7,
+    QOR_CPU_FMA = 1 << 8,
+    QOR_CPU_AVX512F = 1 << 9,
+    QOR_CPU_AES = 1 << 10,
+    QOR_CPU_VAES = 1 << 11,
+    QOR_CPU_RDRAND = 1 << 12,
+    QOR_CPU_FEATURE_COUNT = 13
+};
+QOR_CORE_API const char* qor_cpu_vendor(void);
+QOR_CORE_API const char* qor_cpu_brand(void);
+QOR_CORE_API uint32_t qor_cpu_features(void);
+/* Name of feature bit 1 << index ("sse4.2", ...), null outside the range. */
+QOR_CORE_API const char* qor_cpu_feature_name(int index);
+
+/* Most threads a parallel loop of the library uses: QOR_NUM_THREADS when it
+ * holds a positive number (at most 1024), otherwise the processors this
+ * process may run on. */
+QOR_CORE_API int qor_get_max_threads(void);
+
+/* ---- Vector math: mode, status, callback ------------------------------------- */
+
+/* The calling thread's mode word.  set returns the previous mode; a field
+ * of the new mode that is zero leaves that field as it was. */
+QOR_CORE_API uint32_t qor_vm_set_mode(uint32_t mode);
+QOR_CORE_API uint32_t qor_vm_get_mode(void);
+
+/* The calling thread's last vector-math status (QOR_VM_STATUS_...).  set and
+ * clear return the previous status. */
+QOR_CORE_API int qor_vm_set_status(int status);
+QOR_CORE_API int qor_vm_get_status(void);
+QOR_CORE_API int qor_vm_clear_status(void);
+
+/* The calling thread's error callback; set and clear return the previous
+ * one.  Setting a callback turns QOR_VM_ERRMODE_CALLBACK on. */
+QOR_CORE_API qor_vm_error_callback qor_vm_set_error_callback(qor_vm_error_callback callback);
+QOR_CORE_API qor_vm_error_callback qor_vm_get_error_callback(void);
+QOR_CORE_API qor_vm_error_callback qor_vm_clear_error_callback(void);
+
+/* Base of the caller's whole input vector: error records then give element
+ * indices relative to it.  Set it (null to switch off) before calls that
+ * may report errors.  Returns base. */
+QOR_CORE_API const void* qor_vm_set_input_base(const void* base);
+
+/* Relative cost per element of a row ("dExp", "sAddI", ...) in accuracy
+ * slot 0 (LA), 1 (HA) or 2 (EP); negative for an unknown row or slot. */
+QOR_CORE_API float qor_vm_cost(const char* row_name, int slot);
+
+/* The rows this build exports, by index in [0, qor_vm_row_count()). */
+QOR_CORE_API int qor_vm_row_count(void);
+QOR_CORE_API const char* qor_vm_row_name(int index);
+
+/* ---- Vector math: the functions ----------------------------------------------
+ * qor_vm<p><Fn> applies the non-zero fields of mode for one call and then
+ * puts the thread's mode back.  The kernel set merges modes field by field,
+ * so a field that was zero before the call cannot return to zero: a
+ * flush-to-zero setting returns to its explicit off value QOR_VM_FTZDAZ_OFF
+ * (same behaviour), but trap bits given for one call on a thread without
+ * traps stay set.  An accuracy field that is zero uses the thread's accuracy;
+ * one outside LA, HA, EP selects HA. */
+#define QOR_VM_WITH_MODE(params) QOR_VM_WITH_MODE_ params
+#define QOR_VM_WITH_MODE_(...) (__VA_ARGS__, uint32_t mode)
+
+#define QOR_VM_PUBLIC_DECLS(p, Fn, kind)                     \
+    QOR_CORE_API void qor_v##p##Fn QOR_VM_PARAMS(kind, p); \
+    QOR_CORE_API void qor_vm##p##Fn QOR_VM_WITH_MODE(QOR_VM_PARAMS(kind, p));
+#define QOR_VM_ROW(p, Fn, kind, share, on, la, ha, ep) QOR_VM_IF_ON(on, QOR_VM_PUBLIC_DECLS(p, Fn, kind))
+#include "vm_rows.def"
+#undef QOR_VM_ROW
+
+QOR_END_C
+
+#endif

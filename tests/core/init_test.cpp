@@ -1,0 +1,114 @@
+// Initialisation and the information calls, with the kernel library found
+// and, in a separate process, with it missing.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "qor/qor.h"
+#include "stderr_capture.h"
+
+namespace {
+
+bool ends_with(const std::string& s, const std::string& tail) {
+    return s.size() >= tail.size() && s.compare(s.size() - tail.size(), tail.size(), tail) == 0;
+}
+
+TEST(Init, FindsTheSse42KernelsBesideTheCoreLibrary) {
+    ASSERT_EQ(qor_init(), QOR_STATUS_OK) << qor_init_detail();
+    EXPECT_EQ(qor_init(), QOR_STATUS_OK);  // later calls give the same answer
+    EXPECT_STREQ(qor_init_detail(), "");
+    EXPECT_STREQ(qor_kernel_set_name(), "sse42");
+    EXPECT_EQ(qor_kernel_cpu_version(), 5);
+    EXPECT_TRUE(ends_with(qor_kernel_path(), "/libqor_sse42.so.3")) << qor_kernel_path();
+}
+
+TEST(Init, ConcurrentFirstCallsAgree) {
+    std::vector<int> results(8, 1);
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 8; ++i) threads.emplace_back([&results, i] { results[i] = qor_init(); });
+    for (auto& t : threads) t.join();
+    for (int r : results) EXPECT_EQ(r, QOR_STATUS_OK);
+}
+
+TEST(Init, StatusStringsAreDistinctAndNeverNull) {
+    const int codes[] = {QOR_STATUS_OK,           QOR_STATUS_CPU_UNSUPPORTED, QOR_STATUS_KERNEL_NOT_FOUND,
+                         QOR_STATUS_KERNEL_VERSION, QOR_STATUS_KERNEL_INCOMPLETE, QOR_VM_STATUS_DOMAIN,
+                         QOR_VM_STATUS_SING,        QOR_VM_STATUS_OVERFLOW,     QOR_VM_STATUS_UNDERFLOW,
+                         QOR_VM_STATUS_BADARG,      QOR_VM_STATUS_BADMEM};
+    std::vector<std::string> texts;
+    for (int code : codes) {
+        ASSERT_NE(qor_status_string(code), nullptr);
+        const std::string text = qor_status_string(code);
+        EXPECT_NE(text, qor_status_string(12345)) << code;
+        for (const std::string& earlier : texts) EXPECT_NE(text, earlier) << code;
+        texts.push_back(text);
+    }
+    EXPECT_STREQ(qor_status_string(QOR_STATUS_OK), "success");
+    EXPECT_NE(std::string(qor_status_string(QOR_STATUS_CPU_UNSUPPORTED)).find("SSE4.2"), std::string::npos);
+}
+
+TEST(Info, ProcessorDescription) {
+    const uint32_t features = qor_cpu_features();
+    EXPECT_TRUE(features & QOR_CPU_SSE2);   // every x86-64 processor
+    EXPECT_TRUE(features & QOR_CPU_SSE42);  // the kernels loaded, so it is there
+    if (features & QOR_CPU_AVX2) {
+        EXPECT_TRUE(features & QOR_CPU_AVX);
+    }
+    EXPECT_TRUE(features & QOR_CPU_SSE41);
+    EXPECT_EQ(std::string(qor_cpu_vendor()).size(), 12u);
+    EXPECT_EQ(features >> QOR_CPU_FEATURE_COUNT, 0u);
+    EXPECT_STREQ(qor_cpu_feature_name(4), "sse4.2");
+    EXPECT_STREQ(qor_cpu_feature_name(0), "sse2");
+    EXPECT_EQ(qor_cpu_feature_name(-1), nullptr);
+    EXPECT_EQ(qor_cpu_feature_name(QOR_CPU_FEATURE_COUNT), nullptr);
+    EXPECT_GE(qor_get_max_threads(), 1);
+}
+
+// Run in a fresh process: the kernel directory points where there is no
+// kernel library.
+void exercise_without_kernels(const std::string& empty_dir) {
+    setenv("QOR_KERNEL_DIR", empty_dir.c_str(), 1);
+    int failures = 0;
+    auto check = [&](bool ok) { failures += ok ? 0 : 1; };
+
+    check(qor_init() == QOR_STATUS_KERNEL_NOT_FOUND);
+    const std::string detail = qor_init_detail();
+    check(detail.find(empty_dir + "/libqor_sse42.so.3") != std::string::npos);
+    check(detail.find("QOR_KERNEL_DIR") != std::string::npos);
+    check(qor_kernel_cpu_version() == QOR_STATUS_KERNEL_NOT_FOUND);
+    check(std::string(qor_kernel_set_name()).empty());
+    check(qor_get_max_threads() >= 1);  // information unrelated to the kernels still works
+
+    std::string printed;
+    {
+        StderrCapture capture;
+        double a[2] = {1, 2}, b[2] = {3, 4}, r[2] = {-7, -7};
+        qor_vdAdd(2, a, b, r);
+        qor_vmdAdd(2, a, b, r, QOR_VM_LA);
+        check(r[0] == -7 && r[1] == -7);
+        check(qor_vm_get_status() == QOR_STATUS_KERNEL_NOT_FOUND);
+        check(qor_vm_set_status(1) == QOR_STATUS_KERNEL_NOT_FOUND);
+        check(qor_vm_get_mode() == 0);
+        check(qor_vm_get_error_callback() == nullptr);
+        check(qor_vm_cost("dAdd", 1) < 0);
+        printed = capture.text();
+    }
+    // The reason is printed once, however many calls meet it.
+    const std::string heading = "qor: vector math is unavailable: ";
+    check(printed.rfind(heading, 0) == 0);
+    check(printed.find(heading, 1) == std::string::npos);
+    check(printed.find(empty_dir) != std::string::npos);
+    std::fprintf(stderr, "%d failed checks\n", failures);
+    std::exit(failures == 0 ? 0 : 1);
+}
+
+TEST(InitDeathTest, MissingKernelLibraryIsReportedAndCallsDoNothing) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const std::string dir = ::testing::TempDir() + "qor_no_kernels";
+    EXPECT_EXIT(exercise_without_kernels(dir), ::testing::ExitedWithCode(0), "0 failed checks");
+}
+
+}  // namespace

@@ -1,0 +1,194 @@
+// Every row this build exports, whatever its kind: the public function and
+// its mode variant must reach the kernel of the accuracy slot that the mode
+// selects, give exactly that kernel's output, and leave the thread's mode as
+// it was.  The rows are taken from the same row list the libraries are
+// built from, so rows switched on later are covered without edits here.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "qor/qor.h"
+
+namespace {
+
+// Stands for any argument of a kernel: converts to whichever pointer or
+// scalar type the row's parameter list asks for.
+struct AnyArg {
+    void* p;
+    double v;
+    template <class U>
+    operator U*() const {
+        return static_cast<U*>(p);
+    }
+    operator float() const { return static_cast<float>(v); }
+    operator double() const { return v; }
+    operator qor_complex8() const { return {static_cast<float>(v), 0.5f}; }
+    operator qor_complex16() const { return {v, 0.5}; }
+};
+
+// Inputs, outputs and an index/mask array big enough for any kind at the
+// given element count and increment.
+class CallArrays {
+public:
+    static constexpr int kCount = 37;
+
+    CallArrays(char precision, int inc)
+        : inc_(inc),
+          in1_(doubles()), in2_(doubles()), out1_(doubles()), out2_(doubles()),
+          index_(static_cast<std::size_t>(kCount * inc)) {
+        fill(precision, in1_, 0.25, 0.5);
+        fill(precision, in2_, 0.3, 0.4);
+        std::memset(out1_.data(), 0x5A, out1_.size() * sizeof(double));
+        std::memset(out2_.data(), 0x3C, out2_.size() * sizeof(double));
+        // Valid indices below kCount; as a mask, mostly set.
+        for (std::size_t i = 0; i < index_.size(); ++i) index_[i] = static_cast<int32_t>((i * 7) % kCount);
+    }
+
+    int n() const { return kCount; }
+    int inc() const { return inc_; }
+    void* in1() { return in1_.data(); }
+    void* in2() { return in2_.data(); }
+    void* out1() { return out1_.data(); }
+    void* out2() { return out2_.data(); }
+    void* index() { return index_.data(); }
+
+    bool same_outputs(const CallArrays& other) const {
+        return std::memcmp(out1_.data(), other.out1_.data(), out1_.size() * sizeof(double)) == 0 &&
+               std::memcmp(out2_.data(), other.out2_.data(), out2_.size() * sizeof(double)) == 0;
+    }
+
+private:
+    // Two doubles hold the widest element (double complex).
+    std::size_t doubles() const { return static_cast<std::size_t>(2 * kCount * inc_ + 8); }
+
+    static void fill(char precision, std::vector<double>& store, double base, double spread) {
+        if (precision == 's' || precision == 'c') {
+            auto* f = reinterpret_cast<float*>(store.data());
+            for (std::size_t k = 0; k < 2 * store.size(); ++k)
+                f[k] = static_cast<float>(base + spread * static_cast<double>(k % 7) / 7.0);
+        } else {
+            for (std::size_t k = 0; k < store.size(); ++k) store[k] = base + spread * static_cast<double>(k % 5) / 5.0;
+        }
+    }
+
+    int inc_;
+    std::vector<double> in1_, in2_, out1_, out2_;
+    std::vector<int32_t> index_;
+};
+
+// The argument names of vm_kinds.h, bound to a CallArrays.
+#define QOR_TEST_BIND_ARGS(x)                                                                                  \
+    [[maybe_unused]] int n = x.n(), inca = x.inc(), incb = x.inc(), incr = x.inc(), incr1 = x.inc(),           \
+                         incr2 = x.inc(), incy = x.inc(), width = 1;                                           \
+    [[maybe_unused]] AnyArg a{x.in1(), 0}, b{x.in2(), 2.0}, r{x.out1(), 0}, r1{x.out1(), 0}, r2{x.out2(), 0}, \
+        y{x.out1(), 0}, ia{x.index(), 0}, ma{x.index(), 0}, iy{x.index(), 0}, my{x.index(), 0},                \
+        scalea{nullptr, 2.0}, shifta{nullptr, 0.5}, scaleb{nullptr, 1.5}, shiftb{nullptr, 3.0};
+
+#define QOR_TEST_EXPAND(x) x
+#define QOR_TEST_WITH_MODE_(...) (__VA_ARGS__, mode)
+
+struct RowCase {
+    const char* name;
+    char precision;
+    void (*plain)(CallArrays&);
+    void (*with_mode)(CallArrays&, uint32_t mode);
+    void (*direct)(CallArrays&, qor_vm_kernel kernel);
+};
+
+#define QOR_TEST_ROW_CASE(p, Fn, kind)                                                                      \
+    {#p #Fn, #p[0],                                                                                         \
+     [](CallArrays& x) {                                                                                    \
+         QOR_TEST_BIND_ARGS(x)                                                                              \
+         qor_v##p##Fn QOR_VM_ARGS(kind);                                                                    \
+     },                                                                                                     \
+     [](CallArrays& x, uint32_t mode) {                                                                     \
+         QOR_TEST_BIND_ARGS(x)                                                                              \
+         qor_vm##p##Fn QOR_TEST_EXPAND(QOR_TEST_WITH_MODE_ QOR_VM_ARGS(kind));                              \
+     },                                                                                                     \
+     [](CallArrays& x, qor_vm_kernel kernel) {                                                              \
+         QOR_TEST_BIND_ARGS(x)                                                                              \
+         reinterpret_cast<void(*) QOR_VM_PARAMS(kind, p)>(kernel) QOR_VM_ARGS(kind);                        \
+     }},
+
+const RowCase kRows[] = {
+#define QOR_VM_ROW(p, Fn, kind, share, on, la, ha, ep) QOR_VM_IF_ON(on, QOR_TEST_ROW_CASE(p, Fn, kind))
+#include "qor/vm_rows.def"
+#undef QOR_VM_ROW
+    {nullptr, 0, nullptr, nullptr, nullptr},
+};
+
+struct ListedRow {
+    const char* name;
+    float cost[3];
+};
+
+const ListedRow kListed[] = {
+#define QOR_VM_ROW(p, Fn, kind, share, on, la, ha, ep) QOR_VM_IF_ON(on, {#p #Fn, {la, ha, ep}}, )
+#include "qor/vm_rows.def"
+#undef QOR_VM_ROW
+    {nullptr, {0, 0, 0}},
+};
+constexpr int kListedCount = static_cast<int>(sizeof kListed / sizeof kListed[0]) - 1;
+
+class VmRows : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_EQ(qor_init(), QOR_STATUS_OK) << qor_init_detail();
+        library_ = dlopen(qor_kernel_path(), RTLD_NOW | RTLD_NOLOAD);
+        ASSERT_NE(library_, nullptr) << dlerror();
+    }
+    void TearDown() override {
+        if (library_) dlclose(library_);  // drops only the reference taken above
+    }
+    const qor_vm_kernel* table(const char* row) const {
+        return static_cast<const qor_vm_kernel*>(dlsym(library_, (std::string("qor_lum_kernel_") + row + "_ttab").c_str()));
+    }
+    void* library_ = nullptr;
+};
+
+TEST_F(VmRows, EachRowRunsTheKernelOfTheSlotItsModeSelects) {
+    ASSERT_GT(kListedCount, 0);
+    const uint32_t thread_mode = qor_vm_get_mode();
+    for (const RowCase* row = kRows; row->name; ++row) {
+        const qor_vm_kernel* ttab = table(row->name);
+        ASSERT_NE(ttab, nullptr) << row->name;
+        for (int inc : {1, 2}) {
+            for (uint32_t slot = 0; slot < 3; ++slot) {
+                CallArrays expected(row->precision, inc);
+                row->direct(expected, ttab[slot]);
+
+                CallArrays per_call(row->precision, inc);
+                row->with_mode(per_call, slot + 1);
+                EXPECT_TRUE(per_call.same_outputs(expected)) << row->name << " per-call slot " << slot << " inc " << inc;
+                EXPECT_EQ(qor_vm_get_mode(), thread_mode) << row->name << ": mode not restored";
+
+                CallArrays per_thread(row->precision, inc);
+                qor_vm_set_mode(slot + 1);
+                row->plain(per_thread);
+                qor_vm_set_mode(thread_mode & QOR_VM_ACCURACY_MASK);
+                EXPECT_TRUE(per_thread.same_outputs(expected)) << row->name << " thread slot " << slot << " inc " << inc;
+            }
+        }
+    }
+    EXPECT_EQ(qor_vm_get_mode(), thread_mode);
+}
+
+TEST_F(VmRows, RowListAndCostsMatchTheRowFile) {
+    ASSERT_EQ(qor_vm_row_count(), kListedCount);
+    for (int i = 0; i < kListedCount; ++i) {
+        ASSERT_STREQ(qor_vm_row_name(i), kListed[i].name);
+        for (int slot = 0; slot < 3; ++slot)
+            EXPECT_EQ(qor_vm_cost(kListed[i].name, slot), kListed[i].cost[slot]) << kListed[i].name << " " << slot;
+    }
+    EXPECT_EQ(qor_vm_row_name(-1), nullptr);
+    EXPECT_EQ(qor_vm_row_name(kListedCount), nullptr);
+    EXPECT_LT(qor_vm_cost(kListed[0].name, 3), 0.0f);
+    EXPECT_LT(qor_vm_cost(kListed[0].name, -1), 0.0f);
+    EXPECT_LT(qor_vm_cost("dNoSuchFunction", 1), 0.0f);
+    EXPECT_LT(qor_vm_cost(nullptr, 1), 0.0f);
+}
+
+}  // namespace
