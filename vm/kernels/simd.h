@@ -183,3 +183,29 @@ template <> struct Simd<float> {
 #undef QOR_SIMD_COMMON
 
 }  // namespace qor::simd
+
+// ---- integer lanes, width conversions and estimates -------------------------
+// vl: 2 int64 lanes (the bit patterns of vd), vi2: 4 int32 lanes (of vf).
+namespace qor::simd {
+
+static inline vd vset1_vd_u64(uint64_t bits) { return _mm_castsi128_pd(_mm_set1_epi64x(int64_t(bits))); }
+static inline vf vset1_vf_u32(uint32_t bits) { return _mm_castsi128_ps(_mm_set1_epi32(int32_t(bits))); }
+static inline vi vadd_vl_vl_vl(vi x, vi y) { return _mm_add_epi64(x, y); }
+static inline vi vsub_vl_vl_vl(vi x, vi y) { return _mm_sub_epi64(x, y); }
+static inline vi vadd_vi2_vi2_vi2(vi x, vi y) { return _mm_add_epi32(x, y); }
+static inline vi vsub_vi2_vi2_vi2(vi x, vi y) { return _mm_sub_epi32(x, y); }
+static inline vi vand_vi_vi_vi(vi x, vi y) { return _mm_and_si128(x, y); }
+static inline vi vor_vi_vi_vi(vi x, vi y) { return _mm_or_si128(x, y); }
+static inline vi vsra_vi2_vi2_i(vi x, int count) { return _mm_srai_epi32(x, count); }
+// Round to nearest even without raising inexact, whatever MXCSR says.
+static inline vd vrne_vd_vd(vd x) { return _mm_round_pd(x, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC); }
+static inline vf vrne_vf_vf(vf x) { return _mm_round_ps(x, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC); }
+// The low and the high two floats widened; two double vectors narrowed into one.
+static inline vd vcast_vd_vf_lo(vf x) { return _mm_cvtps_pd(x); }
+static inline vd vcast_vd_vf_hi(vf x) { return _mm_cvtps_pd(_mm_movehl_ps(x, x)); }
+static inline vf vcast_vf_vd_vd(vd lo, vd hi) { return _mm_movelh_ps(_mm_cvtpd_ps(lo), _mm_cvtpd_ps(hi)); }
+// Hardware estimate of 1/sqrt(x), relative error at most 1.5 * 2^-12 for
+// normal x; subnormal inputs give +inf.
+static inline vf vrsqrt_vf_vf(vf x) { return _mm_rsqrt_ps(x); }
+
+}  // namespace qor::simd
