@@ -93,13 +93,17 @@ void store_partial(View v, ptrdiff_t i, int count, typename simd::Simd<T>::V x) 
 }
 
 // ---- one argument, one result ---------------------------------------------
+// The scalar routine takes each argument from xs (xs[k] is the argument of
+// element i + k, saved before the results were stored), so that a call whose
+// output overwrites its input still sees the argument.
 template <class Op, class A, class R>
-void fix_unary(const Op& op, ptrdiff_t i, unsigned bits, A a, R r, const char* name) {
+void fix_unary(const Op& op, ptrdiff_t i, unsigned bits, const typename Op::T* xs, A a, R r, const char* name) {
     using T = typename Op::T;
     for (; bits; bits &= bits - 1) {
-        ptrdiff_t j = i + __builtin_ctz(bits);
+        int k = __builtin_ctz(bits);
+        ptrdiff_t j = i + k;
         T res = r.at(j);
-        int code = op.fix(a.at(j), res);
+        int code = op.fix(xs[k], res);
         r.at(j) = res;
         if (code) report_strided<T>(code, int(j), a.p, int(a.inc), a.p, int(a.inc), r.p, int(r.inc), r.p, int(r.inc), name);
     }
@@ -126,9 +130,14 @@ void run_unary(const Op& op, int n, A a, R r, const char* name) {
                     r.store(j + 3 * L, op(a.load(j + 3 * L)));
                 }
                 if (env.flags() & Op::flag_screen) {
-                    for (ptrdiff_t j = i; j < end; j += L)
-                        if (unsigned bits = S::movemask(op.special(a.load(j), r.load(j))))
-                            fix_unary(op, j, bits, a, r, name);
+                    for (ptrdiff_t j = i; j < end; j += L) {
+                        V x = a.load(j);
+                        if (unsigned bits = S::movemask(op.special(x, r.load(j)))) {
+                            alignas(16) T xs[L];
+                            S::store(xs, x);
+                            fix_unary(op, j, bits, xs, a, r, name);
+                        }
+                    }
                     env.clear_flags(Op::flag_screen);
                 }
             }
@@ -147,7 +156,12 @@ void run_unary(const Op& op, int n, A a, R r, const char* name) {
         if (S::movemask(m)) {
             unsigned bits = S::movemask(op.special(x0, y0)) | S::movemask(op.special(x1, y1)) << L |
                             S::movemask(op.special(x2, y2)) << 2 * L | S::movemask(op.special(x3, y3)) << 3 * L;
-            fix_unary(op, i, bits, a, r, name);
+            alignas(16) T xs[4 * L];
+            S::store(xs, x0);
+            S::store(xs + L, x1);
+            S::store(xs + 2 * L, x2);
+            S::store(xs + 3 * L, x3);
+            fix_unary(op, i, bits, xs, a, r, name);
         }
     }
     for (; i < n; i += L) {
@@ -155,19 +169,24 @@ void run_unary(const Op& op, int n, A a, R r, const char* name) {
         V x = count == L ? a.load(i) : load_partial<T>(a, i, count);
         V y = op(x);
         if (count == L) r.store(i, y); else store_partial<T>(r, i, count, y);
-        unsigned bits = S::movemask(op.special(x, y)) & ((1u << count) - 1);
-        if (bits) fix_unary(op, i, bits, a, r, name);
+        if (unsigned bits = S::movemask(op.special(x, y)) & ((1u << count) - 1)) {
+            alignas(16) T xs[L];
+            S::store(xs, x);
+            fix_unary(op, i, bits, xs, a, r, name);
+        }
     }
 }
 
 // ---- two arguments, one result --------------------------------------------
 template <class Op, class A, class B, class R>
-void fix_binary(const Op& op, ptrdiff_t i, unsigned bits, A a, B b, R r, const char* name) {
+void fix_binary(const Op& op, ptrdiff_t i, unsigned bits, const typename Op::T* xs, const typename Op::T* zs, A a,
+                B b, R r, const char* name) {
     using T = typename Op::T;
     for (; bits; bits &= bits - 1) {
-        ptrdiff_t j = i + __builtin_ctz(bits);
+        int k = __builtin_ctz(bits);
+        ptrdiff_t j = i + k;
         T res = r.at(j);
-        int code = op.fix(a.at(j), b.at(j), res);
+        int code = op.fix(xs[k], zs[k], res);
         r.at(j) = res;
         if (code) report_strided<T>(code, int(j), a.p, int(a.inc), b.p, int(b.inc), r.p, int(r.inc), r.p, int(r.inc), name);
     }
@@ -194,9 +213,15 @@ void run_binary(const Op& op, int n, A a, B b, R r, const char* name) {
                     r.store(j + 3 * L, op(a.load(j + 3 * L), b.load(j + 3 * L)));
                 }
                 if (env.flags() & Op::flag_screen) {
-                    for (ptrdiff_t j = i; j < end; j += L)
-                        if (unsigned bits = S::movemask(op.special(a.load(j), b.load(j), r.load(j))))
-                            fix_binary(op, j, bits, a, b, r, name);
+                    for (ptrdiff_t j = i; j < end; j += L) {
+                        V x = a.load(j), z = b.load(j);
+                        if (unsigned bits = S::movemask(op.special(x, z, r.load(j)))) {
+                            alignas(16) T xs[L], zs[L];
+                            S::store(xs, x);
+                            S::store(zs, z);
+                            fix_binary(op, j, bits, xs, zs, a, b, r, name);
+                        }
+                    }
                     env.clear_flags(Op::flag_screen);
                 }
             }
@@ -216,7 +241,16 @@ void run_binary(const Op& op, int n, A a, B b, R r, const char* name) {
         if (S::movemask(S::bit_or(S::bit_or(m0, m1), S::bit_or(m2, m3)))) {
             unsigned bits = S::movemask(m0) | S::movemask(m1) << L | S::movemask(m2) << 2 * L |
                             S::movemask(m3) << 3 * L;
-            fix_binary(op, i, bits, a, b, r, name);
+            alignas(16) T xs[4 * L], zs[4 * L];
+            S::store(xs, x0);
+            S::store(xs + L, x1);
+            S::store(xs + 2 * L, x2);
+            S::store(xs + 3 * L, x3);
+            S::store(zs, z0);
+            S::store(zs + L, z1);
+            S::store(zs + 2 * L, z2);
+            S::store(zs + 3 * L, z3);
+            fix_binary(op, i, bits, xs, zs, a, b, r, name);
         }
     }
     for (; i < n; i += L) {
@@ -225,8 +259,12 @@ void run_binary(const Op& op, int n, A a, B b, R r, const char* name) {
         V z = count == L ? b.load(i) : load_partial<T>(b, i, count);
         V y = op(x, z);
         if (count == L) r.store(i, y); else store_partial<T>(r, i, count, y);
-        unsigned bits = S::movemask(op.special(x, z, y)) & ((1u << count) - 1);
-        if (bits) fix_binary(op, i, bits, a, b, r, name);
+        if (unsigned bits = S::movemask(op.special(x, z, y)) & ((1u << count) - 1)) {
+            alignas(16) T xs[L], zs[L];
+            S::store(xs, x);
+            S::store(zs, z);
+            fix_binary(op, i, bits, xs, zs, a, b, r, name);
+        }
     }
 }
 
@@ -250,10 +288,15 @@ void run_unary2(const Op& op, int n, A a, R1 r1, R2 r2, const char* name) {
             store_partial<T>(r1, i, count, y1);
             store_partial<T>(r2, i, count, y2);
         }
-        for (unsigned bits = S::movemask(op.special(x, y1, y2)) & ((1u << count) - 1); bits; bits &= bits - 1) {
-            ptrdiff_t j = i + __builtin_ctz(bits);
+        unsigned bits = S::movemask(op.special(x, y1, y2)) & ((1u << count) - 1);
+        if (!bits) continue;
+        alignas(16) T xs[L];
+        S::store(xs, x);
+        for (; bits; bits &= bits - 1) {
+            int k = __builtin_ctz(bits);
+            ptrdiff_t j = i + k;
             T res1 = r1.at(j), res2 = r2.at(j);
-            int code = op.fix(a.at(j), res1, res2);
+            int code = op.fix(xs[k], res1, res2);
             r1.at(j) = res1;
             r2.at(j) = res2;
             if (code)
