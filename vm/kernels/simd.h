@@ -197,6 +197,8 @@ static inline vi vsub_vi2_vi2_vi2(vi x, vi y) { return _mm_sub_epi32(x, y); }
 static inline vi vand_vi_vi_vi(vi x, vi y) { return _mm_and_si128(x, y); }
 static inline vi vor_vi_vi_vi(vi x, vi y) { return _mm_or_si128(x, y); }
 static inline vi vsra_vi2_vi2_i(vi x, int count) { return _mm_srai_epi32(x, count); }
+static inline vi vgt_vl_vl_vl(vi x, vi y) { return _mm_cmpgt_epi64(x, y); }
+static inline vi vgt_vi2_vi2_vi2(vi x, vi y) { return _mm_cmpgt_epi32(x, y); }
 // Round to nearest even without raising inexact, whatever MXCSR says.
 static inline vd vrne_vd_vd(vd x) { return _mm_round_pd(x, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC); }
 static inline vf vrne_vf_vf(vf x) { return _mm_round_ps(x, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC); }

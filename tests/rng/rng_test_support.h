@@ -1,0 +1,98 @@
+// Shared pieces of the random-stream tests: an owning stream handle, plain
+// reference recurrences in 128-bit arithmetic, and the output conversions
+// computed the obvious way.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#ifdef _WIN32
+#include <process.h>
+#else
+#include <unistd.h>
+#endif
+
+#include <bit>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "qor/qor_rng.h"
+
+namespace rng_test {
+
+// Distinguishes files of concurrent test processes.
+inline long process_id() {
+#ifdef _WIN32
+    return static_cast<long>(_getpid());
+#else
+    return static_cast<long>(getpid());
+#endif
+}
+
+struct StreamDeleter {
+    void operator()(qor_rng_stream* s) const { __rixDeleteStream(&s); }
+};
+using Stream = std::unique_ptr<qor_rng_stream, StreamDeleter>;
+
+// A stream of `brng` seeded with the given words; fails the test if the
+// creation fails.
+inline Stream make_stream(int32_t brng, std::vector<uint32_t> seed) {
+    qor_rng_stream* s = nullptr;
+    const int32_t status =
+        __rixNewStreamEx(&s, brng, static_cast<int32_t>(seed.size()), seed.empty() ? nullptr : seed.data());
+    EXPECT_EQ(status, QOR_RNG_STATUS_OK) << "brng " << std::hex << brng;
+    return Stream(s);
+}
+
+inline Stream copy_of(const Stream& s) {
+    qor_rng_stream* c = nullptr;
+    EXPECT_EQ(__rixCopyStream(&c, s.get()), QOR_RNG_STATUS_OK);
+    return Stream(c);
+}
+
+// x_{k+1} = a x_k mod m, outputs x_k, in 128-bit integers.
+class ReferenceMcg {
+public:
+    ReferenceMcg(uint64_t x, uint64_t a, unsigned __int128 m) : x_(x), a_(a), m_(m) {}
+    uint64_t next() {
+        const uint64_t r = static_cast<uint64_t>(x_);
+        x_ = x_ * a_ % m_;
+        return r;
+    }
+    void discard(uint64_t count) {
+        while (count--) next();
+    }
+
+private:
+    unsigned __int128 x_, a_, m_;
+};
+
+constexpr uint64_t kMod31 = 2147483647;
+constexpr uint64_t kMcg31Multiplier = 1132489760;
+constexpr unsigned __int128 kMod59 = static_cast<unsigned __int128>(1) << 59;
+constexpr uint64_t kMcg59Multiplier = 302875106592253;  // 13^13
+
+inline ReferenceMcg reference_mcg31(uint64_t x) { return ReferenceMcg(x, kMcg31Multiplier, kMod31); }
+inline ReferenceMcg reference_mcg59(uint64_t x) { return ReferenceMcg(x, kMcg59Multiplier, kMod59); }
+
+// The real conversions: value * ((b - a) * c) + a in double precision, the
+// value converted by the hardware's rounding to nearest.
+inline double mcg31_inverse_modulus() { return std::bit_cast<double>(uint64_t{0x3E00000000200000}); }
+constexpr double kMcg59InverseModulus = 0x1p-59;
+
+inline double to_real(uint64_t value, double a, double b, double c) {
+    return static_cast<double>(static_cast<int64_t>(value)) * ((b - a) * c) + a;
+}
+
+// base^e mod m by repeated squaring in 128 bits.
+inline uint64_t reference_pow_mod(unsigned __int128 base, uint64_t e, unsigned __int128 m) {
+    unsigned __int128 r = 1 % m;
+    base %= m;
+    for (; e; e >>= 1) {
+        if (e & 1) r = r * base % m;
+        base = base * base % m;
+    }
+    return static_cast<uint64_t>(r);
+}
+
+}  // namespace rng_test
