@@ -1,10 +1,12 @@
-// What the core takes from a loaded kernel library: its service functions
-// and the kernel and cost tables of every row this build exports.
+// What the core takes from a loaded kernel library: its service functions,
+// the kernel and cost tables of every row this build exports, and its
+// random-number functions.
 #pragma once
 
 #include <cstdint>
 
 #include "qor/qor_vm.h"
+#include "rng_kernels.h"
 
 namespace qor::core {
 
@@ -32,6 +34,7 @@ struct KernelSet {
     KernelServices services;
     RowTables tables;
     RowCosts costs;
+    RngKernels rng;
 };
 
 // Name of a row and where its tables go.

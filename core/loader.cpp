@@ -68,6 +68,10 @@ bool bind_kernel_set(void* library, const LibraryAccess& access, KernelSet& k, s
         if (!bind_symbol(library, access, base + "_ttab", k.tables.*row.table, missing)) return false;
         if (!bind_symbol(library, access, base + "_ctab", k.costs.*row.cost, missing)) return false;
     }
+#define QOR_CORE_RNG_EXPORT(field, symbol) \
+    if (!bind_symbol(library, access, #symbol, k.rng.field, missing)) return false;
+    QOR_CORE_RNG_EXPORTS
+#undef QOR_CORE_RNG_EXPORT
     return true;
 }
 

@@ -16,10 +16,13 @@
  * with p one of s, d, c, z and the argument lists of vm_kinds.h, e.g.
  *   qor_vdAdd(n, a, b, r);  qor_vmsSubI(n, a, 2, b, 2, r, 1, QOR_VM_LA);
  * The mode word, status codes, error record and callback type are those of
- * qor_vm.h (QOR_VM_LA, QOR_VM_ERRMODE_..., QOR_VM_STATUS_..., ...). */
+ * qor_vm.h (QOR_VM_LA, QOR_VM_ERRMODE_..., QOR_VM_STATUS_..., ...).
+ *
+ * Random numbers: streams, generators and distributions, qor_random.h. */
 #ifndef QOR_H
 #define QOR_H
 
+#include "qor_random.h"
 #include "qor_types.h"
 #include "qor_vm.h"
 #include "vm_kinds.h"

@@ -38,6 +38,8 @@ inline int32_t dll_cpu_version() { return reported_cpu_version; }
 inline void kernel_stub() {}
 inline const qor_vm_kernel table[3] = {&kernel_stub, &kernel_stub, &kernel_stub};
 inline const float costs[3] = {1.0f, 2.0f, 3.0f};
+// Distinct stand-in addresses for the random-number exports (never called).
+inline char rng_exports[64];
 
 // Services wired to the functions above.
 inline qor::core::KernelServices services() {
@@ -58,7 +60,8 @@ struct Library {
     int closes = 0;
     int handle = 0;  // its address is the library handle
 
-    // A complete library: every service and every table of the rows on.
+    // A complete library: every service, every table of the rows on and
+    // every random-number export.
     Library() {
         symbols["dll_cpu_version"] = reinterpret_cast<void*>(&dll_cpu_version);
 #define QOR_FAKE_SYMBOL(ret, op, params) symbols["qor_lum_kernel_" #op] = reinterpret_cast<void*>(&op);
@@ -69,6 +72,10 @@ struct Library {
             symbols[base + "_ttab"] = const_cast<qor_vm_kernel*>(table);
             symbols[base + "_ctab"] = const_cast<float*>(costs);
         }
+        int next_rng = 0;
+#define QOR_CORE_RNG_EXPORT(field, symbol) symbols[#symbol] = &rng_exports[next_rng++];
+        QOR_CORE_RNG_EXPORTS
+#undef QOR_CORE_RNG_EXPORT
     }
 
     qor::core::LibraryAccess access() {

@@ -1,0 +1,137 @@
+/* qor: random numbers, as applications call them through the core library.
+ *
+ * A stream (qor_rng_stream) holds one basic generator's state; it is made
+ * by qor_rng_new_stream or a loader, used by one thread at a time and ended
+ * by qor_rng_delete_stream.  Distributions draw from a stream:
+ *   qor_rng_stream* s;
+ *   qor_rng_new_stream(&s, QOR_RNG_BRNG_MCG31M1, 777);
+ *   qor_vdRngUniform(QOR_RNG_METHOD_UNIFORM_STD, s, n, r, 0.0, 1.0);
+ *   qor_rng_delete_stream(&s);
+ *
+ * Generator identifiers (QOR_RNG_BRNG_...), the properties record, the
+ * status codes (QOR_RNG_STATUS_...) and QOR_RNG_METHOD_ACCURATE are those
+ * of qor_rng.h.  Every call returns 0 on success or a negative status.  The
+ * core checks the arguments before the kernels see them: a null pointer, a
+ * negative count or a parameter out of range gives QOR_RNG_STATUS_BAD_ARGUMENT
+ * (a distribution method it does not know gives QOR_RNG_STATUS_BAD_METHOD)
+ * and leaves the caller's streams and arrays as they were.
+ *
+ * When the kernels cannot be used (see qor_init in qor.h) every call here
+ * returns the qor_init status (QOR_STATUS_KERNEL_NOT_FOUND and its
+ * neighbours, -901 to -904, apart from every QOR_RNG_STATUS_ code), sets a
+ * stream the call would have created to null and touches nothing else. */
+#ifndef QOR_RANDOM_H
+#define QOR_RANDOM_H
+
+#include "qor_rng.h"
+#include "qor_types.h"
+
+#ifndef QOR_CORE_API
+#  ifdef QOR_BUILDING_CORE
+#    define QOR_CORE_API QOR_EXPORT
+#  else
+#    define QOR_CORE_API QOR_IMPORT
+#  endif
+#endif
+
+QOR_BEGIN_C
+
+/* ---- Streams ------------------------------------------------------------------
+ * A call that creates a stream sets *stream to null when it fails, so there
+ * is never a half-made stream to delete. */
+
+/* A stream of generator brng seeded with one 32-bit word. */
+QOR_CORE_API int qor_rng_new_stream(qor_rng_stream** stream, int brng, uint32_t seed);
+/* A stream seeded with n words (n of 0: the generator's default seed).  The
+ * abstract generators are not made here (QOR_RNG_STATUS_BAD_BRNG), nor is a
+ * generator this build does not provide. */
+QOR_CORE_API int qor_rng_new_stream_ex(qor_rng_stream** stream, int brng, int n, const uint32_t* params);
+/* A new stream with the source's generator, state and attached data. */
+QOR_CORE_API int qor_rng_copy_stream(qor_rng_stream** copy, const qor_rng_stream* source);
+/* Gives destination the source's state and attached data.  Both streams must
+ * be of the same generator (QOR_RNG_STATUS_BAD_BRNG otherwise). */
+QOR_CORE_API int qor_rng_copy_stream_state(qor_rng_stream* destination, const qor_rng_stream* source);
+/* Frees the stream and sets *stream to null. */
+QOR_CORE_API int qor_rng_delete_stream(qor_rng_stream** stream);
+
+/* Turns the stream into the k-th of nstreams interleaved streams: it then
+ * yields outputs k, k + nstreams, k + 2 nstreams, ... of the original.
+ * nstreams below 1 gives QOR_RNG_STATUS_BAD_STREAM_COUNT, k outside
+ * [0, nstreams) QOR_RNG_STATUS_BAD_ARGUMENT; a generator without leapfrog
+ * answers QOR_RNG_STATUS_NO_LEAPFROG. */
+QOR_CORE_API int qor_rng_leapfrog_stream(qor_rng_stream* stream, int k, int nstreams);
+/* Advances the stream by nskip outputs. */
+QOR_CORE_API int qor_rng_skip_ahead_stream(qor_rng_stream* stream, uint64_t nskip);
+/* Advances the stream by the count held in n 64-bit words, least
+ * significant first; a generator without it answers
+ * QOR_RNG_STATUS_NO_SKIP_AHEAD_EX. */
+QOR_CORE_API int qor_rng_skip_ahead_stream_ex(qor_rng_stream* stream, int n, const uint64_t* nskip);
+/* The identifier the stream was made with (0 or more), or a status. */
+QOR_CORE_API int qor_rng_get_stream_brng(const qor_rng_stream* stream);
+
+/* ---- Saved streams ------------------------------------------------------------
+ * An image holds the generator identifier, the whole state and the attached
+ * data; a stream loaded from it continues exactly where the saved one
+ * stood.  Files and memory images have the same layout. */
+
+/* Writes the stream to the file at path (a zero-terminated name). */
+QOR_CORE_API int qor_rng_save_stream_file(const qor_rng_stream* stream, const char* path);
+QOR_CORE_API int qor_rng_load_stream_file(qor_rng_stream** stream, const char* path);
+/* Bytes of the stream's image, or a status. */
+QOR_CORE_API int qor_rng_get_stream_image_size(const qor_rng_stream* stream);
+/* Writes the image into buffer, which holds size bytes; a buffer smaller
+ * than the image gives QOR_RNG_STATUS_BAD_ARGUMENT and is left as it was. */
+QOR_CORE_API int qor_rng_save_stream_memory(const qor_rng_stream* stream, char* buffer, size_t size);
+/* Builds a stream from an image that qor_rng_save_stream_memory wrote; the
+ * buffer must hold the whole image. */
+QOR_CORE_API int qor_rng_load_stream_memory(qor_rng_stream** stream, const char* buffer);
+
+/* ---- Generators ---------------------------------------------------------------- */
+
+/* The registry row of an identifier. */
+QOR_CORE_API int qor_rng_get_brng_properties(int brng, qor_rng_brng_properties* properties);
+/* Number of generator rows registered (the built-in ones included). */
+QOR_CORE_API int qor_rng_get_brng_count(void);
+/* Adds a generator and returns its identifier (above 0), or a status: a
+ * state_size below the 16-byte stream header gives
+ * QOR_RNG_STATUS_REG_BAD_STATE_SIZE, the other fields are checked as
+ * qor_rng.h tells.  Registrations from several threads are serialised. */
+QOR_CORE_API int qor_rng_register_brng(const qor_rng_brng_properties* properties);
+
+/* ---- Distributions --------------------------------------------------------------
+ * Every continuous distribution has a double and a single form,
+ *   int qor_vdRng<Name>(int method, qor_rng_stream* stream, int n, double* r, params...)
+ *   int qor_vsRng<Name>(int method, qor_rng_stream* stream, int n, float* r, params...)
+ * writing n variates to r (which may be null when n is 0).  The list below
+ * holds one line per distribution:
+ *   X(Name, kind, methods, accurate)
+ *     kind      the parameters after r, as QOR_RNG_DIST_PARAMS_<kind>(T)
+ *     methods   the methods are numbered 0 to methods - 1
+ *     accurate  1 when QOR_RNG_METHOD_ACCURATE may be added to a method
+ *
+ * Uniform: on [a, b), a below b and b - a finite.  Its accurate method
+ * keeps every value inside [a, b] where the generator's rounding could
+ * reach b. */
+#define QOR_RNG_DISTRIBUTIONS(X) \
+    X(Uniform, a_b, 1, 1)
+
+enum {
+    QOR_RNG_METHOD_UNIFORM_STD = 0,
+    QOR_RNG_METHOD_UNIFORM_STD_ACCURATE = QOR_RNG_METHOD_UNIFORM_STD | QOR_RNG_METHOD_ACCURATE
+};
+
+/* Parameter lists of the distributions, and their names for forwarding. */
+#define QOR_RNG_DIST_PARAMS_a_b(T) T a, T b
+#define QOR_RNG_DIST_ARGS_a_b a, b
+
+#define QOR_RNG_DIST_DECLS(Name, kind, methods, accurate)                                              \
+    QOR_CORE_API int qor_vdRng##Name(int method, qor_rng_stream* stream, int n, double* r,            \
+                                     QOR_RNG_DIST_PARAMS_##kind(double));                              \
+    QOR_CORE_API int qor_vsRng##Name(int method, qor_rng_stream* stream, int n, float* r,             \
+                                     QOR_RNG_DIST_PARAMS_##kind(float));
+QOR_RNG_DISTRIBUTIONS(QOR_RNG_DIST_DECLS)
+#undef QOR_RNG_DIST_DECLS
+
+QOR_END_C
+
+#endif

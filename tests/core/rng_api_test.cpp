@@ -1,0 +1,376 @@
+// The public random-number interface seen from an application: sequences
+// against the recurrences and against the kernel library's own exports,
+// skip-ahead, leapfrog, copies, saved streams, registration, the argument
+// checks the core makes, and every call without kernels.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <limits>
+#include <memory>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "qor/qor.h"
+
+namespace {
+
+struct StreamDeleter {
+    void operator()(qor_rng_stream* s) const { qor_rng_delete_stream(&s); }
+};
+using Stream = std::unique_ptr<qor_rng_stream, StreamDeleter>;
+
+Stream make(int brng, uint32_t seed) {
+    qor_rng_stream* s = nullptr;
+    EXPECT_EQ(qor_rng_new_stream(&s, brng, seed), QOR_RNG_STATUS_OK) << std::hex << brng;
+    return Stream(s);
+}
+
+std::vector<double> draw(qor_rng_stream* s, int n, int method = QOR_RNG_METHOD_UNIFORM_STD) {
+    std::vector<double> r(n);
+    EXPECT_EQ(qor_vdRngUniform(method, s, n, r.data(), 0.0, 1.0), QOR_RNG_STATUS_OK);
+    return r;
+}
+
+// The kernel library's own exports, from the copy the core loaded.
+struct KernelExports {
+    decltype(&__rixNewStreamEx) new_stream;
+    decltype(&__rixDeleteStream) delete_stream;
+    decltype(&_rixdRngUniform) d_uniform;
+    decltype(&_rixsRngUniform) s_uniform;
+};
+
+class RngApi : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_EQ(qor_init(), QOR_STATUS_OK) << qor_init_detail(); }
+};
+
+TEST_F(RngApi, Mcg59SequenceFollowsItsRecurrence) {
+    // x' = 13^13 x mod 2^59, scaled by 2^-59 (exact once x is rounded).
+    Stream s59 = make(QOR_RNG_BRNG_MCG59, 12345);
+    uint64_t x = 12345;
+    for (double v : draw(s59.get(), 300)) {
+        ASSERT_EQ(v, static_cast<double>(x) * 0x1p-59);
+        x = (x * 302875106592253u) & ((uint64_t{1} << 59) - 1);
+    }
+}
+
+TEST_F(RngApi, PublicCallsGiveTheKernelExportsSequences) {
+    void* library = dlopen(qor_kernel_path(), RTLD_NOW | RTLD_NOLOAD);
+    ASSERT_NE(library, nullptr) << dlerror();
+    const KernelExports k{reinterpret_cast<decltype(&__rixNewStreamEx)>(dlsym(library, "__rixNewStreamEx")),
+                          reinterpret_cast<decltype(&__rixDeleteStream)>(dlsym(library, "__rixDeleteStream")),
+                          reinterpret_cast<decltype(&_rixdRngUniform)>(dlsym(library, "_rixdRngUniform")),
+                          reinterpret_cast<decltype(&_rixsRngUniform)>(dlsym(library, "_rixsRngUniform"))};
+    ASSERT_TRUE(k.new_stream && k.delete_stream && k.d_uniform && k.s_uniform);
+    for (int brng : {int{QOR_RNG_BRNG_MCG31M1}, int{QOR_RNG_BRNG_MCG59}, 0, 3}) {
+        for (uint32_t seed : {0u, 777u, 0xFFFFFFFFu}) {
+            Stream mine = make(brng, seed);
+            qor_rng_stream* theirs = nullptr;
+            ASSERT_EQ(k.new_stream(&theirs, brng, 1, &seed), 0);
+            for (int method : {QOR_RNG_METHOD_UNIFORM_STD, QOR_RNG_METHOD_UNIFORM_STD_ACCURATE}) {
+                std::vector<double> d1(1001), d2(1001);
+                std::vector<float> f1(999), f2(999);
+                ASSERT_EQ(qor_vdRngUniform(method, mine.get(), 1001, d1.data(), -2.0, 7.0), 0);
+                ASSERT_EQ(k.d_uniform(method, theirs, 1001, d2.data(), -2.0, 7.0), 0);
+                ASSERT_EQ(qor_vsRngUniform(method, mine.get(), 999, f1.data(), 0.0f, 1.0f), 0);
+                ASSERT_EQ(k.s_uniform(method, theirs, 999, f2.data(), 0.0f, 1.0f), 0);
+                EXPECT_EQ(d1, d2) << std::hex << brng << " seed " << seed;
+                EXPECT_EQ(f1, f2) << std::hex << brng << " seed " << seed;
+            }
+            k.delete_stream(&theirs);
+        }
+    }
+    dlclose(library);  // drops only the reference taken above
+}
+
+TEST_F(RngApi, SkipAheadAndLeapfrogSelectFromTheOriginalSequence) {
+    for (int brng : {int{QOR_RNG_BRNG_MCG31M1}, int{QOR_RNG_BRNG_MCG59}}) {
+        const std::vector<double> whole = draw(make(brng, 99).get(), 1100);
+        Stream skipped = make(brng, 99);
+        ASSERT_EQ(qor_rng_skip_ahead_stream(skipped.get(), 1000), 0);
+        EXPECT_EQ(draw(skipped.get(), 100), std::vector<double>(whole.begin() + 1000, whole.end()));
+
+        Stream leaper = make(brng, 99);
+        ASSERT_EQ(qor_rng_leapfrog_stream(leaper.get(), 2, 5), 0);
+        const std::vector<double> every_fifth = draw(leaper.get(), 200);
+        for (int i = 0; i < 200; ++i) ASSERT_EQ(every_fifth[i], whole[2 + 5 * i]) << i;
+
+        // Refusals leave the stream where it was.
+        Stream s = make(brng, 99);
+        const uint64_t words[2] = {5, 1};
+        EXPECT_EQ(qor_rng_skip_ahead_stream_ex(s.get(), 2, words), QOR_RNG_STATUS_NO_SKIP_AHEAD_EX);
+        EXPECT_EQ(qor_rng_leapfrog_stream(s.get(), 0, 0), QOR_RNG_STATUS_BAD_STREAM_COUNT);
+        EXPECT_EQ(qor_rng_leapfrog_stream(s.get(), 0, -3), QOR_RNG_STATUS_BAD_STREAM_COUNT);
+        EXPECT_EQ(qor_rng_leapfrog_stream(s.get(), 5, 5), QOR_RNG_STATUS_BAD_ARGUMENT);
+        EXPECT_EQ(qor_rng_leapfrog_stream(s.get(), -1, 5), QOR_RNG_STATUS_BAD_ARGUMENT);
+        EXPECT_EQ(draw(s.get(), 10), std::vector<double>(whole.begin(), whole.begin() + 10));
+    }
+}
+
+TEST_F(RngApi, CopiesContinueIndependently) {
+    Stream a = make(QOR_RNG_BRNG_MCG59, 5);
+    draw(a.get(), 17);
+    qor_rng_stream* raw = nullptr;
+    ASSERT_EQ(qor_rng_copy_stream(&raw, a.get()), 0);
+    Stream b(raw);
+    EXPECT_EQ(qor_rng_get_stream_brng(b.get()), QOR_RNG_BRNG_MCG59);
+    const std::vector<double> from_b = draw(b.get(), 50);
+    EXPECT_EQ(draw(a.get(), 50), from_b);
+
+    Stream c = make(QOR_RNG_BRNG_MCG59, 1);
+    ASSERT_EQ(qor_rng_copy_stream_state(c.get(), a.get()), 0);
+    EXPECT_EQ(draw(c.get(), 20), draw(a.get(), 20));
+    EXPECT_EQ(qor_rng_copy_stream_state(c.get(), c.get()), 0);
+
+    // Legacy identifier 3 names the same generator; MCG31m1 does not.
+    Stream legacy = make(3, 1);
+    EXPECT_EQ(qor_rng_copy_stream_state(legacy.get(), a.get()), 0);
+    EXPECT_EQ(draw(legacy.get(), 5), draw(a.get(), 5));
+    Stream other = make(QOR_RNG_BRNG_MCG31M1, 8);
+    EXPECT_EQ(qor_rng_copy_stream_state(other.get(), a.get()), QOR_RNG_STATUS_BAD_BRNG);
+    EXPECT_EQ(draw(other.get(), 5), draw(make(QOR_RNG_BRNG_MCG31M1, 8).get(), 5));
+}
+
+TEST_F(RngApi, SavedStreamsContinueWhereTheyStood) {
+    Stream s = make(QOR_RNG_BRNG_MCG31M1, 4242);
+    draw(s.get(), 37);
+    const std::string path = ::testing::TempDir() + "qor_rng_api_" + std::to_string(getpid()) + ".bin";
+    ASSERT_EQ(qor_rng_save_stream_file(s.get(), path.c_str()), 0);
+
+    // An image is the generator's state size plus 8 bytes of header.
+    const int size = qor_rng_get_stream_image_size(s.get());
+    EXPECT_EQ(size, 24 + 8);
+    std::vector<char> image(size + 1, '\x5A');
+    EXPECT_EQ(qor_rng_save_stream_memory(s.get(), image.data(), size - 1), QOR_RNG_STATUS_BAD_ARGUMENT);
+    EXPECT_EQ(image, std::vector<char>(size + 1, '\x5A'));
+    ASSERT_EQ(qor_rng_save_stream_memory(s.get(), image.data(), size), 0);
+    EXPECT_EQ(image[size], '\x5A');
+
+    qor_rng_stream *from_file = nullptr, *from_memory = nullptr;
+    ASSERT_EQ(qor_rng_load_stream_file(&from_file, path.c_str()), 0);
+    ASSERT_EQ(qor_rng_load_stream_memory(&from_memory, image.data()), 0);
+    Stream f(from_file), m(from_memory);
+    std::remove(path.c_str());
+    EXPECT_EQ(qor_rng_get_stream_brng(f.get()), QOR_RNG_BRNG_MCG31M1);
+    const std::vector<double> next = draw(s.get(), 500);
+    EXPECT_EQ(draw(f.get(), 500), next);
+    EXPECT_EQ(draw(m.get(), 500), next);
+
+    // Refused images leave no stream behind.
+    qor_rng_stream* none = s.get();
+    image[4] ^= 1;  // the signature
+    EXPECT_EQ(qor_rng_load_stream_memory(&none, image.data()), QOR_RNG_STATUS_BAD_MEMORY_IMAGE);
+    EXPECT_EQ(none, nullptr);
+    none = s.get();
+    EXPECT_EQ(qor_rng_load_stream_file(&none, (path + ".absent").c_str()), QOR_RNG_STATUS_FILE_OPEN);
+    EXPECT_EQ(none, nullptr);
+}
+
+TEST_F(RngApi, UnknownAndUnavailableGeneratorsAreRefused) {
+    qor_rng_brng_properties p{};
+    ASSERT_EQ(qor_rng_get_brng_properties(QOR_RNG_BRNG_MCG59, &p), 0);
+    EXPECT_EQ(p.state_size, 32);
+    EXPECT_EQ(p.word_size, 8);
+    EXPECT_EQ(p.bit_count, 59);
+    EXPECT_EQ(p.includes_zero, 0);
+    EXPECT_GE(qor_rng_get_brng_count(), QOR_RNG_BUILTIN_ROWS);
+
+    // Member 1 of a one-member row, a row never registered, a legacy slot
+    // past the table, an empty legacy slot, an abstract generator, a
+    // generator this build does not provide.
+    for (int brng : {int{QOR_RNG_BRNG_MCG31M1} + 1, 0x1F000000, -1, 281, 279, int{QOR_RNG_BRNG_IABSTRACT},
+                     int{QOR_RNG_BRNG_R250}}) {
+        qor_rng_stream* s = reinterpret_cast<qor_rng_stream*>(&p);
+        EXPECT_EQ(qor_rng_new_stream(&s, brng, 1), QOR_RNG_STATUS_BAD_BRNG) << brng;
+        EXPECT_EQ(s, nullptr) << brng;
+    }
+    EXPECT_EQ(qor_rng_get_brng_properties(0x1F000000, &p), QOR_RNG_STATUS_BAD_BRNG);
+}
+
+TEST_F(RngApi, NullPointersAndBadCountsAreRefused) {
+    Stream s = make(QOR_RNG_BRNG_MCG31M1, 3);
+    qor_rng_stream* out = nullptr;
+    qor_rng_stream* null_stream = nullptr;
+    char buffer[64] = {};
+    const int bad = QOR_RNG_STATUS_BAD_ARGUMENT;
+    EXPECT_EQ(qor_rng_new_stream(nullptr, QOR_RNG_BRNG_MCG31M1, 1), bad);
+    EXPECT_EQ(qor_rng_new_stream_ex(&out, QOR_RNG_BRNG_MCG31M1, 2, nullptr), bad);
+    EXPECT_EQ(qor_rng_new_stream_ex(&out, QOR_RNG_BRNG_MCG31M1, -1, nullptr), bad);
+    EXPECT_EQ(qor_rng_copy_stream(nullptr, s.get()), bad);
+    EXPECT_EQ(qor_rng_copy_stream(&out, nullptr), bad);
+    EXPECT_EQ(qor_rng_copy_stream_state(s.get(), nullptr), bad);
+    EXPECT_EQ(qor_rng_copy_stream_state(nullptr, s.get()), bad);
+    EXPECT_EQ(qor_rng_delete_stream(nullptr), bad);
+    EXPECT_EQ(qor_rng_delete_stream(&null_stream), bad);
+    EXPECT_EQ(qor_rng_leapfrog_stream(nullptr, 0, 2), bad);
+    EXPECT_EQ(qor_rng_skip_ahead_stream(nullptr, 5), bad);
+    EXPECT_EQ(qor_rng_skip_ahead_stream_ex(nullptr, 0, nullptr), bad);
+    EXPECT_EQ(qor_rng_skip_ahead_stream_ex(s.get(), 1, nullptr), bad);
+    EXPECT_EQ(qor_rng_skip_ahead_stream_ex(s.get(), -1, nullptr), bad);
+    EXPECT_EQ(qor_rng_get_stream_brng(nullptr), bad);
+    EXPECT_EQ(qor_rng_save_stream_file(nullptr, "x"), bad);
+    EXPECT_EQ(qor_rng_save_stream_file(s.get(), nullptr), bad);
+    EXPECT_EQ(qor_rng_load_stream_file(nullptr, "x"), bad);
+    EXPECT_EQ(qor_rng_load_stream_file(&out, nullptr), bad);
+    EXPECT_EQ(qor_rng_get_stream_image_size(nullptr), bad);
+    EXPECT_EQ(qor_rng_save_stream_memory(nullptr, buffer, sizeof buffer), bad);
+    EXPECT_EQ(qor_rng_save_stream_memory(s.get(), nullptr, sizeof buffer), bad);
+    EXPECT_EQ(qor_rng_load_stream_memory(nullptr, buffer), bad);
+    EXPECT_EQ(qor_rng_load_stream_memory(&out, nullptr), bad);
+    EXPECT_EQ(qor_rng_get_brng_properties(QOR_RNG_BRNG_MCG31M1, nullptr), bad);
+    EXPECT_EQ(qor_rng_register_brng(nullptr), bad);
+    EXPECT_EQ(out, nullptr);
+    EXPECT_EQ(draw(s.get(), 3), draw(make(QOR_RNG_BRNG_MCG31M1, 3).get(), 3));  // untouched
+}
+
+template <class T, class F>
+void expect_uniform_checks(F uniform) {
+    const T nan = std::numeric_limits<T>::quiet_NaN(), inf = std::numeric_limits<T>::infinity();
+    const T big = std::numeric_limits<T>::max();
+    Stream s = make(QOR_RNG_BRNG_MCG31M1, 11);
+    std::vector<T> r(4, T(-9));
+    struct Case {
+        int method, n;
+        bool null_stream, null_r;
+        T a, b;
+        int status;
+    };
+    const Case cases[] = {
+        {1, 4, false, false, 0, 1, QOR_RNG_STATUS_BAD_METHOD},
+        {QOR_RNG_METHOD_ACCURATE | 1, 4, false, false, 0, 1, QOR_RNG_STATUS_BAD_METHOD},
+        {-1, 4, false, false, 0, 1, QOR_RNG_STATUS_BAD_METHOD},
+        {0, -1, false, false, 0, 1, QOR_RNG_STATUS_BAD_ARGUMENT},
+        {0, 4, true, false, 0, 1, QOR_RNG_STATUS_BAD_ARGUMENT},
+        {0, 4, false, true, 0, 1, QOR_RNG_STATUS_BAD_ARGUMENT},
+        {0, 4, false, false, 1, 1, QOR_RNG_STATUS_BAD_ARGUMENT},
+        {0, 4, false, false, 2, 1, QOR_RNG_STATUS_BAD_ARGUMENT},
+        {0, 4, false, false, nan, 1, QOR_RNG_STATUS_BAD_ARGUMENT},
+        {0, 4, false, false, 0, nan, QOR_RNG_STATUS_BAD_ARGUMENT},
+        {0, 4, false, false, -inf, 1, QOR_RNG_STATUS_BAD_ARGUMENT},
+        {0, 4, false, false, 0, inf, QOR_RNG_STATUS_BAD_ARGUMENT},
+        {0, 4, false, false, -big, big, QOR_RNG_STATUS_BAD_ARGUMENT},  // width overflows
+        {0, 0, false, true, 0, 1, QOR_RNG_STATUS_OK},                  // nothing to write
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(uniform(c.method, c.null_stream ? nullptr : s.get(), c.n, c.null_r ? nullptr : r.data(), c.a, c.b),
+                  c.status)
+            << "method " << c.method << " n " << c.n << " a " << c.a << " b " << c.b;
+    }
+    EXPECT_EQ(r, std::vector<T>(4, T(-9)));
+    EXPECT_EQ(draw(s.get(), 3), draw(make(QOR_RNG_BRNG_MCG31M1, 11).get(), 3));  // not advanced
+}
+
+TEST_F(RngApi, UniformChecksMethodCountOutputAndBounds) {
+    expect_uniform_checks<double>(qor_vdRngUniform);
+    expect_uniform_checks<float>(qor_vsRngUniform);
+}
+
+// A registered generator: its state counts the values handed out, its real
+// fills give a + (b - a) * count / 4 and fail past 1000 values.
+struct CountingGenerator {
+    static int32_t init(uint32_t method, qor_rng_stream* s, int32_t n, const uint32_t* params) {
+        if (method != 0) return QOR_RNG_STATUS_BAD_METHOD;
+        *counter(s) = n > 0 ? params[0] : 0;
+        return 0;
+    }
+    template <class T>
+    static int32_t fill(qor_rng_stream* s, int32_t n, T* r, T a, T b) {
+        if (*counter(s) + n > 1000) return QOR_RNG_STATUS_BAD_ARGUMENT - 100;
+        for (int32_t i = 0; i < n; ++i) r[i] = a + (b - a) * T((*counter(s))++ % 4) / 4;
+        return 0;
+    }
+    static int32_t fill_int(qor_rng_stream*, int32_t, void*) { return 0; }
+    static uint32_t* counter(qor_rng_stream* s) { return reinterpret_cast<uint32_t*>(s + 1); }
+    static qor_rng_brng_properties row() { return {24, 1, 1, 4, 32, init, fill<float>, fill<double>, fill_int}; }
+};
+
+TEST_F(RngApi, RegisteredGeneratorsServeStreamsAndDistributions) {
+    const int rows = qor_rng_get_brng_count();
+    qor_rng_brng_properties p = CountingGenerator::row();
+    p.state_size = 15;  // no room for the stream header
+    EXPECT_EQ(qor_rng_register_brng(&p), QOR_RNG_STATUS_REG_BAD_STATE_SIZE);
+    p.state_size = 24;
+    p.word_size = 12;
+    EXPECT_EQ(qor_rng_register_brng(&p), QOR_RNG_STATUS_REG_BAD_WORD_SIZE);
+    EXPECT_EQ(qor_rng_get_brng_count(), rows);
+
+    p = CountingGenerator::row();
+    const int id = qor_rng_register_brng(&p);
+    EXPECT_EQ(id, (rows + 1) << 20);
+    EXPECT_EQ(qor_rng_get_brng_count(), rows + 1);
+    Stream s = make(id, 2);
+    std::vector<double> r(6);
+    ASSERT_EQ(qor_vdRngUniform(0, s.get(), 6, r.data(), 10.0, 18.0), 0);
+    EXPECT_EQ(r, (std::vector<double>{14, 16, 10, 12, 14, 16}));
+    std::vector<float> f(1000);
+    EXPECT_EQ(qor_vsRngUniform(0, s.get(), 1000, f.data(), 0.0f, 1.0f), QOR_RNG_STATUS_BAD_ARGUMENT - 100);
+
+    // Registrations from several threads each get a row of their own.
+    std::vector<int> ids(32);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&ids, &p, t] {
+            for (int i = 0; i < 8; ++i) ids[8 * t + i] = qor_rng_register_brng(&p);
+        });
+    for (auto& t : threads) t.join();
+    EXPECT_EQ(std::set<int>(ids.begin(), ids.end()).size(), 32u);
+    EXPECT_EQ(qor_rng_get_brng_count(), rows + 33);
+}
+
+// Run in a fresh process: the kernel directory points where there is no
+// kernel library.
+void exercise_without_kernels(const std::string& empty_dir) {
+    setenv("QOR_KERNEL_DIR", empty_dir.c_str(), 1);
+    const int expected = QOR_STATUS_KERNEL_NOT_FOUND;
+    int failures = 0;
+    auto check = [&](int status) { failures += status == expected ? 0 : 1; };
+    qor_rng_stream dummy{};
+    qor_rng_stream* s = &dummy;
+    qor_rng_brng_properties p{};
+    uint64_t words[1] = {1};
+    char buffer[64] = {};
+    double r[2] = {-7, -7};
+    float f[2] = {-7, -7};
+    // Each call that creates a stream nulls the caller's pointer.
+    auto check_creation = [&](int status) {
+        check(status);
+        failures += s == nullptr ? 0 : 1;
+        s = &dummy;
+    };
+    check_creation(qor_rng_new_stream(&s, QOR_RNG_BRNG_MCG31M1, 1));
+    check_creation(qor_rng_new_stream_ex(&s, QOR_RNG_BRNG_MCG31M1, 0, nullptr));
+    check_creation(qor_rng_copy_stream(&s, &dummy));
+    check_creation(qor_rng_load_stream_file(&s, "x"));
+    check_creation(qor_rng_load_stream_memory(&s, buffer));
+    check(qor_rng_copy_stream_state(&dummy, &dummy));
+    check(qor_rng_delete_stream(&s));
+    failures += s == &dummy ? 0 : 1;
+    check(qor_rng_leapfrog_stream(&dummy, 0, 2));
+    check(qor_rng_skip_ahead_stream(&dummy, 4));
+    check(qor_rng_skip_ahead_stream_ex(&dummy, 1, words));
+    check(qor_rng_get_stream_brng(&dummy));
+    check(qor_rng_save_stream_file(&dummy, "x"));
+    check(qor_rng_get_stream_image_size(&dummy));
+    check(qor_rng_save_stream_memory(&dummy, buffer, sizeof buffer));
+    check(qor_rng_get_brng_properties(QOR_RNG_BRNG_MCG31M1, &p));
+    check(qor_rng_get_brng_count());
+    check(qor_rng_register_brng(&p));
+    check(qor_vdRngUniform(0, &dummy, 2, r, 0.0, 1.0));
+    check(qor_vsRngUniform(0, &dummy, 2, f, 0.0f, 1.0f));
+    failures += (r[0] == -7 && r[1] == -7 && f[0] == -7 && f[1] == -7) ? 0 : 1;
+    std::fprintf(stderr, "%d failed checks\n", failures);
+    std::exit(failures == 0 ? 0 : 1);
+}
+
+TEST(RngApiDeathTest, WithoutKernelsEveryCallReturnsTheInitStatus) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const std::string dir = ::testing::TempDir() + "qor_no_kernels";
+    EXPECT_EXIT(exercise_without_kernels(dir), ::testing::ExitedWithCode(0), "0 failed checks");
+}
+
+}  // namespace
