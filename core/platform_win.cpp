@@ -7,6 +7,7 @@
 #include <io.h>
 #include <malloc.h>
 
+#include <algorithm>
 #include <bit>
 #include <string>
 
@@ -56,7 +57,11 @@ void* library_open(const std::string& path) {
     // No "cannot find" dialog box: a missing library is an ordinary failure.
     DWORD old_mode = 0;
     SetThreadErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX, &old_mode);
-    HMODULE module = LoadLibraryA(path.c_str());
+    // LoadLibrary wants backslashes; a path given with forward slashes
+    // (QOR_KERNEL_DIR=C:/qor/bin, say) is meant the same way.
+    std::string native = path;
+    std::replace(native.begin(), native.end(), '/', '\\');
+    HMODULE module = LoadLibraryA(native.c_str());
     const DWORD error = GetLastError();
     SetThreadErrorMode(old_mode, nullptr);
     if (!module) last_library_failure = path + ": " + system_message(error);
@@ -74,6 +79,8 @@ void library_close(void* library) { FreeLibrary(static_cast<HMODULE>(library)); 
 std::string library_error() { return last_library_failure.empty() ? "unknown error" : last_library_failure; }
 
 std::string module_path(const void* address) {
+    // A null address would name the program itself.
+    if (!address) return "";
     HMODULE module = nullptr;
     if (!GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
                             static_cast<const char*>(address), &module))

@@ -12,6 +12,13 @@
 
 namespace {
 
+// The kernel library's file name with the separator before it.
+#if defined(_WIN32)
+const std::string kKernelFile = "\\qor_sse42.3.dll";
+#else
+const std::string kKernelFile = "/libqor_sse42.so.3";
+#endif
+
 bool ends_with(const std::string& s, const std::string& tail) {
     return s.size() >= tail.size() && s.compare(s.size() - tail.size(), tail.size(), tail) == 0;
 }
@@ -22,7 +29,7 @@ TEST(Init, FindsTheSse42KernelsBesideTheCoreLibrary) {
     EXPECT_STREQ(qor_init_detail(), "");
     EXPECT_STREQ(qor_kernel_set_name(), "sse42");
     EXPECT_EQ(qor_kernel_cpu_version(), 5);
-    EXPECT_TRUE(ends_with(qor_kernel_path(), "/libqor_sse42.so.3")) << qor_kernel_path();
+    EXPECT_TRUE(ends_with(qor_kernel_path(), kKernelFile)) << qor_kernel_path();
 }
 
 TEST(Init, ConcurrentFirstCallsAgree) {
@@ -76,7 +83,7 @@ void exercise_without_kernels(const std::string& empty_dir) {
 
     check(qor_init() == QOR_STATUS_KERNEL_NOT_FOUND);
     const std::string detail = qor_init_detail();
-    check(detail.find(empty_dir + "/libqor_sse42.so.3") != std::string::npos);
+    check(detail.find(empty_dir + kKernelFile) != std::string::npos);
     check(detail.find("QOR_KERNEL_DIR") != std::string::npos);
     check(qor_kernel_cpu_version() == QOR_STATUS_KERNEL_NOT_FOUND);
     check(std::string(qor_kernel_set_name()).empty());

@@ -67,7 +67,8 @@ TEST_F(Loader, Sse42ProcessorsGetTheSse42SetWhateverElseTheyHave) {
 
 TEST(CandidatePaths, OverrideDirectoryIsTheOnlyPlaceLookedAt) {
     using qor::core::candidate_paths;
-    EXPECT_EQ(candidate_paths("/k", "/core/", "libk.so"), (std::vector<std::string>{"/k/libk.so"}));
+    EXPECT_EQ(candidate_paths("/k", "/core/", "libk.so"),
+              (std::vector<std::string>{std::string("/k") + qor::core::kPathSeparator + "libk.so"}));
     EXPECT_EQ(candidate_paths("/k/", "/core/", "libk.so"), (std::vector<std::string>{"/k/libk.so"}));
     EXPECT_EQ(candidate_paths("", "/core/", "libk.so"), (std::vector<std::string>{"/core/libk.so", "libk.so"}));
     EXPECT_EQ(candidate_paths("", "", "libk.so"), (std::vector<std::string>{"libk.so"}));
@@ -97,7 +98,7 @@ TEST_F(Loader, OverrideIsNotSilentlyBypassed) {
     library.loadable_paths = {"/opt/qor/lib/" + kFile, kFile};  // present elsewhere, not in the override
     const LoadOutcome out = load(processor(true), "/elsewhere");
     EXPECT_EQ(out.status, QOR_STATUS_KERNEL_NOT_FOUND);
-    EXPECT_EQ(library.opened, (std::vector<std::string>{"/elsewhere/" + kFile}));
+    EXPECT_EQ(library.opened, (std::vector<std::string>{"/elsewhere" + std::string(1, qor::core::kPathSeparator) + kFile}));
     EXPECT_TRUE(contains(out.message, "QOR_KERNEL_DIR is set to /elsewhere")) << out.message;
 }
 

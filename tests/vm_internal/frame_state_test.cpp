@@ -3,8 +3,9 @@
 // kernels that each row's share column names.
 #include <gtest/gtest.h>
 
+#include <condition_variable>
 #include <cstring>
-#include <latch>
+#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -24,6 +25,27 @@ using qor::platform::heap_live_blocks;
 namespace {
 
 int32_t no_callback(qor_vm_error_record*) { return 0; }
+
+// A countdown latch on a mutex and a condition variable.  std::latch waits
+// on an atomic, and MinGW's GCC 12 library can lose that wake-up when
+// several threads wait at once.
+class Latch {
+public:
+    explicit Latch(int count) : count_(count) {}
+    void count_down() {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (--count_ == 0) zero_.notify_all();
+    }
+    void wait() {
+        std::unique_lock<std::mutex> lock(mutex_);
+        zero_.wait(lock, [&] { return count_ <= 0; });
+    }
+
+private:
+    std::mutex mutex_;
+    std::condition_variable zero_;
+    int count_;
+};
 
 // Each way of touching the state, one per thread.
 void touch(int how) {
@@ -47,7 +69,7 @@ TEST(FrameThreadState, EachThreadsRecordIsFreedWhenItEnds) {
     qor_lum_kernel_GetMode();  // the main thread's record exists already
     const long before = heap_live_blocks();
     constexpr int kThreads = 8;
-    std::latch touched(kThreads), release(1);
+    Latch touched(kThreads), release(1);
     std::vector<std::thread> threads;
     for (int t = 0; t < kThreads; ++t)
         threads.emplace_back([&, t] {
@@ -86,7 +108,7 @@ TEST(FrameThreadState, NewRecordStartsClearedAndTakesItsModeOnFirstUse) {
 
 TEST(FrameThreadState, UnloadFreesEveryRecordAndStateComesBackOnNextUse) {
     qor_lum_kernel_SetMode(QOR_VM_LA);
-    std::latch touched(1), release(1);
+    Latch touched(1), release(1);
     std::thread other([&] {
         touch(1);
         touched.count_down();

@@ -1,15 +1,18 @@
 // The kernel table (_ttab) and cost table (_ctab) of every row that is on.
-// Each table is defined under a local name that the entry points address
-// directly, and exported under its public name as an alias.
+// Each table is defined and exported under its public name; the entry
+// points address it through a hidden alias.  The alias binds locally, which
+// a shared object needs for the entries' direct %rip-relative jumps, and the
+// exported definition itself keeps its data type, which a DLL needs so that
+// importers reach the table and not a code thunk.
 #include "kernel_decls.h"
 #include "qor/qor_vm.h"
 
 #define QOR_VM_TABLES(p, Fn, share, la, ha, ep)                                                        \
     extern "C" {                                                                                        \
-    QOR_HIDDEN extern const qor_vm_kernel qor_vm_ttab_##p##Fn[3];                                       \
-    const qor_vm_kernel qor_vm_ttab_##p##Fn[3] = {QOR_VM_TABLE_CASTS(QOR_VMK_SLOTS_##share(p, Fn))}; \
-    QOR_EXPORT extern const qor_vm_kernel qor_lum_kernel_##p##Fn##_ttab[3]                              \
-        __attribute__((alias("qor_vm_ttab_" #p #Fn)));                                                  \
+    const qor_vm_kernel qor_lum_kernel_##p##Fn##_ttab[3] = {                                            \
+        QOR_VM_TABLE_CASTS(QOR_VMK_SLOTS_##share(p, Fn))};                                              \
+    QOR_HIDDEN extern const qor_vm_kernel qor_vm_ttab_##p##Fn[3]                                        \
+        __attribute__((alias("qor_lum_kernel_" #p #Fn "_ttab")));                                       \
     const float qor_lum_kernel_##p##Fn##_ctab[3] = {la, ha, ep};                                        \
     }
 
