@@ -1,0 +1,106 @@
+// Exponential and logarithm kernels beside SLEEF's SSE4 functions (the
+// 1-ulp "u10" and, where SLEEF has one, the 3.5-ulp "u35" version) and a
+// scalar loop over the C library's function, in cache (n = 1000) and
+// streaming (n = 10^6).  CPE is time-stamp ticks per element.
+#include <sleef.h>
+
+#include <cmath>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "bench_util.h"
+#include "qor/qor_vm.h"
+
+namespace qor::bench {
+namespace {
+
+constexpr long kSizes[] = {1000, 1000000};
+
+template <class T>
+using Kernel = void (*)(int, const T*, T*);
+using SleefD = const __m128d (*)(__m128d);
+using SleefF = const __m128 (*)(__m128);
+
+template <class T>
+void register_loop(const std::string& label, long n, double lo, double hi, std::function<void(int, const T*, T*)> run) {
+    benchmark::RegisterBenchmark(label.c_str(), [=](benchmark::State& st) {
+        auto a = uniform_array<T>(n, lo, hi, 1);
+        std::vector<T> r(n);
+        CycleCounter c;
+        for (auto _ : st) {
+            c.start();
+            run(int(n), a.data(), r.data());
+            c.stop();
+            benchmark::DoNotOptimize(r.data());
+        }
+        c.report(st, n);
+    });
+}
+
+void sleef_loop(SleefD f, int n, const double* a, double* r) {
+    int i = 0;
+    for (; i + 2 <= n; i += 2) _mm_storeu_pd(r + i, f(_mm_loadu_pd(a + i)));
+    for (; i < n; ++i) r[i] = _mm_cvtsd_f64(f(_mm_set1_pd(a[i])));
+}
+
+void sleef_loop(SleefF f, int n, const float* a, float* r) {
+    int i = 0;
+    for (; i + 4 <= n; i += 4) _mm_storeu_ps(r + i, f(_mm_loadu_ps(a + i)));
+    for (; i < n; ++i) r[i] = _mm_cvtss_f32(f(_mm_set1_ps(a[i])));
+}
+
+template <class T, class Sleef>
+void register_function(const std::string& fn, char p, double lo, double hi, T (*libm)(T), Sleef u10, Sleef u35) {
+    const std::string base = std::string("_lum") + p + fn;
+    const std::pair<std::string, std::string> variants[] = {
+        {"HA", base}, {"LA", base + la_suffix(p)}, {"EP", base + ep_suffix(p)}};
+    if (!kernel_symbol<Kernel<T>>(base)) return;
+    for (long n : kSizes) {
+        const std::string tail = "/" + std::to_string(n);
+        const std::string name = std::string(1, p) + fn;
+        for (const auto& [label, symbol] : variants)
+            if (Kernel<T> k = kernel_symbol<Kernel<T>>(symbol)) register_loop<T>(name + "/qor_" + label + tail, n, lo, hi, k);
+        if (u10)
+            register_loop<T>(name + "/sleef_u10" + tail, n, lo, hi, [u10](int m, const T* a, T* r) { sleef_loop(u10, m, a, r); });
+        if (u35)
+            register_loop<T>(name + "/sleef_u35" + tail, n, lo, hi, [u35](int m, const T* a, T* r) { sleef_loop(u35, m, a, r); });
+        if (libm)
+            register_loop<T>(name + "/libm" + tail, n, lo, hi, [libm](int m, const T* a, T* r) {
+                for (int i = 0; i < m; ++i) r[i] = libm(a[i]);
+            });
+    }
+}
+
+int register_all() {
+    if (dll_cpu_version() != 5) return 1;
+    register_function<double, SleefD>("Exp", 'd', -700.0, 700.0, ::exp, Sleef_expd2_u10sse4, nullptr);
+    register_function<float, SleefF>("Exp", 's', -87.0, 88.0, ::expf, Sleef_expf4_u10sse4, nullptr);
+    register_function<double, SleefD>("Exp2", 'd', -1000.0, 1000.0, ::exp2, Sleef_exp2d2_u10sse4, Sleef_exp2d2_u35sse4);
+    register_function<float, SleefF>("Exp2", 's', -125.0, 127.0, ::exp2f, Sleef_exp2f4_u10sse4, Sleef_exp2f4_u35sse4);
+    register_function<double, SleefD>("Exp10", 'd', -300.0, 300.0, ::exp10, Sleef_exp10d2_u10sse4, Sleef_exp10d2_u35sse4);
+    register_function<float, SleefF>("Exp10", 's', -37.0, 38.0, ::exp10f, Sleef_exp10f4_u10sse4, Sleef_exp10f4_u35sse4);
+    register_function<double, SleefD>("Expm1", 'd', -5.0, 5.0, ::expm1, Sleef_expm1d2_u10sse4, nullptr);
+    register_function<float, SleefF>("Expm1", 's', -5.0, 5.0, ::expm1f, Sleef_expm1f4_u10sse4, nullptr);
+    register_function<double, SleefD>("Ln", 'd', 1e-3, 1e3, ::log, Sleef_logd2_u10sse4, Sleef_logd2_u35sse4);
+    register_function<float, SleefF>("Ln", 's', 1e-3, 1e3, ::logf, Sleef_logf4_u10sse4, Sleef_logf4_u35sse4);
+    register_function<double, SleefD>("Log2", 'd', 1e-3, 1e3, ::log2, Sleef_log2d2_u10sse4, Sleef_log2d2_u35sse4);
+    register_function<float, SleefF>("Log2", 's', 1e-3, 1e3, ::log2f, Sleef_log2f4_u10sse4, Sleef_log2f4_u35sse4);
+    register_function<double, SleefD>("Log10", 'd', 1e-3, 1e3, ::log10, Sleef_log10d2_u10sse4, nullptr);
+    register_function<float, SleefF>("Log10", 's', 1e-3, 1e3, ::log10f, Sleef_log10f4_u10sse4, nullptr);
+    register_function<double, SleefD>("Log1p", 'd', -0.9, 100.0, ::log1p, Sleef_log1pd2_u10sse4, nullptr);
+    register_function<float, SleefF>("Log1p", 's', -0.9, 100.0, ::log1pf, Sleef_log1pf4_u10sse4, nullptr);
+    register_function<double, SleefD>("Logb", 'd', -1e6, 1e6, ::logb, nullptr, nullptr);
+    register_function<float, SleefF>("Logb", 's', -1e6, 1e6, ::logbf, nullptr, nullptr);
+    // E1 has no C library or SLEEF peer: the kernels are timed alone.
+    register_function<double, SleefD>("ExpInt1", 'd', 0.01, 50.0, nullptr, nullptr, nullptr);
+    register_function<float, SleefF>("ExpInt1", 's', 0.01, 50.0, nullptr, nullptr, nullptr);
+    return 0;
+}
+
+const int registered = register_all();
+
+}  // namespace
+}  // namespace qor::bench
+
+BENCHMARK_MAIN();

@@ -1,0 +1,176 @@
+// Shared pieces of the exponential and logarithm tests: argument sets
+// (edges around thresholds, subnormals, signed zeros, infinities, NaN, and
+// random arguments over the whole range), the accuracy check against MPFR
+// through the ulp oracle, and a scoped mode with a recording callback.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <random>
+#include <span>
+#include <vector>
+
+#include "../support/ulp_oracle.h"
+#include "qor/qor_vm.h"
+
+namespace explog_test {
+
+using qor::test::MpfrUnary;
+using qor::test::UnaryKernel;
+
+template <class T>
+using Strided = void (*)(int, const T*, int, T*, int);
+
+template <class T>
+T next_up(T x) { return std::nextafter(x, std::numeric_limits<T>::infinity()); }
+template <class T>
+T next_down(T x) { return std::nextafter(x, -std::numeric_limits<T>::infinity()); }
+
+// The values every function meets: zeros, subnormals, the normal limits,
+// infinities, NaN, and the neighbours of 1 and -1.
+template <class T>
+std::vector<T> common_edges() {
+    using L = std::numeric_limits<T>;
+    std::vector<T> v = {T(0), -T(0), L::denorm_min(), -L::denorm_min(), L::min(), -L::min(),
+                        next_down(L::min()), -next_down(L::min()), L::max(), -L::max(), L::infinity(),
+                        -L::infinity(), L::quiet_NaN(), -L::quiet_NaN(), T(1), -T(1), T(2), T(0.5), T(10),
+                        L::epsilon(), -L::epsilon(), L::epsilon() / 2, -L::epsilon() / 2};
+    for (T one : {T(1), T(-1)})
+        for (int k = 1; k <= 4; ++k) {
+            T up = one, down = one;
+            for (int s = 0; s < k; ++s) up = next_up(up), down = next_down(down);
+            v.push_back(up);
+            v.push_back(down);
+        }
+    for (int e = -30; e <= 30; e += 3) v.push_back(std::ldexp(T(1), e));
+    return v;
+}
+
+// Each threshold with its neighbours, k steps either way.
+template <class T>
+std::vector<T> around(std::initializer_list<T> points, int k = 3) {
+    std::vector<T> v;
+    for (T p : points) {
+        T up = p, down = p;
+        v.push_back(p);
+        for (int s = 0; s < k; ++s) {
+            up = next_up(up);
+            down = next_down(down);
+            v.push_back(up);
+            v.push_back(down);
+        }
+    }
+    return v;
+}
+
+// n arguments: a third uniform in [lo, hi], a third with log-uniform
+// magnitude in [2^elo, 2^ehi] and either sign, a third random bit patterns.
+template <class T>
+std::vector<T> random_args(std::size_t n, double lo, double hi, int elo, int ehi, unsigned seed) {
+    using U = std::conditional_t<sizeof(T) == 4, uint32_t, uint64_t>;
+    std::mt19937_64 gen(seed);
+    std::uniform_real_distribution<double> lin(lo, hi), expo(elo, ehi);
+    std::vector<T> v(n);
+    for (std::size_t i = 0; i < n; ++i) {
+        switch (i % 3) {
+            case 0: v[i] = T(lin(gen)); break;
+            case 1: v[i] = T((gen() & 1 ? -1 : 1) * std::exp2(expo(gen))); break;
+            default: v[i] = std::bit_cast<T>(U(gen())); break;
+        }
+    }
+    return v;
+}
+
+template <class T>
+std::vector<T> join(std::initializer_list<std::vector<T>> parts) {
+    std::vector<T> v;
+    for (const auto& p : parts) v.insert(v.end(), p.begin(), p.end());
+    return v;
+}
+
+template <class T>
+auto bits_of(T x) {
+    return std::bit_cast<std::conditional_t<sizeof(T) == 4, uint32_t, uint64_t>>(x);
+}
+
+// Ulp limits for "at least `bits` correct bits" in the precision of T.
+template <class T>
+constexpr double bits_limit(int bits) {
+    return std::ldexp(1.0, std::numeric_limits<T>::digits - 1 - bits);
+}
+
+// Expects every result within `limit` ulps; returns the worst case.
+template <class T>
+qor::test::WorstCase expect_within(UnaryKernel<T> kernel, MpfrUnary f, std::span<const T> args, double limit,
+                                   const char* what) {
+    auto w = qor::test::measure_unary<T>(kernel, f, args, limit);
+    EXPECT_EQ(w.above, 0u) << what << ": " << w.above << " results above " << limit << " ulp; worst "
+                           << w.describe();
+    EXPECT_LE(w.ulps, limit) << what << ": " << w.describe();
+    return w;
+}
+
+// A strided kernel must give, element by element, the contiguous kernel's
+// results; elements between the strided ones stay untouched.
+template <class T>
+void expect_strided_matches(UnaryKernel<T> contiguous, Strided<T> strided, const std::vector<T>& args) {
+    const int n = int(args.size());
+    std::vector<T> want(n), spread(3 * n), out(2 * n, T(-7));
+    contiguous(n, args.data(), want.data());
+    for (int i = 0; i < n; ++i) spread[3 * i] = args[i];
+    strided(n, spread.data(), 3, out.data(), 2);
+    for (int i = 0; i < n; ++i) {
+        EXPECT_EQ(bits_of(out[2 * i]), bits_of(want[i])) << "element " << i << " x = " << args[i];
+        EXPECT_EQ(out[2 * i + 1], T(-7));
+    }
+    std::vector<T> unit(n);
+    strided(n, args.data(), 1, unit.data(), 1);
+    for (int i = 0; i < n; ++i)
+        EXPECT_TRUE(unit[i] == want[i] || (std::isnan(unit[i]) && std::isnan(want[i]))) << "x = " << args[i];
+}
+
+// Sets the mode for the scope (callback-only reporting by default) and
+// records every report through the callback.
+class Reports {
+public:
+    explicit Reports(uint32_t mode = QOR_VM_ERRMODE_CALLBACK | QOR_VM_HA) {
+        saved_mode_ = qor_lum_kernel_GetMode();
+        saved_callback_ = qor_lum_kernel_SetErrorCallBack(&Reports::record);
+        qor_lum_kernel_SetMode(mode);
+        qor_lum_kernel_ClearErrStatus();
+        qor_lum_kernel_SetInterfInputVectorPointer(nullptr);
+        log().clear();
+    }
+    ~Reports() {
+        qor_lum_kernel_SetErrorCallBack(saved_callback_);
+        qor_lum_kernel_SetMode((saved_mode_ & QOR_VM_FTZDAZ_MASK) ? saved_mode_ : saved_mode_ | QOR_VM_FTZDAZ_OFF);
+        qor_lum_kernel_ClearErrStatus();
+    }
+    Reports(const Reports&) = delete;
+    Reports& operator=(const Reports&) = delete;
+
+    static std::vector<qor_vm_error_record>& log() {
+        static thread_local std::vector<qor_vm_error_record> records;
+        return records;
+    }
+    // Code reported for element i, 0 when none.
+    static int code_at(int i) {
+        for (const auto& r : log())
+            if (r.index == i) return r.code;
+        return 0;
+    }
+
+private:
+    static int32_t record(qor_vm_error_record* r) {
+        log().push_back(*r);
+        return 0;
+    }
+    uint32_t saved_mode_;
+    qor_vm_error_callback saved_callback_;
+};
+
+}  // namespace explog_test
