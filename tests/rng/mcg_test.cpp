@@ -130,33 +130,6 @@ TYPED_TEST(McgTest, RealFillsAreTheConvertedRecurrence) {
     }
 }
 
-TYPED_TEST(McgTest, OneFillEqualsTheSameCountInOddPieces) {
-    using G = TypeParam;
-    const int32_t pieces[] = {1, 7, 8, 15, 16, 953};
-    constexpr int32_t kTotal = 1000;
-    Stream whole_i = make_stream(G::brng, {42}), whole_d = make_stream(G::brng, {42}),
-           whole_s = make_stream(G::brng, {42});
-    const auto wi = ints<G>(whole_i.get(), kTotal);
-    const auto wd = doubles<G>(whole_d.get(), kTotal, -1.0, 2.0);
-    const auto ws = singles<G>(whole_s.get(), kTotal, -1.0f, 2.0f);
-    Stream pi = make_stream(G::brng, {42}), pd = make_stream(G::brng, {42}), ps = make_stream(G::brng, {42});
-    std::vector<typename G::Word> gi;
-    std::vector<double> gd;
-    std::vector<float> gs;
-    for (int32_t k : pieces) {
-        auto a = ints<G>(pi.get(), k);
-        auto b = doubles<G>(pd.get(), k, -1.0, 2.0);
-        auto c = singles<G>(ps.get(), k, -1.0f, 2.0f);
-        gi.insert(gi.end(), a.begin(), a.end());
-        gd.insert(gd.end(), b.begin(), b.end());
-        gs.insert(gs.end(), c.begin(), c.end());
-    }
-    EXPECT_EQ(gi, wi);
-    EXPECT_EQ(gd, wd);
-    EXPECT_EQ(gs, ws);
-    EXPECT_EQ(peek<G>(pi.get()), peek<G>(whole_i.get()));
-}
-
 TYPED_TEST(McgTest, NonPositiveCountsWriteNothingAndKeepTheState) {
     using G = TypeParam;
     Stream s = make_stream(G::brng, {99});
