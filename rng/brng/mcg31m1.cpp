@@ -4,6 +4,7 @@
 #include "qor/qor_rng.h"
 #include "rng/brng/brng_rows.h"
 #include "rng/brng/mcg_lanes.h"
+#include "rng/brng/mcg_methods.h"
 #include "rng/stream/stream_layout.h"
 
 namespace qor::rng {
@@ -59,33 +60,13 @@ void fill(Mcg31State& s, int32_t n, const Sink& out) {
 
 int32_t init(uint32_t method, qor_rng_stream* stream, int32_t n, const uint32_t* params) {
     if (!stream) return QOR_RNG_STATUS_BAD_ARGUMENT;
-    Mcg31State& s = *state_of<Mcg31State>(stream);
-    switch (method) {
-    case 0: {  // seed: x = first word mod m, never 0
-        if (n >= 1 && !params) return QOR_RNG_STATUS_BAD_ARGUMENT;
-        uint32_t x = n >= 1 ? params[0] % kMod31 : 1;
-        s.x = x ? x : 1;
-        s.a = kMultiplier;
-        return QOR_RNG_STATUS_OK;
-    }
-    case 1: {  // leapfrog: stream k of n
-        if (!params) return QOR_RNG_STATUS_BAD_ARGUMENT;
-        const uint32_t a = s.a;
-        s.x = mul_mod31(s.x, pow_mod31(a, params[0]));
-        s.a = pow_mod31(a, static_cast<uint32_t>(n));
-        return QOR_RNG_STATUS_OK;
-    }
-    case 2: {  // skip ahead by the 64-bit count in params[0..1]
-        if (!params) return QOR_RNG_STATUS_BAD_ARGUMENT;
-        const uint64_t count = params[0] | (uint64_t{params[1]} << 32);
-        s.x = mul_mod31(s.x, pow_mod31(s.a, count));
-        return QOR_RNG_STATUS_OK;
-    }
-    case 3:
-        return QOR_RNG_STATUS_NO_SKIP_AHEAD_EX;
-    default:
-        return QOR_RNG_STATUS_BAD_METHOD;
-    }
+    return mcg_method<Mod31>(method, *state_of<Mcg31State>(stream), n, params,
+                           [](auto& s, int32_t count, const uint32_t* seed) {
+                               // x = first word mod m, never 0
+                               const uint32_t x = count >= 1 ? seed[0] % kMod31 : 1;
+                               s.x = x ? x : 1;
+                               s.a = kMultiplier;
+                           });
 }
 
 }  // namespace

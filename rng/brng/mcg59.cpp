@@ -4,6 +4,7 @@
 #include "qor/qor_rng.h"
 #include "rng/brng/brng_rows.h"
 #include "rng/brng/mcg_lanes.h"
+#include "rng/brng/mcg_methods.h"
 #include "rng/stream/stream_layout.h"
 
 namespace qor::rng {
@@ -64,35 +65,15 @@ void fill(Mcg59State& s, int32_t n, const Sink& out) {
 
 int32_t init(uint32_t method, qor_rng_stream* stream, int32_t n, const uint32_t* params) {
     if (!stream) return QOR_RNG_STATUS_BAD_ARGUMENT;
-    Mcg59State& s = *state_of<Mcg59State>(stream);
-    switch (method) {
-    case 0: {  // seed: one word, or two words as low and high halves, never 0
-        if (n >= 1 && !params) return QOR_RNG_STATUS_BAD_ARGUMENT;
-        uint64_t x = 1;
-        if (n == 1) x = params[0];
-        if (n >= 2) x = (params[0] | (uint64_t{params[1]} << 32)) & kMask59;
-        s.x = x ? x : 1;
-        s.a = kMultiplier;
-        return QOR_RNG_STATUS_OK;
-    }
-    case 1: {  // leapfrog: stream k of n
-        if (!params) return QOR_RNG_STATUS_BAD_ARGUMENT;
-        const uint64_t a = s.a;
-        s.x = mul_mod59(s.x, pow_mod59(a, params[0]));
-        s.a = pow_mod59(a, static_cast<uint32_t>(n));
-        return QOR_RNG_STATUS_OK;
-    }
-    case 2: {  // skip ahead by the 64-bit count in params[0..1]
-        if (!params) return QOR_RNG_STATUS_BAD_ARGUMENT;
-        const uint64_t count = params[0] | (uint64_t{params[1]} << 32);
-        s.x = mul_mod59(s.x, pow_mod59(s.a, count));
-        return QOR_RNG_STATUS_OK;
-    }
-    case 3:
-        return QOR_RNG_STATUS_NO_SKIP_AHEAD_EX;
-    default:
-        return QOR_RNG_STATUS_BAD_METHOD;
-    }
+    return mcg_method<Mod59>(method, *state_of<Mcg59State>(stream), n, params,
+                           [](auto& s, int32_t count, const uint32_t* seed) {
+                               // one word, or two words as low and high halves, never 0
+                               uint64_t x = 1;
+                               if (count == 1) x = seed[0];
+                               if (count >= 2) x = (seed[0] | (uint64_t{seed[1]} << 32)) & kMask59;
+                               s.x = x ? x : 1;
+                               s.a = kMultiplier;
+                           });
 }
 
 }  // namespace

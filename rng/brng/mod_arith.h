@@ -41,3 +41,20 @@ inline uint64_t pow_mod59(uint64_t base, uint64_t exponent) {
 }
 
 }  // namespace qor::rng
+
+namespace qor::rng {
+
+// The two moduli as policies for code shared by both generators.
+struct Mod31 {
+    using Word = uint32_t;
+    static Word mul(Word x, Word y) { return mul_mod31(x, y); }
+    static Word pow(Word base, uint64_t exponent) { return pow_mod31(base, exponent); }
+};
+
+struct Mod59 {
+    using Word = uint64_t;
+    static Word mul(Word x, Word y) { return mul_mod59(x, y); }
+    static Word pow(Word base, uint64_t exponent) { return pow_mod59(base, exponent); }
+};
+
+}  // namespace qor::rng
