@@ -23,6 +23,7 @@
 #include "../frame/fp_env.h"
 #include "../frame/thread_state.h"
 #include "complex_simd.h"
+#include "driver.h"
 
 namespace qor::vm {
 
@@ -204,35 +205,12 @@ void run_complex_binary(const Op& op, int n, A a, B b, R r, const char* name) {
 
 }  // namespace qor::vm
 
-// Kernel definitions for the rows of one complex function: the contiguous
-// kernel and the strided one, which takes the contiguous loop when every
-// increment is 1.
-#define QOR_VM_COMPLEX_UNARY_KERNELS(p, Fn, slot, C, op)                                                    \
-    QOR_EXTERN_C void qor_vmk_##p##Fn##_##slot(int n, const C* a, C* r) {                                   \
-        qor::vm::run_complex_unary(op, n, qor::vm::ComplexContig<C>(a), qor::vm::ComplexContig<C>(r),       \
-                                   "v" #p #Fn);                                                             \
-    }                                                                                                       \
-    QOR_EXTERN_C void qor_vmk_##p##Fn##I_##slot(int n, const C* a, int inca, C* r, int incr) {              \
-        if (inca == 1 && incr == 1)                                                                         \
-            qor::vm::run_complex_unary(op, n, qor::vm::ComplexContig<C>(a), qor::vm::ComplexContig<C>(r),   \
-                                       "v" #p #Fn "I");                                                     \
-        else                                                                                                \
-            qor::vm::run_complex_unary(op, n, qor::vm::ComplexStrided<C>(a, inca),                          \
-                                       qor::vm::ComplexStrided<C>(r, incr), "v" #p #Fn "I");                \
-    }
+// Kernel definitions for the rows of one complex function: the forms of
+// driver.h over the complex loops and views.
+#define QOR_VM_COMPLEX_UNARY_KERNELS(p, Fn, slot, C, op)                                                 \
+    QOR_VM_UNARY_FORMS(qor::vm::run_complex_unary, op, qor::vm::ComplexContig, qor::vm::ComplexStrided, \
+                       p, Fn, slot, C)
 
-#define QOR_VM_COMPLEX_BINARY_KERNELS(p, Fn, slot, C, op)                                                   \
-    QOR_EXTERN_C void qor_vmk_##p##Fn##_##slot(int n, const C* a, const C* b, C* r) {                       \
-        qor::vm::run_complex_binary(op, n, qor::vm::ComplexContig<C>(a), qor::vm::ComplexContig<C>(b),      \
-                                    qor::vm::ComplexContig<C>(r), "v" #p #Fn);                              \
-    }                                                                                                       \
-    QOR_EXTERN_C void qor_vmk_##p##Fn##I_##slot(int n, const C* a, int inca, const C* b, int incb, C* r,    \
-                                                int incr) {                                                 \
-        if (inca == 1 && incb == 1 && incr == 1)                                                            \
-            qor::vm::run_complex_binary(op, n, qor::vm::ComplexContig<C>(a), qor::vm::ComplexContig<C>(b),  \
-                                        qor::vm::ComplexContig<C>(r), "v" #p #Fn "I");                      \
-        else                                                                                                \
-            qor::vm::run_complex_binary(op, n, qor::vm::ComplexStrided<C>(a, inca),                         \
-                                        qor::vm::ComplexStrided<C>(b, incb),                                \
-                                        qor::vm::ComplexStrided<C>(r, incr), "v" #p #Fn "I");               \
-    }
+#define QOR_VM_COMPLEX_BINARY_KERNELS(p, Fn, slot, C, op)                                                 \
+    QOR_VM_BINARY_FORMS(qor::vm::run_complex_binary, op, qor::vm::ComplexContig, qor::vm::ComplexStrided, \
+                        p, Fn, slot, C)

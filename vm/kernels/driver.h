@@ -308,34 +308,39 @@ void run_unary2(const Op& op, int n, A a, R1 r1, R2 r2, const char* name) {
 
 }  // namespace qor::vm
 
-// Kernel definitions for the rows of one function: the contiguous kernel and
-// the strided one, which takes the contiguous loop when every increment is 1.
-#define QOR_VM_UNARY_KERNELS(p, Fn, slot, T, op)                                                        \
+// Kernel definitions for the rows of one function slot: the contiguous
+// kernel and the strided one, which takes the contiguous views when every
+// increment is 1.  `loop(op, n, views..., name)` is the element loop, and
+// Contig/Strided the view templates it takes; the family macros below and
+// those of the other loops are these forms with their own loop.
+#define QOR_VM_UNARY_FORMS(loop, op, Contig, Strided, p, Fn, slot, T)                                    \
     QOR_EXTERN_C void qor_vmk_##p##Fn##_##slot(int n, const T* a, T* r) {                               \
-        qor::vm::run_unary(op, n, qor::vm::Contig<T>(a), qor::vm::Contig<T>(r), "v" #p #Fn);           \
+        loop(op, n, Contig<T>(a), Contig<T>(r), "v" #p #Fn);                                            \
     }                                                                                                   \
     QOR_EXTERN_C void qor_vmk_##p##Fn##I_##slot(int n, const T* a, int inca, T* r, int incr) {          \
         if (inca == 1 && incr == 1)                                                                     \
-            qor::vm::run_unary(op, n, qor::vm::Contig<T>(a), qor::vm::Contig<T>(r), "v" #p #Fn "I");   \
+            loop(op, n, Contig<T>(a), Contig<T>(r), "v" #p #Fn "I");                                    \
         else                                                                                            \
-            qor::vm::run_unary(op, n, qor::vm::Strided<T>(a, inca), qor::vm::Strided<T>(r, incr),      \
-                               "v" #p #Fn "I");                                                         \
+            loop(op, n, Strided<T>(a, inca), Strided<T>(r, incr), "v" #p #Fn "I");                      \
     }
 
-#define QOR_VM_BINARY_KERNELS(p, Fn, slot, T, op)                                                       \
+#define QOR_VM_BINARY_FORMS(loop, op, Contig, Strided, p, Fn, slot, T)                                   \
     QOR_EXTERN_C void qor_vmk_##p##Fn##_##slot(int n, const T* a, const T* b, T* r) {                   \
-        qor::vm::run_binary(op, n, qor::vm::Contig<T>(a), qor::vm::Contig<T>(b), qor::vm::Contig<T>(r), \
-                            "v" #p #Fn);                                                                \
+        loop(op, n, Contig<T>(a), Contig<T>(b), Contig<T>(r), "v" #p #Fn);                              \
     }                                                                                                   \
     QOR_EXTERN_C void qor_vmk_##p##Fn##I_##slot(int n, const T* a, int inca, const T* b, int incb, T* r, \
                                                 int incr) {                                             \
         if (inca == 1 && incb == 1 && incr == 1)                                                        \
-            qor::vm::run_binary(op, n, qor::vm::Contig<T>(a), qor::vm::Contig<T>(b),                    \
-                                qor::vm::Contig<T>(r), "v" #p #Fn "I");                                 \
+            loop(op, n, Contig<T>(a), Contig<T>(b), Contig<T>(r), "v" #p #Fn "I");                      \
         else                                                                                            \
-            qor::vm::run_binary(op, n, qor::vm::Strided<T>(a, inca), qor::vm::Strided<T>(b, incb),      \
-                                qor::vm::Strided<T>(r, incr), "v" #p #Fn "I");                          \
+            loop(op, n, Strided<T>(a, inca), Strided<T>(b, incb), Strided<T>(r, incr), "v" #p #Fn "I"); \
     }
+
+#define QOR_VM_UNARY_KERNELS(p, Fn, slot, T, op) \
+    QOR_VM_UNARY_FORMS(qor::vm::run_unary, op, qor::vm::Contig, qor::vm::Strided, p, Fn, slot, T)
+
+#define QOR_VM_BINARY_KERNELS(p, Fn, slot, T, op) \
+    QOR_VM_BINARY_FORMS(qor::vm::run_binary, op, qor::vm::Contig, qor::vm::Strided, p, Fn, slot, T)
 
 #define QOR_VM_UNARY2_KERNELS(p, Fn, slot, T, op)                                                       \
     QOR_EXTERN_C void qor_vmk_##p##Fn##_##slot(int n, const T* a, T* r1, T* r2) {                       \

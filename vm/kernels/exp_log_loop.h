@@ -163,14 +163,5 @@ typename S::V horner(typename S::V x, const typename S::T (&c)[N]) {
 }  // namespace qor::vm
 
 // The contiguous and strided kernels of one function slot over run_screened.
-#define QOR_VM_SCREENED_KERNELS(p, Fn, slot, T, op)                                                    \
-    QOR_EXTERN_C void qor_vmk_##p##Fn##_##slot(int n, const T* a, T* r) {                              \
-        qor::vm::run_screened(op, n, qor::vm::Contig<T>(a), qor::vm::Contig<T>(r), "v" #p #Fn);       \
-    }                                                                                                  \
-    QOR_EXTERN_C void qor_vmk_##p##Fn##I_##slot(int n, const T* a, int inca, T* r, int incr) {         \
-        if (inca == 1 && incr == 1)                                                                    \
-            qor::vm::run_screened(op, n, qor::vm::Contig<T>(a), qor::vm::Contig<T>(r), "v" #p #Fn "I"); \
-        else                                                                                           \
-            qor::vm::run_screened(op, n, qor::vm::Strided<T>(a, inca), qor::vm::Strided<T>(r, incr),  \
-                                  "v" #p #Fn "I");                                                     \
-    }
+#define QOR_VM_SCREENED_KERNELS(p, Fn, slot, T, op) \
+    QOR_VM_UNARY_FORMS(qor::vm::run_screened, op, qor::vm::Contig, qor::vm::Strided, p, Fn, slot, T)

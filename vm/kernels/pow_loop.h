@@ -123,20 +123,8 @@ void run_marked_unary(const Op& op, int n, A a, R r, const char* name) {
 }  // namespace qor::vm
 
 // The contiguous and strided kernels of Pow or Powr for one slot.
-#define QOR_VM_POW_KERNELS(p, Fn, slot, T, op)                                                              \
-    QOR_EXTERN_C void qor_vmk_##p##Fn##_##slot(int n, const T* a, const T* b, T* r) {                       \
-        qor::vm::run_marked_binary(op, n, qor::vm::Contig<T>(a), qor::vm::Contig<T>(b), qor::vm::Contig<T>(r), \
-                                   "v" #p #Fn);                                                             \
-    }                                                                                                       \
-    QOR_EXTERN_C void qor_vmk_##p##Fn##I_##slot(int n, const T* a, int inca, const T* b, int incb, T* r,     \
-                                                int incr) {                                                 \
-        if (inca == 1 && incb == 1 && incr == 1)                                                            \
-            qor::vm::run_marked_binary(op, n, qor::vm::Contig<T>(a), qor::vm::Contig<T>(b),                 \
-                                       qor::vm::Contig<T>(r), "v" #p #Fn "I");                              \
-        else                                                                                                \
-            qor::vm::run_marked_binary(op, n, qor::vm::Strided<T>(a, inca), qor::vm::Strided<T>(b, incb),   \
-                                       qor::vm::Strided<T>(r, incr), "v" #p #Fn "I");                       \
-    }
+#define QOR_VM_POW_KERNELS(p, Fn, slot, T, op) \
+    QOR_VM_BINARY_FORMS(qor::vm::run_marked_binary, op, qor::vm::Contig, qor::vm::Strided, p, Fn, slot, T)
 
 // The contiguous and strided kernels of Powx for one slot; `run` is a
 // function template run<A, R>(n, a, b, r, name) that picks the method for
