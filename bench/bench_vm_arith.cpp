@@ -2,6 +2,7 @@
 // -O3 -msse4.2, in cache (n = 1000) and streaming (n = 10^6).
 #include <cmath>
 #include <functional>
+#include <type_traits>
 
 #include "bench_util.h"
 #include "qor/qor_vm.h"
@@ -12,99 +13,58 @@ namespace {
 
 constexpr long kSizes[] = {1000, 1000000};
 
-template <class T>
-void register_unary(const std::string& fn, char p, void (*scalar)(int, const T*, T*), double lo, double hi) {
-    using Kernel = void (*)(int, const T*, T*);
-    const std::string base = std::string("_lum") + p + fn;
-    const std::pair<std::string, std::string> variants[] = {
-        {"HA", base}, {"LA", base + la_suffix(p)}, {"EP", base + ep_suffix(p)}};
-    for (long n : kSizes) {
-        for (const auto& [label, symbol] : variants) {
-            Kernel k = kernel_symbol<Kernel>(symbol);
-            if (!k) continue;
-            benchmark::RegisterBenchmark((std::string(1, p) + fn + "/qor_" + label + "/" + std::to_string(n)).c_str(),
-                                         [=](benchmark::State& st) {
-                                             auto a = uniform_array<T>(n, lo, hi, 1);
-                                             std::vector<T> r(n);
-                                             CycleCounter c;
-                                             for (auto _ : st) {
-                                                 c.start();
-                                                 k(int(n), a.data(), r.data());
-                                                 c.stop();
-                                                 benchmark::DoNotOptimize(r.data());
-                                             }
-                                             c.report(st, n);
-                                         });
+// Registers one benchmark: `call(a, b, r, n)` runs once over arrays of n
+// elements of T filled with uniform values in [lo, hi).
+template <class T, class Call>
+void register_run(const std::string& name, long n, double lo, double hi, Call call) {
+    benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& st) {
+        auto a = uniform_array<T>(n, lo, hi, 1);
+        auto b = uniform_array<T>(n, lo, hi, 2);
+        std::vector<T> r(n);
+        CycleCounter c;
+        for (auto _ : st) {
+            c.start();
+            call(a.data(), b.data(), r.data(), int(n));
+            c.stop();
+            benchmark::DoNotOptimize(r.data());
         }
-        if (!kernel_symbol<Kernel>(base)) continue;
-        benchmark::RegisterBenchmark((std::string(1, p) + fn + "/scalar_loop/" + std::to_string(n)).c_str(),
-                                     [=](benchmark::State& st) {
-                                         auto a = uniform_array<T>(n, lo, hi, 1);
-                                         std::vector<T> r(n);
-                                         CycleCounter c;
-                                         for (auto _ : st) {
-                                             c.start();
-                                             scalar(int(n), a.data(), r.data());
-                                             c.stop();
-                                             benchmark::DoNotOptimize(r.data());
-                                         }
-                                         c.report(st, n);
-                                     });
-    }
+        c.report(st, n);
+    });
 }
 
-template <class T>
-void register_binary(const std::string& fn, char p, void (*scalar)(int, const T*, const T*, T*), double lo,
-                     double hi) {
-    using Kernel = void (*)(int, const T*, const T*, T*);
+// The HA, LA and EP entry points of a row that is built, and the scalar
+// loop, at every size.  Arity picks the argument list.
+template <class T, class Kernel>
+void register_function(const std::string& fn, char p, Kernel scalar, double lo, double hi) {
     const std::string base = std::string("_lum") + p + fn;
+    if (!kernel_symbol<Kernel>(base)) return;
     const std::pair<std::string, std::string> variants[] = {
-        {"HA", base}, {"LA", base + la_suffix(p)}, {"EP", base + ep_suffix(p)}};
+        {"qor_HA", base}, {"qor_LA", base + la_suffix(p)}, {"qor_EP", base + ep_suffix(p)}};
+    auto caller = [](Kernel k) {
+        return [k](const T* a, const T* b, T* r, int n) {
+            if constexpr (std::is_invocable_v<Kernel, int, const T*, T*>)
+                k(n, a, r);
+            else
+                k(n, a, b, r);
+        };
+    };
     for (long n : kSizes) {
-        for (const auto& [label, symbol] : variants) {
-            Kernel k = kernel_symbol<Kernel>(symbol);
-            if (!k) continue;
-            benchmark::RegisterBenchmark((std::string(1, p) + fn + "/qor_" + label + "/" + std::to_string(n)).c_str(),
-                                         [=](benchmark::State& st) {
-                                             auto a = uniform_array<T>(n, lo, hi, 1);
-                                             auto b = uniform_array<T>(n, lo, hi, 2);
-                                             std::vector<T> r(n);
-                                             CycleCounter c;
-                                             for (auto _ : st) {
-                                                 c.start();
-                                                 k(int(n), a.data(), b.data(), r.data());
-                                                 c.stop();
-                                                 benchmark::DoNotOptimize(r.data());
-                                             }
-                                             c.report(st, n);
-                                         });
-        }
-        if (!kernel_symbol<Kernel>(base)) continue;
-        benchmark::RegisterBenchmark((std::string(1, p) + fn + "/scalar_loop/" + std::to_string(n)).c_str(),
-                                     [=](benchmark::State& st) {
-                                         auto a = uniform_array<T>(n, lo, hi, 1);
-                                         auto b = uniform_array<T>(n, lo, hi, 2);
-                                         std::vector<T> r(n);
-                                         CycleCounter c;
-                                         for (auto _ : st) {
-                                             c.start();
-                                             scalar(int(n), a.data(), b.data(), r.data());
-                                             c.stop();
-                                             benchmark::DoNotOptimize(r.data());
-                                         }
-                                         c.report(st, n);
-                                     });
+        const std::string prefix = std::string(1, p) + fn + "/";
+        for (const auto& [label, symbol] : variants)
+            if (Kernel k = kernel_symbol<Kernel>(symbol))
+                register_run<T>(prefix + label + "/" + std::to_string(n), n, lo, hi, caller(k));
+        register_run<T>(prefix + "scalar_loop/" + std::to_string(n), n, lo, hi, caller(scalar));
     }
 }
 
 // Inputs keep every function on its ordinary path: positive for the roots,
 // a spread of magnitudes with fractions for rounding.
 #define QOR_REGISTER_UNARY(Fn, expr)                                     \
-    register_unary<float>(#Fn, 's', scalar_s##Fn, 0.001, 1000.0);         \
-    register_unary<double>(#Fn, 'd', scalar_d##Fn, 0.001, 1000.0);
+    register_function<float>(#Fn, 's', scalar_s##Fn, 0.001, 1000.0);      \
+    register_function<double>(#Fn, 'd', scalar_d##Fn, 0.001, 1000.0);
 #define QOR_REGISTER_BINARY(Fn, expr)                                    \
-    register_binary<float>(#Fn, 's', scalar_s##Fn, 0.5, 1000.0);          \
-    register_binary<double>(#Fn, 'd', scalar_d##Fn, 0.5, 1000.0);
+    register_function<float>(#Fn, 's', scalar_s##Fn, 0.5, 1000.0);       \
+    register_function<double>(#Fn, 'd', scalar_d##Fn, 0.5, 1000.0);
 
 int register_all() {
     // Referencing the kernel library keeps it loaded for the symbol lookups.
