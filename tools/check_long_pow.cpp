@@ -27,6 +27,7 @@
 
 #include "qor/qor_vm.h"
 #include "tests/support/ulp_oracle.h"
+#include "tests/support/mpfr_roots.h"
 
 namespace {
 
@@ -291,30 +292,9 @@ double pow3o2_ref(double x) { return std::pow(x, 1.5); }
 double pow_ref(double x, double y) { return std::pow(x, y); }
 double hypot_ref(double x, double y) { return std::hypot(x, y); }
 
-int mpfr_inv_cbrt(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) {
-    mpfr_t t;
-    mpfr_init2(t, mpfr_get_prec(r) + 32);
-    mpfr_cbrt(t, x, MPFR_RNDN);
-    const int s = mpfr_ui_div(r, 1, t, rnd);
-    mpfr_clear(t);
-    return s;
-}
-int mpfr_pow2o3(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) {
-    mpfr_t t;
-    mpfr_init2(t, mpfr_get_prec(r) + 32);
-    mpfr_cbrt(t, x, MPFR_RNDN);
-    const int s = mpfr_sqr(r, t, rnd);
-    mpfr_clear(t);
-    return s;
-}
-int mpfr_pow3o2(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) {
-    mpfr_t e;
-    mpfr_init2(e, 8);
-    mpfr_set_d(e, 1.5, MPFR_RNDN);
-    const int s = mpfr_pow(r, x, e, rnd);
-    mpfr_clear(e);
-    return s;
-}
+using qor::test::mpfr_inv_cbrt;
+using qor::test::mpfr_pow2o3;
+using qor::test::mpfr_pow3o2;
 
 }  // namespace
 

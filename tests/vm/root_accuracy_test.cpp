@@ -3,6 +3,7 @@
 // eight, the overflow and underflow thresholds of Pow3o2, extremes of
 // Hypot) and random arguments over the whole range.
 #include "pow_support.h"
+#include "tests/support/mpfr_roots.h"
 
 namespace pow_test {
 namespace {
@@ -11,32 +12,9 @@ using explog_test::around;
 using explog_test::common_edges;
 using explog_test::random_args;
 
-int mpfr_inv_cbrt(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) {
-    mpfr_t t;
-    mpfr_init2(t, mpfr_get_prec(r) + 32);
-    mpfr_cbrt(t, x, MPFR_RNDN);
-    const int s = mpfr_ui_div(r, 1, t, rnd);
-    mpfr_clear(t);
-    return s;
-}
-
-int mpfr_pow2o3(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) {
-    mpfr_t t;
-    mpfr_init2(t, mpfr_get_prec(r) + 32);
-    mpfr_cbrt(t, x, MPFR_RNDN);
-    const int s = mpfr_sqr(r, t, rnd);
-    mpfr_clear(t);
-    return s;
-}
-
-int mpfr_pow3o2(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) {
-    mpfr_t e;
-    mpfr_init2(e, 8);
-    mpfr_set_d(e, 1.5, MPFR_RNDN);
-    const int s = mpfr_pow(r, x, e, rnd);
-    mpfr_clear(e);
-    return s;
-}
+using qor::test::mpfr_inv_cbrt;
+using qor::test::mpfr_pow2o3;
+using qor::test::mpfr_pow3o2;
 
 // Edges of the roots: powers of two and eight (exact cube roots), their
 // neighbours, and every sign.
