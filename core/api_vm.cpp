@@ -26,7 +26,7 @@ using qor::core::usable_kernels;
     }
 
 QOR_EXTERN_C {
-#define QOR_VM_ROW(p, Fn, kind, share, on, la, ha, ep) QOR_VM_IF_ON(on, QOR_VM_PUBLIC_DEFS(p, Fn, kind))
+#define QOR_VM_ROW(p, Fn, kind, share, on, ...) QOR_VM_IF_ON(on, QOR_VM_PUBLIC_DEFS(p, Fn, kind))
 #include "qor/vm_rows.def"
 #undef QOR_VM_ROW
 }

@@ -6,7 +6,7 @@ namespace qor::core {
 
 // A final empty entry keeps the array valid even when no row is on.
 const RowBinding kRowBindings[] = {
-#define QOR_VM_ROW(p, Fn, kind, share, on, la, ha, ep) \
+#define QOR_VM_ROW(p, Fn, kind, share, on, ...) \
     QOR_VM_IF_ON(on, {#p #Fn, &RowTables::p##Fn, &RowCosts::p##Fn}, )
 #include "qor/vm_rows.def"
 #undef QOR_VM_ROW

@@ -19,13 +19,13 @@ struct KernelServices {
 
 // One member per row that is on, named after the row (dAdd, sSubI, ...).
 struct RowTables {
-#define QOR_VM_ROW(p, Fn, kind, share, on, la, ha, ep) QOR_VM_IF_ON(on, const qor_vm_kernel* p##Fn = nullptr;)
+#define QOR_VM_ROW(p, Fn, kind, share, on, ...) QOR_VM_IF_ON(on, const qor_vm_kernel* p##Fn = nullptr;)
 #include "qor/vm_rows.def"
 #undef QOR_VM_ROW
 };
 
 struct RowCosts {
-#define QOR_VM_ROW(p, Fn, kind, share, on, la, ha, ep) QOR_VM_IF_ON(on, const float* p##Fn = nullptr;)
+#define QOR_VM_ROW(p, Fn, kind, share, on, ...) QOR_VM_IF_ON(on, const float* p##Fn = nullptr;)
 #include "qor/vm_rows.def"
 #undef QOR_VM_ROW
 };

@@ -161,7 +161,7 @@ std::map<std::string, Measured> measure_all() {
         }                                                                                        \
         out[#p #Fn] = m;                                                                         \
     }
-#define QOR_VM_ROW(p, Fn, kind, share, on, la, ha, ep) QOR_VM_IF_ON(on, QOR_VM_MEASURE(p, Fn, kind))
+#define QOR_VM_ROW(p, Fn, kind, share, on, ...) QOR_VM_IF_ON(on, QOR_VM_MEASURE(p, Fn, kind))
 #include "qor/vm_rows.def"
 #undef QOR_VM_ROW
     return out;

@@ -46,7 +46,7 @@ std::vector<Pair> pairs() {
     if (peers.count(#p #Fn) && (std::strcmp(#kind, "unary") == 0 || std::strcmp(#kind, "binary") == 0)) \
         out.push_back({#p #Fn, reinterpret_cast<void*>(&qor_v##p##Fn), peers[#p #Fn],                    \
                        std::strcmp(#kind, "binary") == 0});
-#define QOR_VM_ROW(p, Fn, kind, share, on, la, ha, ep) QOR_VM_IF_ON(on, QOR_DEMO_ROW(p, Fn, kind))
+#define QOR_VM_ROW(p, Fn, kind, share, on, ...) QOR_VM_IF_ON(on, QOR_DEMO_ROW(p, Fn, kind))
 #include "qor/vm_rows.def"
 #undef QOR_VM_ROW
     return out;

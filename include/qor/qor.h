@@ -144,7 +144,7 @@ QOR_CORE_API const char* qor_vm_row_name(int index);
 #define QOR_VM_PUBLIC_DECLS(p, Fn, kind)                     \
     QOR_CORE_API void qor_v##p##Fn QOR_VM_PARAMS(kind, p); \
     QOR_CORE_API void qor_vm##p##Fn QOR_VM_WITH_MODE(QOR_VM_PARAMS(kind, p));
-#define QOR_VM_ROW(p, Fn, kind, share, on, la, ha, ep) QOR_VM_IF_ON(on, QOR_VM_PUBLIC_DECLS(p, Fn, kind))
+#define QOR_VM_ROW(p, Fn, kind, share, on, ...) QOR_VM_IF_ON(on, QOR_VM_PUBLIC_DECLS(p, Fn, kind))
 #include "vm_rows.def"
 #undef QOR_VM_ROW
 

@@ -104,7 +104,7 @@ QOR_VM_SERVICES(QOR_VM_DECLARE_SERVICE)
 
 /* Entry points and tables of every row (declared whether on or not; only
  * rows that are on link). */
-#define QOR_VM_ROW(p, Fn, kind, share, on, la, ha, ep) \
+#define QOR_VM_ROW(p, Fn, kind, share, on, ...) \
     void _lum##p##Fn QOR_VM_PARAMS(kind, p); \
     void _lum##p##Fn##_HA QOR_VM_PARAMS(kind, p); \
     void QOR_VM_CAT(_lum##p##Fn, QOR_VM_LA_SUFFIX_##p) QOR_VM_PARAMS(kind, p); \

@@ -17,7 +17,7 @@
 
 using qor::platform::heap_live_blocks;
 
-#define QOR_VM_ROW(p, Fn, kind, share, on, la, ha, ep) \
+#define QOR_VM_ROW(p, Fn, kind, share, on, ...) \
     QOR_VM_IF_ON(on, extern "C" const qor_vm_kernel qor_vm_ttab_##p##Fn[3];)
 #include "qor/vm_rows.def"
 #undef QOR_VM_ROW
@@ -139,7 +139,7 @@ TEST(FrameTables, SlotsHoldTheKernelsTheShareColumnNames) {
 #define QOR_TEST_CAST(...) QOR_TEST_CAST_(__VA_ARGS__)
 #define QOR_TEST_CAST_(k0, k1, k2) \
     {reinterpret_cast<qor_vm_kernel>(k0), reinterpret_cast<qor_vm_kernel>(k1), reinterpret_cast<qor_vm_kernel>(k2)}
-#define QOR_VM_ROW(p, Fn, kind, share, on, la, ha, ep)                                           \
+#define QOR_VM_ROW(p, Fn, kind, share, on, ...)                                           \
     QOR_VM_IF_ON(on, {#p #Fn, qor_vm_ttab_##p##Fn, qor_lum_kernel_##p##Fn##_ttab,               \
                       QOR_TEST_CAST(QOR_VMK_SLOTS_##share(p, Fn))},)
     const Expected rows[] = {

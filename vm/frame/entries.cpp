@@ -27,6 +27,6 @@
 #define QOR_VM_LA_NAME(p, Fn) QOR_VM_STR(QOR_VM_CAT(_lum##p##Fn, QOR_VM_LA_SUFFIX_##p))
 #define QOR_VM_EP_NAME(p, Fn) QOR_VM_STR(QOR_VM_CAT(_lum##p##Fn, QOR_VM_EP_SUFFIX_##p))
 
-#define QOR_VM_ROW(p, Fn, kind, share, on, la, ha, ep) QOR_VM_IF_ON(on, QOR_VM_ENTRIES(p, Fn))
+#define QOR_VM_ROW(p, Fn, kind, share, on, ...) QOR_VM_IF_ON(on, QOR_VM_ENTRIES(p, Fn))
 #include "qor/vm_rows.def"
 #undef QOR_VM_ROW

@@ -21,6 +21,6 @@
 #define QOR_VMK_SLOTS_E(p, Fn) QOR_VMK(p, Fn, LA), QOR_VMK(p, Fn, HA), QOR_VMK(p, Fn, LA)
 #define QOR_VMK_SLOTS_T(p, Fn) QOR_VMK(p, Fn, LA), QOR_VMK(p, Fn, HA), QOR_VMK(p, Fn, EP)
 
-#define QOR_VM_ROW(p, Fn, kind, share, on, la, ha, ep) QOR_VM_IF_ON(on, QOR_VMK_DECLS_##share(p, Fn, kind))
+#define QOR_VM_ROW(p, Fn, kind, share, on, ...) QOR_VM_IF_ON(on, QOR_VMK_DECLS_##share(p, Fn, kind))
 #include "qor/vm_rows.def"
 #undef QOR_VM_ROW
