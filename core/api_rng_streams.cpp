@@ -1,6 +1,7 @@
 // The public stream, saved-stream and registry calls: each checks the
 // arguments that the kernels take on trust and forwards to the kernel set.
 #include <cstddef>
+#include <cstdint>
 #include <mutex>
 
 #include "qor/qor.h"
@@ -39,6 +40,10 @@ bool same_generator(const RngKernels& rng, const qor_rng_stream* a, const qor_rn
     return pa.init_stream == pb.init_stream && pa.state_size == pb.state_size;
 }
 
+// A count of seed or skip words the kernels can take: they are read in one
+// call, so a count beyond 32 bits is refused rather than split.
+bool kernel_count(int64_t n) { return n >= 0 && n <= INT32_MAX; }
+
 // The registry is appended to without a lock of its own.
 std::mutex registration;
 
@@ -46,13 +51,13 @@ std::mutex registration;
 
 QOR_EXTERN_C {
 
-QOR_EXPORT int qor_rng_new_stream_ex(qor_rng_stream** stream, int brng, int n, const uint32_t* params) {
+QOR_EXPORT int qor_rng_new_stream_ex(qor_rng_stream** stream, int brng, int64_t n, const uint32_t* params) {
     clear(stream);
     const RngKernels* rng = usable_rng();
     if (!rng) return unavailable_status();
-    if (!stream || n < 0 || (n > 0 && !params)) return QOR_RNG_STATUS_BAD_ARGUMENT;
+    if (!stream || !kernel_count(n) || (n > 0 && !params)) return QOR_RNG_STATUS_BAD_ARGUMENT;
     qor_rng_stream* made = nullptr;
-    const int status = rng->NewStreamEx(&made, brng, n, params);
+    const int status = rng->NewStreamEx(&made, brng, static_cast<int>(n), params);
     return adopt(*rng, status, made, stream);
 }
 
@@ -101,11 +106,11 @@ QOR_EXPORT int qor_rng_skip_ahead_stream(qor_rng_stream* stream, uint64_t nskip)
     return rng->SkipAheadStream(stream, nskip);
 }
 
-QOR_EXPORT int qor_rng_skip_ahead_stream_ex(qor_rng_stream* stream, int n, const uint64_t* nskip) {
+QOR_EXPORT int qor_rng_skip_ahead_stream_ex(qor_rng_stream* stream, int64_t n, const uint64_t* nskip) {
     const RngKernels* rng = usable_rng();
     if (!rng) return unavailable_status();
-    if (!stream || n < 0 || (n > 0 && !nskip)) return QOR_RNG_STATUS_BAD_ARGUMENT;
-    return rng->SkipAheadStreamEx(stream, n, nskip);
+    if (!stream || !kernel_count(n) || (n > 0 && !nskip)) return QOR_RNG_STATUS_BAD_ARGUMENT;
+    return rng->SkipAheadStreamEx(stream, static_cast<int32_t>(n), nskip);
 }
 
 QOR_EXPORT int qor_rng_get_stream_brng(const qor_rng_stream* stream) {

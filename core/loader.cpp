@@ -156,7 +156,10 @@ const LoadOutcome& process_kernels() {
 
 const KernelSet* usable_kernels() {
     const LoadOutcome& out = process_kernels();
-    if (out.status == QOR_STATUS_OK) return &out.kernels;
+    if (out.status == QOR_STATUS_OK) {
+        loaded_kernels.store(&out.kernels, std::memory_order_release);
+        return &out.kernels;
+    }
     static std::atomic<bool> reported{false};
     if (!reported.exchange(true)) {
         const std::string line = "qor: vector math is unavailable: " + out.message + "\n";

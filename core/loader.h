@@ -6,6 +6,7 @@
 // a LibraryAccess that tests can replace with a fake library.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -68,5 +69,15 @@ const LoadOutcome& process_kernels();
 // The kernel set when it loaded; otherwise null, after printing the reason
 // on standard error (once per process).
 const KernelSet* usable_kernels();
+
+// Set by usable_kernels once the kernel set has loaded, so that a call
+// finds it with one load; null until then.
+inline std::atomic<const KernelSet*> loaded_kernels{nullptr};
+
+// usable_kernels() for the public calls: one load once the set is known.
+inline const KernelSet* kernels_for_call() {
+    const KernelSet* k = loaded_kernels.load(std::memory_order_acquire);
+    return k ? k : usable_kernels();
+}
 
 }  // namespace qor::core

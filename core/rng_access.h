@@ -8,7 +8,7 @@ namespace qor::core {
 // The kernel set's random-number functions; null, after the one-time report
 // on standard error, when the kernels are unavailable.
 inline const RngKernels* usable_rng() {
-    const KernelSet* k = usable_kernels();
+    const KernelSet* k = kernels_for_call();
     return k ? &k->rng : nullptr;
 }
 

@@ -3,6 +3,7 @@
 #include <cctype>
 #include <cstdlib>
 
+#include "loader.h"
 #include "platform.h"
 #include "qor/qor_threading.h"
 
@@ -49,7 +50,10 @@ void ThreadPool::worker_loop(int id) {
             // owner cannot retire this job while this worker still uses it.
             ++active_;
         }
-        run_indices(*job);
+        {
+            VmThreadContext::Lent lent(*job->vm);
+            run_indices(*job);
+        }
         bool last;
         {
             std::lock_guard<std::mutex> lock(mutex_);
@@ -70,7 +74,10 @@ void ThreadPool::parallel_for(int count, int threads, const std::function<void(i
     std::unique_lock<std::mutex> owner(submit_, std::try_to_lock);
     if (!owner.owns_lock()) return serial();
 
+    const KernelSet* kernels = loaded_kernels.load(std::memory_order_acquire);
+    VmThreadContext vm(kernels ? &kernels->services : nullptr);
     Job job;
+    job.vm = &vm;
     job.body = &body;
     job.count = count;
     job.helpers = threads - 1;
@@ -86,6 +93,8 @@ void ThreadPool::parallel_for(int count, int threads, const std::function<void(i
     std::unique_lock<std::mutex> lock(mutex_);
     finished_.wait(lock, [&] { return active_ == 0; });
     job_ = nullptr;
+    lock.unlock();
+    vm.take_worker_status();
 }
 
 int parse_thread_count(const char* text) {

@@ -1,6 +1,8 @@
 // A persistent pool of worker threads for parallel loops.  Threads start on
 // first use and live for the rest of the process; a loop hands out indices
-// from a shared counter, the calling thread taking part.
+// from a shared counter, the calling thread taking part.  Workers run the
+// bodies under the calling thread's vector-math mode and error callback,
+// and a status they record becomes the caller's.
 #pragma once
 
 #include <atomic>
@@ -9,6 +11,8 @@
 #include <mutex>
 #include <thread>
 #include <vector>
+
+#include "vm_thread_context.h"
 
 namespace qor::core {
 
@@ -35,6 +39,7 @@ private:
         int count = 0;
         std::atomic<int> next{0};
         int helpers = 0;  // workers (by id 1..helpers) that may join
+        VmThreadContext* vm = nullptr;
     };
 
     void worker_loop(int id);

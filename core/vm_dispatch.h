@@ -14,17 +14,22 @@ constexpr int kSlotEP = 2;
 
 // Slot from a table index the kernel set computed from an accuracy field;
 // anything but LA, HA or EP selects HA.
-inline int checked_slot(int32_t index) { return index >= kSlotLA && index <= kSlotEP ? index : kSlotHA; }
+inline int checked_slot(int32_t index) { return static_cast<uint32_t>(index) <= kSlotEP ? index : kSlotHA; }
+
+// Slot for the accuracy field of a mode word (LA 1, HA 2, EP 3).
+inline int mode_slot(uint32_t mode) { return checked_slot(static_cast<int32_t>(mode & QOR_VM_ACCURACY_MASK) - 1); }
 
 // Slot for the calling thread's mode.
 inline int thread_slot(const KernelServices& s) { return checked_slot(s.GetTTableIndex()); }
 
 // Applies a call's mode to the calling thread for the lifetime of the object
-// and puts the previous mode back afterwards.
+// (merged field by field, as SetMode does) and then stores the thread's
+// previous mode word back exactly, trap bits and zero fields included.
 class ScopedMode {
 public:
-    ScopedMode(const KernelServices& s, uint32_t mode);
-    ~ScopedMode();
+    ScopedMode(const KernelServices& s, uint32_t mode)
+        : services_(s), previous_(s.SetMode(mode)), slot_(mode_slot(mode & QOR_VM_ACCURACY_MASK ? mode : previous_)) {}
+    ~ScopedMode() { services_.RestoreMode(previous_); }
     ScopedMode(const ScopedMode&) = delete;
     ScopedMode& operator=(const ScopedMode&) = delete;
 

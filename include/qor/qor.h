@@ -13,10 +13,21 @@
  * Vector math: for every function-and-form row that this build exports,
  *   void qor_v<p><Fn>(args...)                  accuracy from the thread's mode
  *   void qor_vm<p><Fn>(args..., uint32_t mode)  one call under the given mode
- * with p one of s, d, c, z and the argument lists of vm_kinds.h, e.g.
+ * with p one of s, d, c, z; qor_vm_functions.h lists every prototype, e.g.
  *   qor_vdAdd(n, a, b, r);  qor_vmsSubI(n, a, 2, b, 2, r, 1, QOR_VM_LA);
  * The mode word, status codes, error record and callback type are those of
  * qor_vm.h (QOR_VM_LA, QOR_VM_ERRMODE_..., QOR_VM_STATUS_..., ...).
+ *
+ * Counts and increments: every count (n) and increment (inc...) of the
+ * core's public calls is an int64_t, in vector math and random numbers
+ * alike.  The kernels take 32-bit ones, so a call of more than 2^31 - 1
+ * elements runs as several kernel calls of at most that many, each pointer
+ * advanced by the elements done times its increment; a call with an
+ * increment beyond the 32-bit range runs element by element.  A negative
+ * count does nothing.  An error record's index then counts from the start
+ * of the kernel call that found the error, unless an input base is set
+ * (qor_vm_set_input_base), which makes it relative to that base.  The
+ * BLAS/LAPACK routines (qor_linalg.h) keep their published 32-bit interface.
  *
  * Random numbers: streams, generators and distributions, qor_random.h. */
 #ifndef QOR_H
@@ -25,7 +36,6 @@
 #include "qor_random.h"
 #include "qor_types.h"
 #include "qor_vm.h"
-#include "vm_kinds.h"
 
 #ifndef QOR_CORE_API
 #  ifdef QOR_BUILDING_CORE
@@ -131,23 +141,14 @@ QOR_CORE_API int qor_vm_row_count(void);
 QOR_CORE_API const char* qor_vm_row_name(int index);
 
 /* ---- Vector math: the functions ----------------------------------------------
- * qor_vm<p><Fn> applies the non-zero fields of mode for one call and then
- * puts the thread's mode back.  The kernel set merges modes field by field,
- * so a field that was zero before the call cannot return to zero: a
- * flush-to-zero setting returns to its explicit off value QOR_VM_FTZDAZ_OFF
- * (same behaviour), but trap bits given for one call on a thread without
- * traps stay set.  An accuracy field that is zero uses the thread's accuracy;
- * one outside LA, HA, EP selects HA. */
-#define QOR_VM_WITH_MODE(params) QOR_VM_WITH_MODE_ params
-#define QOR_VM_WITH_MODE_(...) (__VA_ARGS__, uint32_t mode)
-
-#define QOR_VM_PUBLIC_DECLS(p, Fn, kind)                     \
-    QOR_CORE_API void qor_v##p##Fn QOR_VM_PARAMS(kind, p); \
-    QOR_CORE_API void qor_vm##p##Fn QOR_VM_WITH_MODE(QOR_VM_PARAMS(kind, p));
-#define QOR_VM_ROW(p, Fn, kind, share, on, ...) QOR_VM_IF_ON(on, QOR_VM_PUBLIC_DECLS(p, Fn, kind))
-#include "vm_rows.def"
-#undef QOR_VM_ROW
+ * qor_vm<p><Fn> merges the non-zero fields of mode into the thread's mode
+ * for one call, as qor_vm_set_mode does, and then puts the thread's previous
+ * mode word back exactly, trap bits and flush-to-zero included.  An
+ * accuracy field that is zero uses the thread's accuracy; one outside LA,
+ * HA, EP selects HA. */
 
 QOR_END_C
+
+#include "qor_vm_functions.h"
 
 #endif

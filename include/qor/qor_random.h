@@ -42,10 +42,11 @@ QOR_BEGIN_C
 
 /* A stream of generator brng seeded with one 32-bit word. */
 QOR_CORE_API int qor_rng_new_stream(qor_rng_stream** stream, int brng, uint32_t seed);
-/* A stream seeded with n words (n of 0: the generator's default seed).  The
- * abstract generators are not made here (QOR_RNG_STATUS_BAD_BRNG), nor is a
+/* A stream seeded with n words (n of 0: the generator's default seed; more
+ * than 2^31 - 1 words give QOR_RNG_STATUS_BAD_ARGUMENT).  The abstract
+ * generators are not made here (QOR_RNG_STATUS_BAD_BRNG), nor is a
  * generator this build does not provide. */
-QOR_CORE_API int qor_rng_new_stream_ex(qor_rng_stream** stream, int brng, int n, const uint32_t* params);
+QOR_CORE_API int qor_rng_new_stream_ex(qor_rng_stream** stream, int brng, int64_t n, const uint32_t* params);
 /* A new stream with the source's generator, state and attached data. */
 QOR_CORE_API int qor_rng_copy_stream(qor_rng_stream** copy, const qor_rng_stream* source);
 /* Gives destination the source's state and attached data.  Both streams must
@@ -63,9 +64,9 @@ QOR_CORE_API int qor_rng_leapfrog_stream(qor_rng_stream* stream, int k, int nstr
 /* Advances the stream by nskip outputs. */
 QOR_CORE_API int qor_rng_skip_ahead_stream(qor_rng_stream* stream, uint64_t nskip);
 /* Advances the stream by the count held in n 64-bit words, least
- * significant first; a generator without it answers
- * QOR_RNG_STATUS_NO_SKIP_AHEAD_EX. */
-QOR_CORE_API int qor_rng_skip_ahead_stream_ex(qor_rng_stream* stream, int n, const uint64_t* nskip);
+ * significant first (more than 2^31 - 1 words: QOR_RNG_STATUS_BAD_ARGUMENT);
+ * a generator without it answers QOR_RNG_STATUS_NO_SKIP_AHEAD_EX. */
+QOR_CORE_API int qor_rng_skip_ahead_stream_ex(qor_rng_stream* stream, int64_t n, const uint64_t* nskip);
 /* The identifier the stream was made with (0 or more), or a status. */
 QOR_CORE_API int qor_rng_get_stream_brng(const qor_rng_stream* stream);
 
@@ -100,9 +101,12 @@ QOR_CORE_API int qor_rng_register_brng(const qor_rng_brng_properties* properties
 
 /* ---- Distributions --------------------------------------------------------------
  * Every continuous distribution has a double and a single form,
- *   int qor_vdRng<Name>(int method, qor_rng_stream* stream, int n, double* r, params...)
- *   int qor_vsRng<Name>(int method, qor_rng_stream* stream, int n, float* r, params...)
- * writing n variates to r (which may be null when n is 0).  The list below
+ *   int qor_vdRng<Name>(int method, qor_rng_stream* stream, int64_t n, double* r, params...)
+ *   int qor_vsRng<Name>(int method, qor_rng_stream* stream, int64_t n, float* r, params...)
+ * writing n variates to r (which may be null when n is 0).  Like every count
+ * of the core's calls, n is 64-bit: above 2^31 - 1 the variates are drawn
+ * in several kernel calls, in order, with the same stream, stopping at the
+ * first that fails.  The list below
  * holds one line per distribution:
  *   X(Name, kind, methods, accurate)
  *     kind      the parameters after r, as QOR_RNG_DIST_PARAMS_<kind>(T)
@@ -125,9 +129,9 @@ enum {
 #define QOR_RNG_DIST_ARGS_a_b a, b
 
 #define QOR_RNG_DIST_DECLS(Name, kind, methods, accurate)                                              \
-    QOR_CORE_API int qor_vdRng##Name(int method, qor_rng_stream* stream, int n, double* r,            \
+    QOR_CORE_API int qor_vdRng##Name(int method, qor_rng_stream* stream, int64_t n, double* r,        \
                                      QOR_RNG_DIST_PARAMS_##kind(double));                              \
-    QOR_CORE_API int qor_vsRng##Name(int method, qor_rng_stream* stream, int n, float* r,             \
+    QOR_CORE_API int qor_vsRng##Name(int method, qor_rng_stream* stream, int64_t n, float* r,         \
                                      QOR_RNG_DIST_PARAMS_##kind(float));
 QOR_RNG_DISTRIBUTIONS(QOR_RNG_DIST_DECLS)
 #undef QOR_RNG_DIST_DECLS

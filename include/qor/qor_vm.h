@@ -83,8 +83,13 @@ typedef void (*qor_vm_kernel)(void);
 
 QOR_KERNEL_API int32_t dll_cpu_version(void);
 
+/* Services on the calling thread's state.  SetMode merges the non-zero
+ * fields of its argument into the mode; RestoreMode stores a whole word as
+ * given and returns the word it replaces as stored (0 on a thread that has
+ * not used its mode yet), so that a saved mode comes back exactly. */
 #define QOR_VM_SERVICES(X) \
     X(uint32_t, SetMode, (uint32_t mode)) \
+    X(uint32_t, RestoreMode, (uint32_t mode)) \
     X(uint32_t, GetMode, (void)) \
     X(int32_t, SetErrStatus, (int32_t status)) \
     X(int32_t, GetErrStatus, (void)) \

@@ -23,6 +23,11 @@ inline uint32_t SetMode(uint32_t x) {
         if (x & field) mode = (mode & ~field) | (x & field);
     return previous;
 }
+inline uint32_t RestoreMode(uint32_t x) {
+    const uint32_t previous = mode;
+    mode = x;
+    return previous;
+}
 inline uint32_t GetMode() { return mode; }
 inline int32_t SetErrStatus(int32_t) { return 0; }
 inline int32_t GetErrStatus() { return 0; }

@@ -1,5 +1,5 @@
-// Slot choice and per-call modes against a kernel set that merges modes
-// field by field, as the real one does.
+// Slot choice, per-call modes and the splitting of 64-bit counts, against
+// a kernel set that merges modes field by field, as the real one does.
 #include <gtest/gtest.h>
 
 #include "fake_kernel_library.h"
@@ -55,21 +55,18 @@ TEST_F(Dispatch, UnknownAccuracyRunsHa) {
     EXPECT_EQ(scope.slot(), 1);
 }
 
-TEST_F(Dispatch, FlushToZeroIntroducedByACallIsSwitchedOffAfterwards) {
-    {
-        ScopedMode scope(services, QOR_VM_FTZDAZ_ON | QOR_VM_LA);
-        EXPECT_EQ(fake::mode & QOR_VM_FTZDAZ_MASK, uint32_t{QOR_VM_FTZDAZ_ON});
-    }
-    // The merge cannot clear the field; its explicit off value behaves the same.
-    EXPECT_EQ(fake::mode, uint32_t{QOR_VM_MODE_DEFAULT | QOR_VM_FTZDAZ_OFF});
-}
-
-TEST_F(Dispatch, NonZeroFieldsOfTheThreadComeBackExactly) {
-    const uint32_t thread = 0x4000000 | QOR_VM_FTZDAZ_ON | 0x10000 | 0x0403;
-    for (uint32_t call : {uint32_t{QOR_VM_FTZDAZ_OFF}, uint32_t{0x1000000 | 0x20000 | 0x0201}, uint32_t{0}}) {
-        fake::mode = thread;
-        { ScopedMode scope(services, call); }
-        EXPECT_EQ(fake::mode, thread) << std::hex << call;
+TEST_F(Dispatch, TheThreadsModeWordComesBackExactly) {
+    // Fields the call sets where the thread has none (traps, flush-to-zero)
+    // must go again, and the thread's own fields must return unchanged.
+    const uint32_t with_fields = 0x4000000 | QOR_VM_FTZDAZ_ON | 0x10000 | 0x0403;
+    const uint32_t calls[] = {QOR_VM_FTZDAZ_OFF, 0x1000000 | 0x20000 | 0x0201, 0, QOR_VM_FTZDAZ_ON | QOR_VM_LA,
+                              QOR_VM_TRAP_INVALID | QOR_VM_TRAP_OVERFLOW};
+    for (uint32_t thread : {uint32_t{QOR_VM_MODE_DEFAULT}, with_fields}) {
+        for (uint32_t call : calls) {
+            fake::mode = thread;
+            { ScopedMode scope(services, call); }
+            EXPECT_EQ(fake::mode, thread) << std::hex << thread << " " << call;
+        }
     }
 }
 

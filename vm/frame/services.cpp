@@ -28,6 +28,15 @@ QOR_EXPORT uint32_t qor_lum_kernel_SetMode(uint32_t x) {
 
 QOR_EXPORT uint32_t _lumSetMode(uint32_t x) { return qor_lum_kernel_SetMode(x); }
 
+// No merge: the word is stored as given, so a caller can put back a mode
+// it saved, trap bits and cleared fields included.
+QOR_EXPORT uint32_t qor_lum_kernel_RestoreMode(uint32_t mode) {
+    qor::vm::ThreadState* s = thread_state();
+    const uint32_t previous = s->mode;
+    s->mode = mode;
+    return previous;
+}
+
 QOR_EXPORT uint32_t qor_lum_kernel_GetMode(void) { return current_mode(); }
 
 QOR_EXPORT int32_t qor_lum_kernel_SetErrStatus(int32_t status) {
@@ -80,6 +89,7 @@ QOR_EXPORT int32_t qor_lum_kernel_GetTTableIndexM(const void*, uint32_t mode) {
 // The second names of the services are aliases of the first.
 #define QOR_VM_SERVICE_ALIAS(ret, op, params) \
     QOR_EXTERN_C QOR_EXPORT ret _lum##op params __attribute__((alias("qor_lum_kernel_" #op)));
+QOR_VM_SERVICE_ALIAS(uint32_t, RestoreMode, (uint32_t mode))
 QOR_VM_SERVICE_ALIAS(uint32_t, GetMode, (void))
 QOR_VM_SERVICE_ALIAS(int32_t, SetErrStatus, (int32_t status))
 QOR_VM_SERVICE_ALIAS(int32_t, GetErrStatus, (void))
