@@ -1,9 +1,13 @@
 // The threading services handed to statistics and data-fitting entries:
 // every index runs exactly once, on at most the threads asked for, also
-// when loops nest, follow each other quickly or come from several threads.
+// when loops nest, follow each other quickly or come from several threads;
+// workers run vector math under the caller's mode and callback.
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cfloat>
+#include <chrono>
+#include <condition_variable>
 #include <mutex>
 #include <set>
 #include <thread>
@@ -112,6 +116,67 @@ TEST(ThreaderFor, LoopsFromSeveralApplicationThreadsAllComplete) {
     }
     for (auto& t : callers) t.join();
     for (long total : totals) EXPECT_EQ(total, 300L * 210);
+}
+
+// Each body waits (bounded) until both threads have started one, so the
+// worker surely runs a body; the worker's body adds DBL_MAX to itself.
+struct VmOnWorkers {
+    std::thread::id caller = std::this_thread::get_id();
+    std::mutex mutex;
+    std::condition_variable cv;
+    int started = 0;
+    std::vector<uint32_t> modes;
+    std::vector<double> flushed;
+    std::set<std::thread::id> callback_threads;
+};
+VmOnWorkers* vm_on_workers = nullptr;
+
+int32_t note_callback_thread(qor_vm_error_record*) {
+    std::lock_guard<std::mutex> lock(vm_on_workers->mutex);
+    vm_on_workers->callback_threads.insert(std::this_thread::get_id());
+    return 1;
+}
+
+void vm_worker(int, int, void* context) {
+    auto* t = static_cast<VmOnWorkers*>(context);
+    {
+        std::unique_lock<std::mutex> lock(t->mutex);
+        ++t->started;
+        t->cv.notify_all();
+        t->cv.wait_for(lock, std::chrono::seconds(20), [&] { return t->started >= 2; });
+    }
+    const double tiny = 4.9406564584124654e-324;
+    const bool on_worker = std::this_thread::get_id() != t->caller;
+    double a[2] = {tiny, on_worker ? DBL_MAX : 1.0}, r[2];
+    qor_vdAdd(2, a, a, r);  // subnormal in, then an overflow on the worker
+    std::lock_guard<std::mutex> lock(t->mutex);
+    t->modes.push_back(qor_vm_get_mode());
+    t->flushed.push_back(r[0]);
+}
+
+TEST(ThreaderFor, WorkersRunVectorMathUnderTheCallersModeAndCallback) {
+    if (qor_rix_serv_threader_get_num_threads_limit() < 2) GTEST_SKIP() << "one thread: no workers";
+    ASSERT_EQ(qor_init(), QOR_STATUS_OK);
+    VmOnWorkers t;
+    vm_on_workers = &t;
+    const uint32_t saved = qor_vm_get_mode();
+    qor_vm_set_error_callback(note_callback_thread);
+    qor_vm_set_mode(QOR_VM_EP | QOR_VM_FTZDAZ_ON);
+    const uint32_t mode = qor_vm_get_mode();
+    qor_vm_clear_status();
+
+    qor_rix_serv_threader_for(2, 2, &t, vm_worker);
+    EXPECT_EQ(t.modes, std::vector<uint32_t>(2, mode));
+    EXPECT_EQ(t.flushed, std::vector<double>(2, 0.0));  // denormals read as zero
+    ASSERT_EQ(t.callback_threads.size(), 1u);
+    EXPECT_NE(*t.callback_threads.begin(), t.caller);
+    EXPECT_EQ(qor_vm_get_status(), QOR_VM_STATUS_OVERFLOW);  // recorded on the worker
+
+    qor_vm_clear_error_callback();
+    qor_vm_set_mode(saved);
+    qor_vm_set_mode(QOR_VM_FTZDAZ_OFF);
+    qor_vm_clear_status();
+    vm_on_workers = nullptr;
 }
 
 TEST(ThreaderFor, LimitIsPositiveAndPublic) {

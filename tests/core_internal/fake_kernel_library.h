@@ -1,6 +1,7 @@
 // A stand-in for the kernel library: a symbol table the loader can be
 // pointed at, and service functions that keep a mode word the way the real
-// kernel set does (field-by-field merge, one word per thread).
+// kernel set does (field-by-field merge, one word per thread), a status and
+// a callback per thread.
 #pragma once
 
 #include <cstdint>
@@ -15,6 +16,12 @@
 namespace fake {
 
 inline thread_local uint32_t mode = QOR_VM_MODE_DEFAULT;
+template <class T>
+T exchange(T& field, T value) {
+    const T previous = field;
+    field = value;
+    return previous;
+}
 inline int32_t reported_cpu_version = 5;
 
 inline uint32_t SetMode(uint32_t x) {
@@ -23,18 +30,19 @@ inline uint32_t SetMode(uint32_t x) {
         if (x & field) mode = (mode & ~field) | (x & field);
     return previous;
 }
-inline uint32_t RestoreMode(uint32_t x) {
-    const uint32_t previous = mode;
-    mode = x;
-    return previous;
-}
+inline uint32_t RestoreMode(uint32_t x) { return exchange(mode, x); }
 inline uint32_t GetMode() { return mode; }
-inline int32_t SetErrStatus(int32_t) { return 0; }
-inline int32_t GetErrStatus() { return 0; }
-inline int32_t ClearErrStatus() { return 0; }
-inline qor_vm_error_callback SetErrorCallBack(qor_vm_error_callback) { return nullptr; }
-inline qor_vm_error_callback GetErrorCallBack() { return nullptr; }
-inline qor_vm_error_callback ClearErrorCallBack() { return nullptr; }
+inline thread_local int32_t status = 0;
+inline thread_local qor_vm_error_callback callback = nullptr;
+inline int32_t SetErrStatus(int32_t s) { return exchange(status, s); }
+inline int32_t GetErrStatus() { return status; }
+inline int32_t ClearErrStatus() { return exchange(status, 0); }
+inline qor_vm_error_callback SetErrorCallBack(qor_vm_error_callback cb) {
+    SetMode((mode & ~0x1000u) | (cb ? 0x1000u : 0u));
+    return exchange(callback, cb);
+}
+inline qor_vm_error_callback GetErrorCallBack() { return callback; }
+inline qor_vm_error_callback ClearErrorCallBack() { return exchange<qor_vm_error_callback>(callback, nullptr); }
 inline const void* SetInterfInputVectorPointer(const void* p) { return p; }
 inline int32_t GetTTableIndex() { return static_cast<int32_t>(mode & 15) - 1; }
 inline int32_t GetTTableIndexM(const void*, uint32_t m) { return static_cast<int32_t>(m & 15) - 1; }

@@ -11,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "fake_kernel_library.h"
 #include "thread_pool.h"
 
 namespace {
@@ -114,6 +115,36 @@ TEST(Pool, ManyShortLoopsAndPoolLifetimes) {
             ASSERT_EQ(sum.load(), n * (n + 1) / 2);
         }
     }  // each pool joins its workers here
+}
+
+int32_t lent_callback(qor_vm_error_record*) { return 1; }
+
+TEST(Pool, AWorkerRunsUnderTheLentVmStateAndThenGetsItsOwnBack) {
+    const qor::core::KernelServices services = fake::services();
+    const uint32_t caller_mode = QOR_VM_TRAP_OVERFLOW | QOR_VM_FTZDAZ_ON | QOR_VM_ERRMODE_STDERR | QOR_VM_EP;
+    fake::mode = caller_mode;  // no callback bit: the lent word wins over the callback's
+    fake::callback = lent_callback;
+    fake::status = 0;
+    qor::core::VmThreadContext context(&services);
+    std::thread([&] {
+        fake::mode = 0;  // a worker that has not used its mode yet
+        fake::status = QOR_VM_STATUS_DOMAIN;
+        {
+            qor::core::VmThreadContext::Lent lent(context);
+            EXPECT_EQ(fake::mode, caller_mode);
+            EXPECT_EQ(fake::callback, &lent_callback);
+            EXPECT_EQ(fake::status, 0);
+            fake::status = QOR_VM_STATUS_OVERFLOW;
+        }
+        EXPECT_EQ(fake::mode, 0u);
+        EXPECT_EQ(fake::callback, nullptr);
+        EXPECT_EQ(fake::status, QOR_VM_STATUS_DOMAIN);
+    }).join();
+    context.take_worker_status();
+    EXPECT_EQ(fake::status, QOR_VM_STATUS_OVERFLOW);
+    fake::callback = nullptr;
+    fake::status = 0;
+    fake::mode = QOR_VM_MODE_DEFAULT;
 }
 
 TEST(Pool, ProcessPoolHasTheLimitsSize) {
