@@ -1,6 +1,12 @@
 // BLAS/LAPACK backend: OpenBLAS, whose library carries LAPACK as well.
 // Its routines follow the Fortran calling convention, so every argument
 // goes by address and each character argument has a hidden length.
+//
+// OpenBLAS runs single-threaded here: the statistics and fitting kernels
+// already split their work over the core's thread pool and call these
+// routines from its threads, so a second pool inside OpenBLAS would only
+// oversubscribe the processors.  The setting is made once, when the core
+// library is loaded, and applies to the process's OpenBLAS as a whole.
 #if defined(QOR_LINALG_OPENBLAS)
 
 #include <cstddef>
@@ -32,12 +38,17 @@ constexpr Len kOne = 1;
                    const int*, int*, Len, Len);
 
 extern "C" {
+void openblas_set_num_threads(int num_threads);
 QOR_OPENBLAS_DECLS(d, double)
 QOR_OPENBLAS_DECLS(s, float)
 }
 #undef QOR_OPENBLAS_DECLS
 
 namespace qor::core::linalg {
+
+namespace {
+[[maybe_unused]] const bool kOpenBlasSingleThreaded = (openblas_set_num_threads(1), true);
+}  // namespace
 
 #define QOR_OPENBLAS_FORWARD(p, T)                                                                            \
     void gemm(char transa, char transb, int m, int n, int k, T alpha, const T* a, int lda, const T* b, int ldb, \

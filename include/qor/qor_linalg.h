@@ -1,6 +1,11 @@
 /* BLAS and LAPACK routines of the core library, with the published Fortran
  * interfaces: every argument by pointer, matrices column-major, characters
  * compared by their first letter in either case, no hidden string lengths.
+ * Unlike the core's other calls, whose counts are 64-bit, these keep the
+ * published 32-bit int dimensions, increments and leading dimensions: the
+ * kernel library imports them with exactly that interface.  They run on the
+ * calling thread only (the backend's own threading is switched off); the
+ * core's thread pool is the one place where work is spread over threads.
  *
  * Arguments are checked before any work, in the published order.  A routine
  * with an info argument stores -i there for a bad i-th argument; one without
