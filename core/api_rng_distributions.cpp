@@ -47,7 +47,10 @@ int in_kernel_pieces(int64_t n, Draw draw) {
 
 }  // namespace
 
+// Naming the function before its definition fails to compile when
+// qor_random.h lacks its written-out declaration.
 #define QOR_CORE_RNG_DIST_DEF(p, T, Name, kind, methods, accurate)                                          \
+    static_assert(sizeof(&qor_v##p##Rng##Name) != 0, "declare qor_v" #p "Rng" #Name " in qor_random.h");   \
     QOR_EXPORT int qor_v##p##Rng##Name(int method, qor_rng_stream* stream, int64_t n, T* r,                 \
                                        QOR_RNG_DIST_PARAMS_##kind(T)) {                                     \
         const qor::core::RngKernels* rng = qor::core::usable_rng();                                         \

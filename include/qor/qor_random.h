@@ -124,17 +124,15 @@ enum {
     QOR_RNG_METHOD_UNIFORM_STD_ACCURATE = QOR_RNG_METHOD_UNIFORM_STD | QOR_RNG_METHOD_ACCURATE
 };
 
-/* Parameter lists of the distributions, and their names for forwarding. */
+/* Parameter lists of the distributions' kinds, and their names for
+ * forwarding. */
 #define QOR_RNG_DIST_PARAMS_a_b(T) T a, T b
 #define QOR_RNG_DIST_ARGS_a_b a, b
 
-#define QOR_RNG_DIST_DECLS(Name, kind, methods, accurate)                                              \
-    QOR_CORE_API int qor_vdRng##Name(int method, qor_rng_stream* stream, int64_t n, double* r,        \
-                                     QOR_RNG_DIST_PARAMS_##kind(double));                              \
-    QOR_CORE_API int qor_vsRng##Name(int method, qor_rng_stream* stream, int64_t n, float* r,         \
-                                     QOR_RNG_DIST_PARAMS_##kind(float));
-QOR_RNG_DISTRIBUTIONS(QOR_RNG_DIST_DECLS)
-#undef QOR_RNG_DIST_DECLS
+/* One pair per distribution of the list, written out for readers and
+ * binding generators; the core's definitions are generated from the list. */
+QOR_CORE_API int qor_vdRngUniform(int method, qor_rng_stream* stream, int64_t n, double* r, double a, double b);
+QOR_CORE_API int qor_vsRngUniform(int method, qor_rng_stream* stream, int64_t n, float* r, float a, float b);
 
 QOR_END_C
 
