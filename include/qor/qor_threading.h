@@ -13,7 +13,10 @@ typedef void (*qor_thread_worker)(int index, int count, void* context);
 
 /* Runs worker(i, count, context) for every i in [0, count) on at most
  * num_threads threads (the caller's thread included) and returns when all
- * are done.  num_threads <= 0 means the thread limit. */
+ * are done.  num_threads <= 0 means the thread limit.  The other threads
+ * run their indices under the caller's vector-math mode word and error
+ * callback and then get their own back; a vector-math status they record
+ * becomes the caller's when the call returns. */
 typedef void (*qor_threader_for_fn)(int count, int num_threads, void* context, qor_thread_worker worker);
 typedef int (*qor_threader_limit_fn)(void);
 
