@@ -140,15 +140,15 @@ QOR_CORE_API float qor_vm_cost(const char* row_name, int slot);
 QOR_CORE_API int qor_vm_row_count(void);
 QOR_CORE_API const char* qor_vm_row_name(int index);
 
+QOR_END_C
+
 /* ---- Vector math: the functions ----------------------------------------------
+ * One prototype per function, precision and form in qor_vm_functions.h.
  * qor_vm<p><Fn> merges the non-zero fields of mode into the thread's mode
  * for one call, as qor_vm_set_mode does, and then puts the thread's previous
  * mode word back exactly, trap bits and flush-to-zero included.  An
  * accuracy field that is zero uses the thread's accuracy; one outside LA,
  * HA, EP selects HA. */
-
-QOR_END_C
-
 #include "qor_vm_functions.h"
 
 #endif
