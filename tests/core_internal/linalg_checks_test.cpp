@@ -1,12 +1,21 @@
 // Workspace minimums and query handling of the argument checks, which the
-// backend relies on: a backend only ever sees arguments that passed.
+// backend relies on: a backend only ever sees arguments that passed; and
+// OpenBLAS kept to one thread, so that the core's pool alone spreads work.
 #include <gtest/gtest.h>
 
 #include "linalg_checks.h"
 
+#ifndef _WIN32
+extern "C" int openblas_get_num_threads(void);
+#endif
+
 namespace {
 
 using namespace qor::core::linalg;
+
+#ifndef _WIN32
+TEST(LinalgBackend, OpenBlasRunsOnTheCallingThreadOnly) { EXPECT_EQ(openblas_get_num_threads(), 1); }
+#endif
 
 TEST(LinalgChecks, MinimumWorkspaces) {
     EXPECT_EQ(syev_min_lwork(0), 1);
