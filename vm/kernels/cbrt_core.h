@@ -27,6 +27,7 @@
 #include <limits>
 
 #include "exp_log_loop.h"
+#include "lanes.h"
 #include "lane_bits.h"
 
 // Every step of a vector path is inlined into its element loop, whatever

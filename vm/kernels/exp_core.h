@@ -21,6 +21,7 @@
 #include <limits>
 
 #include "exp_log_loop.h"
+#include "lanes.h"
 #include "exp_table.h"
 
 namespace qor::vm::exp_core {

@@ -24,6 +24,7 @@
 #include <limits>
 
 #include "exp_log_loop.h"
+#include "lanes.h"
 #include "log_table.h"
 
 namespace qor::vm::log_core {

@@ -10,6 +10,7 @@
 #include <cstdint>
 
 #include "exp_log_loop.h"
+#include "lanes.h"
 
 namespace qor::vm::log_single {
 
