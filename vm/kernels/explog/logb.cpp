@@ -1,0 +1,99 @@
+// Logb, real: the binary exponent of x as a floating-point number,
+// floor(log2 |x|), exact.  One kernel per precision: the exponent field
+// less the bias for normal arguments; the scalar routine handles zeros
+// (-inf, code 2), subnormals (scaled up first), infinities (+inf) and NaN.
+#include <bit>
+#include <cmath>
+#include <limits>
+
+#include "../../frame/kernel_decls.h"
+#include "../exp_log_loop.h"
+
+namespace qor::vm {
+namespace {
+
+using simd::vd;
+using simd::vf;
+using simd::vi;
+using SD = simd::Simd<double>;
+using SF = simd::Simd<float>;
+
+template <class T>
+struct Format;
+template <>
+struct Format<double> {
+    using U = uint64_t;
+    static constexpr int mantissa = 52, bias = 1023, scale = 60;
+    static constexpr U exponent_mask = 0x7FF0000000000000ull;
+};
+template <>
+struct Format<float> {
+    using U = uint32_t;
+    static constexpr int mantissa = 23, bias = 127, scale = 30;
+    static constexpr U exponent_mask = 0x7F800000u;
+};
+
+template <class T>
+int logb_scalar(T x, T& y) {
+    using F = Format<T>;
+    x = flush_subnormal(x);
+    if (std::isnan(x)) {
+        y = x + x;
+        return QOR_VM_STATUS_OK;
+    }
+    if (std::isinf(x)) {
+        y = std::numeric_limits<T>::infinity();
+        return QOR_VM_STATUS_OK;
+    }
+    if (x == T(0)) {
+        y = -std::numeric_limits<T>::infinity();
+        return QOR_VM_STATUS_SING;
+    }
+    int adjust = 0;
+    if ((std::bit_cast<typename F::U>(x) & F::exponent_mask) == 0) {
+        x *= std::ldexp(T(1), F::scale);
+        adjust = F::scale;
+    }
+    const int e = int((std::bit_cast<typename F::U>(x) & F::exponent_mask) >> F::mantissa);
+    y = T(e - F::bias - adjust);
+    return QOR_VM_STATUS_OK;
+}
+
+struct DoubleLogb {
+    using T = double;
+    static constexpr int block = 8;
+    static constexpr bool reads_mode = true;
+    // Exponent field all zeros or all ones, judged on the upper words.
+    vd special(vd x) const {
+        vi e = _mm_and_si128(_mm_shuffle_epi32(simd::vcast_vi_vd(x), 0xF5), _mm_set1_epi32(0x7FF00000));
+        return simd::vcast_vd_vi(_mm_or_si128(_mm_cmpeq_epi32(e, _mm_setzero_si128()),
+                                              _mm_cmpeq_epi32(e, _mm_set1_epi32(0x7FF00000))));
+    }
+    vd operator()(vd x) const {
+        vi e = _mm_srli_epi64(_mm_and_si128(simd::vcast_vi_vd(x), _mm_set1_epi64x(0x7FF0000000000000ll)), 52);
+        return SD::sub(_mm_cvtepi32_pd(_mm_shuffle_epi32(e, 0x08)), SD::set1(1023.0));
+    }
+    int fix(double x, double& y) const { return logb_scalar(x, y); }
+};
+
+struct SingleLogb {
+    using T = float;
+    static constexpr int block = 16;
+    static constexpr bool reads_mode = true;
+    vf special(vf x) const {
+        vi e = _mm_and_si128(SF::to_bits(x), _mm_set1_epi32(0x7F800000));
+        return simd::vcast_vf_vi(_mm_or_si128(_mm_cmpeq_epi32(e, _mm_setzero_si128()),
+                                              _mm_cmpeq_epi32(e, _mm_set1_epi32(0x7F800000))));
+    }
+    vf operator()(vf x) const {
+        vi e = _mm_srli_epi32(_mm_and_si128(SF::to_bits(x), _mm_set1_epi32(0x7F800000)), 23);
+        return SF::sub(_mm_cvtepi32_ps(e), SF::set1(127.0f));
+    }
+    int fix(float x, float& y) const { return logb_scalar(x, y); }
+};
+
+}  // namespace
+}  // namespace qor::vm
+
+QOR_VM_SCREENED_KERNELS(d, Logb, HA, double, (qor::vm::DoubleLogb{}))
+QOR_VM_SCREENED_KERNELS(s, Logb, HA, float, (qor::vm::SingleLogb{}))
