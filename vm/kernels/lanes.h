@@ -24,36 +24,36 @@ inline vf from_bits32(uint32_t u) { return simd::vset1_vf_u32(u); }
 // and the words compared as signed integers, so infinities and NaN are
 // marked and no floating-point flag is raised.
 inline vd upper_word_above(vd x, uint32_t upper) {
-    vi hw = _mm_shuffle_epi32(simd::vcast_vi_vd(x), 0xF5);  // upper word in both halves
-    hw = _mm_or_si128(hw, _mm_set1_epi32(int32_t(0x80000000u)));
-    return simd::vcast_vd_vi(_mm_cmpgt_epi32(hw, _mm_set1_epi32(int32_t(upper | 0x80000000u))));
+    vi hw = simd::vshuffle_vi2_vi2<0xF5>(simd::vcast_vi_vd(x));  // upper word in both halves
+    hw = simd::vor_vi_vi_vi(hw, simd::vset1_vi2_i(int32_t(0x80000000u)));
+    return simd::vcast_vd_vi(simd::vgt_vi2_vi2_vi2(hw, simd::vset1_vi2_i(int32_t(upper | 0x80000000u))));
 }
 
 // Lanes whose |x| has a bit pattern above `limit` (a positive float's bits):
 // magnitudes above the limit, infinities and NaN.  Integer compare, no flag.
 inline vf magnitude_above(vf x, uint32_t limit) {
-    vi b = _mm_and_si128(simd::vcast_vi_vf(x), _mm_set1_epi32(0x7FFFFFFF));
-    return simd::vcast_vf_vi(_mm_cmpgt_epi32(b, _mm_set1_epi32(int32_t(limit))));
+    vi b = simd::vand_vi_vi_vi(simd::vcast_vi_vf(x), simd::vset1_vi2_i(0x7FFFFFFF));
+    return simd::vcast_vf_vi(simd::vgt_vi2_vi2_vi2(b, simd::vset1_vi2_i(int32_t(limit))));
 }
 
 // Lanes of x that are not positive, normal and finite (zeros, negatives,
 // subnormals, infinities, NaN), judged on the upper words without a flag.
 inline vd not_positive_normal(vd x) {
-    vi hw = _mm_shuffle_epi32(simd::vcast_vi_vd(x), 0xF5);
+    vi hw = simd::vshuffle_vi2_vi2<0xF5>(simd::vcast_vi_vd(x));
     // hw + 0x7FF00000 wraps [0x00100000, 0x7FF00000) onto the signed range
     // [-0x80000000, -0x00200000).
-    hw = _mm_add_epi32(hw, _mm_set1_epi32(0x7FF00000));
-    return simd::vcast_vd_vi(_mm_cmpgt_epi32(hw, _mm_set1_epi32(-0x00200001)));
+    hw = simd::vadd_vi2_vi2_vi2(hw, simd::vset1_vi2_i(0x7FF00000));
+    return simd::vcast_vd_vi(simd::vgt_vi2_vi2_vi2(hw, simd::vset1_vi2_i(-0x00200001)));
 }
 
 inline vf not_positive_normal(vf x) {
-    vi b = _mm_add_epi32(simd::vcast_vi_vf(x), _mm_set1_epi32(0x7F800000));
-    return simd::vcast_vf_vi(_mm_cmpgt_epi32(b, _mm_set1_epi32(-0x01000001)));
+    vi b = simd::vadd_vi2_vi2_vi2(simd::vcast_vi_vf(x), simd::vset1_vi2_i(0x7F800000));
+    return simd::vcast_vf_vi(simd::vgt_vi2_vi2_vi2(b, simd::vset1_vi2_i(-0x01000001)));
 }
 
 // The biased exponent field of each double, as a double (0 ... 2047).
 inline vd exponent_field(vd x) {
-    vi e = _mm_srli_epi64(simd::vcast_vi_vd(x), 52);
+    vi e = simd::vsrl_vl_vl_i(simd::vcast_vi_vd(x), 52);
     const vd two52 = from_bits(0x4330000000000000ull);  // 2^52: its low bits take e
     return simd::vsub_vd_vd_vd(simd::vor_vd_vd_vd(simd::vcast_vd_vi(e), two52), two52);
 }
@@ -68,19 +68,19 @@ inline vd mantissa_one_two(vd x) {
 // by adding e << 52 to the exponent field.  Valid while the result stays
 // normal and finite.
 inline vd add_exponent(vd y, vi e_low) {
-    return simd::vcast_vd_vi(_mm_add_epi64(simd::vcast_vi_vd(y), _mm_slli_epi64(e_low, 52)));
+    return simd::vcast_vd_vi(simd::vadd_vl_vl_vl(simd::vcast_vi_vd(y), simd::vsll_vl_vl_i(e_low, 52)));
 }
 
 inline vf add_exponent(vf y, vi e_low) {
-    return simd::vcast_vf_vi(_mm_add_epi32(simd::vcast_vi_vf(y), _mm_slli_epi32(e_low, 23)));
+    return simd::vcast_vf_vi(simd::vadd_vi2_vi2_vi2(simd::vcast_vi_vf(y), simd::vsll_vi2_vi2_i(e_low, 23)));
 }
 
 // Two rows of a table of double pairs, picked by j0 and j1: the first
 // members of the rows in `first`, the second members in `second`.
 inline void pair_rows(const double (*table)[2], int64_t j0, int64_t j1, vd& first, vd& second) {
-    vd a = _mm_load_pd(table[j0]), b = _mm_load_pd(table[j1]);
-    first = _mm_unpacklo_pd(a, b);
-    second = _mm_unpackhi_pd(a, b);
+    vd a = simd::vloada_vd_p(table[j0]), b = simd::vloada_vd_p(table[j1]);
+    first = simd::vunpacklo_vd_vd_vd(a, b);
+    second = simd::vunpackhi_vd_vd_vd(a, b);
 }
 
 // 4 floats as two vectors of doubles and back.

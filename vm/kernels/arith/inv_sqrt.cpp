@@ -76,10 +76,10 @@ inline vf inv_sqrt_ep_single(vf x) { return newton_step_single(x, simd::vrsqrt_v
 // high word, the low word being zero).
 inline vd inv_sqrt_ep_double(vd x) {
     const simd::vi bits = simd::vcast_vi_vd(x);
-    const simd::vi k2 = simd::vand_vi_vi_vi(simd::vsub_vl_vl_vl(bits, _mm_set1_epi64x(0x3FF0000000000000ll)),
-                                            _mm_set1_epi64x(int64_t(0xFFE0000000000000ull)));
+    const simd::vi k2 = simd::vand_vi_vi_vi(simd::vsub_vl_vl_vl(bits, simd::vset1_vl_l(0x3FF0000000000000ll)),
+                                            simd::vset1_vl_l(int64_t(0xFFE0000000000000ull)));
     vd m = simd::vcast_vd_vi(simd::vsub_vl_vl_vl(bits, k2));
-    vf estimate = simd::vrsqrt_vf_vf(_mm_cvtpd_ps(m));
+    vf estimate = simd::vrsqrt_vf_vf(simd::vcvt_vf_vd(m));
     vd y = third_order_step(m, simd::vcast_vd_vf_lo(estimate));
     return simd::vcast_vd_vi(simd::vsub_vl_vl_vl(simd::vcast_vi_vd(y), simd::vsra_vi2_vi2_i(k2, 1)));
 }

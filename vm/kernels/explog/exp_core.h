@@ -94,7 +94,7 @@ inline Reduced reduce_10(vd x) {
 
 // hi_j and lo_j of both lanes.
 inline void table_rows(vi t, vd& hi, vd& lo) {
-    const int64_t j0 = _mm_cvtsi128_si64(t) & 63, j1 = _mm_extract_epi64(t, 1) & 63;
+    const int64_t j0 = simd::vget_l_vl<0>(t) & 63, j1 = simd::vget_l_vl<1>(t) & 63;
     lanes::pair_rows(exp_table::kTable.v, j0, j1, hi, lo);
 }
 
@@ -115,7 +115,7 @@ inline vd poly_short(vd r, const double (&q)[N]) {
 
 // y * 2^M with M = N div 64: the low 12 bits of M land in the exponent
 // field.  Valid while the result is normal.
-inline vd scale(vd y, vi t) { return lanes::add_exponent(y, _mm_srli_epi64(t, 6)); }
+inline vd scale(vd y, vi t) { return lanes::add_exponent(y, simd::vsrl_vl_vl_i(t, 6)); }
 
 // e^x, 2^x or 10^x by the table method with the full polynomial.
 template <Reduced (*Reduce)(vd)>
@@ -136,11 +136,11 @@ struct ScalarReduced {
 inline ScalarReduced scalar_reduce(double x, int base) {
     vd v = SD::set1(x);
     Reduced a = base == 2 ? reduce_2(v) : base == 10 ? reduce_10(v) : reduce_e(v);
-    int64_t n = int64_t(uint64_t(_mm_cvtsi128_si64(a.t)) - std::bit_cast<uint64_t>(kShifter));
-    return {_mm_cvtsd_f64(a.r), n};
+    int64_t n = int64_t(uint64_t(simd::vget_l_vl<0>(a.t)) - std::bit_cast<uint64_t>(kShifter));
+    return {simd::vget0_d_vd(a.r), n};
 }
 
-inline double scalar_poly_ha(double r, double lo) { return _mm_cvtsd_f64(poly_ha(SD::set1(r), SD::set1(lo))); }
+inline double scalar_poly_ha(double r, double lo) { return simd::vget0_d_vd(poly_ha(SD::set1(r), SD::set1(lo))); }
 
 inline double pow2i(int m) { return std::bit_cast<double>(uint64_t(int64_t(m) + 1023) << 52); }
 

@@ -56,8 +56,6 @@ constexpr const auto& g1_table() {
     else return tab::kG1Low;
 }
 
-inline vd pair(const double* a, const double* b) { return _mm_loadh_pd(_mm_load_sd(a), b); }
-
 // Two-sum: s + e = a + b exactly.
 inline vd two_sum(vd a, vd b, vd& e) {
     const vd s = SD::add(a, b);
@@ -101,22 +99,23 @@ inline Product large_branch(vd x) {
     const auto& rows = pieces_table<Q>().v;
     // Piece numbers from the upper words (bits >> 50), clamped so that lanes
     // outside [0.5, 1024) read a valid row.
-    vi piece = _mm_srli_epi32(_mm_shuffle_epi32(simd::vcast_vi_vd(x), 0x0D), 18);
-    piece = _mm_sub_epi32(piece, _mm_set1_epi32(tab::kFirstPattern));
-    piece = _mm_min_epi32(_mm_max_epi32(piece, _mm_setzero_si128()), _mm_set1_epi32(tab::kPieces - 1));
-    const int i0 = _mm_cvtsi128_si32(piece), i1 = _mm_extract_epi32(piece, 1);
-    const vd t = SD::sub(x, pair(&tab::kCenter.v[0][i0], &tab::kCenter.v[0][i1]));
+    vi piece = simd::vsrl_vi2_vi2_i(simd::vshuffle_vi2_vi2<0x0D>(simd::vcast_vi_vd(x)), 18);
+    piece = simd::vsub_vi2_vi2_vi2(piece, simd::vset1_vi2_i(tab::kFirstPattern));
+    piece =
+        simd::vmin_vi2_vi2_vi2(simd::vmax_vi2_vi2_vi2(piece, simd::vzero_vi()), simd::vset1_vi2_i(tab::kPieces - 1));
+    const int i0 = simd::vget_i_vi2<0>(piece), i1 = simd::vget_i_vi2<1>(piece);
+    const vd t = SD::sub(x, simd::vload_vd_p_p(&tab::kCenter.v[0][i0], &tab::kCenter.v[0][i1]));
     constexpr int first = Q == Quality::High ? 2 : 1;  // index of c1
     constexpr int last = int(sizeof(rows[0]) / sizeof(double)) - 1;
-    vd p = pair(&rows[i0][last], &rows[i1][last]);
-    for (int k = last - 1; k >= first; --k) p = SD::add(SD::mul(p, t), pair(&rows[i0][k], &rows[i1][k]));
-    const vd c0 = pair(&rows[i0][0], &rows[i1][0]);
+    vd p = simd::vload_vd_p_p(&rows[i0][last], &rows[i1][last]);
+    for (int k = last - 1; k >= first; --k) p = SD::add(SD::mul(p, t), simd::vload_vd_p_p(&rows[i0][k], &rows[i1][k]));
+    const vd c0 = simd::vload_vd_p_p(&rows[i0][0], &rows[i1][0]);
 
     const exp_core::Reduced a = exp_core::reduce_e(SD::neg(x));
     vd hi, lo;
     exp_core::table_rows(a.t, hi, lo);
     if constexpr (Q == Quality::High) {
-        const vd s = SD::add(pair(&rows[i0][1], &rows[i1][1]), SD::mul(t, p));
+        const vd s = SD::add(simd::vload_vd_p_p(&rows[i0][1], &rows[i1][1]), SD::mul(t, p));
         const vd hh = SD::add(c0, s);  // h = hh + hl
         const vd hl = SD::add(SD::sub(c0, hh), s);
         const vd hp = SD::mul(hi, exp_core::poly_ha(a.r, lo));
@@ -176,11 +175,11 @@ int expint1_scalar(double x, double& y) {
     }
     if (x < DBL_MIN) {
         constexpr auto A = Q == Quality::High ? log_core::Accuracy::High : log_core::Accuracy::Enhanced;
-        y = _mm_cvtsd_f64(small_branch<Q>(SD::set1(x), log_core::scalar_pieces<A>(x)));
+        y = simd::vget0_d_vd(small_branch<Q>(SD::set1(x), log_core::scalar_pieces<A>(x)));
         return QOR_VM_STATUS_OK;
     }
     if (x <= 700.0) {
-        y = _mm_cvtsd_f64(expint1<Q>(SD::set1(x)));
+        y = simd::vget0_d_vd(expint1<Q>(SD::set1(x)));
         return QOR_VM_STATUS_OK;
     }
     if (x > 745.0) {  // below half the smallest subnormal
@@ -188,8 +187,8 @@ int expint1_scalar(double x, double& y) {
         return QOR_VM_STATUS_UNDERFLOW;
     }
     const Product p = large_branch<Q>(SD::set1(x));
-    const double head = _mm_cvtsd_f64(p.head), tail = _mm_cvtsd_f64(p.tail);
-    const int m = int((_mm_cvtsi128_si64(p.t) - std::bit_cast<int64_t>(exp_core::kShifter)) >> 6);
+    const double head = simd::vget0_d_vd(p.head), tail = simd::vget0_d_vd(p.tail);
+    const int m = int((simd::vget_l_vl<0>(p.t) - std::bit_cast<int64_t>(exp_core::kShifter)) >> 6);
     if (x <= 701.5) {  // normal, above 2^-1021: the scaling is exact
         y = (head + tail) * exp_core::pow2i(m);
         return QOR_VM_STATUS_OK;

@@ -72,7 +72,7 @@ int expm1_scalar(double x, double& y) {
         y = -1.0;
         return QOR_VM_STATUS_OK;
     }
-    y = _mm_cvtsd_f64(expm1_double(SD::set1(x)));
+    y = simd::vget0_d_vd(expm1_double(SD::set1(x)));
     return QOR_VM_STATUS_OK;
 }
 

@@ -26,14 +26,16 @@ using namespace log_core;
 
 // Lanes that are not above -1 or not finite.
 inline vd log1p_screen(vd x) {
-    vi hw = _mm_shuffle_epi32(simd::vcast_vi_vd(x), 0xF5);
-    vi minus_big = _mm_cmpgt_epi32(_mm_xor_si128(hw, _mm_set1_epi32(int32_t(0x80000000u))), _mm_set1_epi32(0x3FEFFFFF));
+    vi hw = simd::vshuffle_vi2_vi2<0xF5>(simd::vcast_vi_vd(x));
+    vi minus_big = simd::vgt_vi2_vi2_vi2(simd::vxor_vi_vi_vi(hw, simd::vset1_vi2_i(int32_t(0x80000000u))),
+                                         simd::vset1_vi2_i(0x3FEFFFFF));
     return SD::bit_or(simd::vcast_vd_vi(minus_big), SD::isnonfinite(x));
 }
 
 inline vf log1p_screen(vf x) {
     vi b = SF::to_bits(x);
-    vi minus_big = _mm_cmpgt_epi32(_mm_xor_si128(b, _mm_set1_epi32(int32_t(0x80000000u))), _mm_set1_epi32(0x3F7FFFFF));
+    vi minus_big = simd::vgt_vi2_vi2_vi2(simd::vxor_vi_vi_vi(b, simd::vset1_vi2_i(int32_t(0x80000000u))),
+                                         simd::vset1_vi2_i(0x3F7FFFFF));
     return SF::bit_or(simd::vcast_vf_vi(minus_big), SF::isnonfinite(x));
 }
 
@@ -103,7 +105,7 @@ int log1p_scalar(T x, T& y) {
         y = std::numeric_limits<T>::quiet_NaN();
         return QOR_VM_STATUS_DOMAIN;
     }
-    y = T(_mm_cvtsd_f64(log1p_double(SD::set1(double(x)))));
+    y = T(simd::vget0_d_vd(log1p_double(SD::set1(double(x)))));
     return QOR_VM_STATUS_OK;
 }
 

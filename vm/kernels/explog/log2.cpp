@@ -16,7 +16,7 @@ using namespace log_core;
 int log2_scalar(double x, double& y) {
     int code;
     if (log_special(x, y, code)) return code;
-    y = _mm_cvtsd_f64(log_base(scalar_pieces<Accuracy::High>(x), kBase2));
+    y = simd::vget0_d_vd(log_base(scalar_pieces<Accuracy::High>(x), kBase2));
     return QOR_VM_STATUS_OK;
 }
 

@@ -76,29 +76,30 @@ struct Pieces {
 // Rows of kRcp for the indices i, clamped so that lanes bound for the
 // scalar routine (whose m may lie outside [0.75, 1.5)) stay in the table.
 inline vi rcp_rows(vi i) {
-    const vi row = _mm_sub_epi32(i, _mm_set1_epi32(log_table::kRcpFirst));
-    return _mm_min_epi32(_mm_max_epi32(row, _mm_setzero_si128()), _mm_set1_epi32(log_table::kRcpRows - 1));
+    const vi row = simd::vsub_vi2_vi2_vi2(i, simd::vset1_vi2_i(log_table::kRcpFirst));
+    return simd::vmin_vi2_vi2_vi2(simd::vmax_vi2_vi2_vi2(row, simd::vzero_vi()),
+                                  simd::vset1_vi2_i(log_table::kRcpRows - 1));
 }
 
 // rcp = i/512 from the reciprocal estimate of m; rows of kRcp.
 inline vd reciprocal(vd m, int64_t& row0, int64_t& row1) {
-    vf mf = _mm_cvtpd_ps(m);
-    mf = _mm_movelh_ps(mf, mf);  // no zero lanes: their reciprocal would raise invalid in the conversion
-    vi i = _mm_cvtps_epi32(SF::mul(_mm_rcp_ps(mf), SF::set1(512.0f)));
+    vf mf = simd::vcvt_vf_vd(m);
+    mf = simd::vmovelh_vf_vf_vf(mf, mf);  // no zero lanes: their reciprocal would raise invalid in the conversion
+    vi i = simd::vrint_vi2_vf(SF::mul(simd::vrcp_vf_vf(mf), SF::set1(512.0f)));
     const vi rows = rcp_rows(i);
-    row0 = _mm_cvtsi128_si32(rows);
-    row1 = _mm_extract_epi32(rows, 1);
-    return SD::mul(_mm_cvtepi32_pd(i), SD::set1(1.0 / 512));
+    row0 = simd::vget_i_vi2<0>(rows);
+    row1 = simd::vget_i_vi2<1>(rows);
+    return SD::mul(simd::vcvt_vd_vi2_lo(i), SD::set1(1.0 / 512));
 }
 
 // x = 2^k m with m in [0.75, 1.5), for positive normal x: the pattern less
 // that of 0.75 has k in its top 12 bits (two's complement), which the upper
 // word's arithmetic shift extracts.
 inline void split_three_quarters(vd x, vd& k, vd& m) {
-    const vi tmp = _mm_sub_epi64(simd::vcast_vi_vd(x), _mm_set1_epi64x(0x3FE8000000000000ll));
-    const vi kbits = _mm_and_si128(tmp, _mm_set1_epi64x(int64_t(0xFFF0000000000000ull)));
-    m = simd::vcast_vd_vi(_mm_sub_epi64(simd::vcast_vi_vd(x), kbits));
-    k = _mm_cvtepi32_pd(_mm_shuffle_epi32(_mm_srai_epi32(tmp, 20), 0x0D));  // upper words to lanes 0, 1
+    const vi tmp = simd::vsub_vl_vl_vl(simd::vcast_vi_vd(x), simd::vset1_vl_l(0x3FE8000000000000ll));
+    const vi kbits = simd::vand_vi_vi_vi(tmp, simd::vset1_vl_l(int64_t(0xFFF0000000000000ull)));
+    m = simd::vcast_vd_vi(simd::vsub_vl_vl_vl(simd::vcast_vi_vd(x), kbits));
+    k = simd::vcvt_vd_vi2_lo(simd::vshuffle_vi2_vi2<0x0D>(simd::vsra_vi2_vi2_i(tmp, 20)));  // upper words to lanes 0, 1
 }
 
 // Valid for positive normal finite x; `k_adjust` is subtracted from the
@@ -187,22 +188,22 @@ struct SinglePieces {
 };
 
 inline void single_pieces(vf x, SinglePieces& low, SinglePieces& high) {
-    const vi tmp = _mm_sub_epi32(SF::to_bits(x), _mm_set1_epi32(0x3F400000));  // less 0.75f
-    const vi k = _mm_srai_epi32(tmp, 23);
-    const vf m = simd::vcast_vf_vi(_mm_sub_epi32(SF::to_bits(x), _mm_slli_epi32(k, 23)));
-    const vi i = _mm_cvtps_epi32(SF::mul(_mm_rcp_ps(m), SF::set1(512.0f)));
-    const vf rcp = SF::mul(_mm_cvtepi32_ps(i), SF::set1(1.0f / 512));
+    const vi tmp = simd::vsub_vi2_vi2_vi2(SF::to_bits(x), simd::vset1_vi2_i(0x3F400000));  // less 0.75f
+    const vi k = simd::vsra_vi2_vi2_i(tmp, 23);
+    const vf m = simd::vcast_vf_vi(simd::vsub_vi2_vi2_vi2(SF::to_bits(x), simd::vsll_vi2_vi2_i(k, 23)));
+    const vi i = simd::vrint_vi2_vf(SF::mul(simd::vrcp_vf_vf(m), SF::set1(512.0f)));
+    const vf rcp = SF::mul(simd::vcvt_vf_vi2(i), SF::set1(1.0f / 512));
     alignas(16) int32_t rows[4];
-    _mm_store_si128(reinterpret_cast<vi*>(rows), rcp_rows(i));
+    simd::vstorea_p_vi(rows, rcp_rows(i));
     auto half = [&](vd md, vd rd, int r0, int r1, vd kd, SinglePieces& out) {
         lanes::pair_rows(log_table::kRcp.v, r0, r1, out.hi, out.lo);
         const vd u = SD::sub(SD::mul(md, rd), SD::set1(1.0));
         out.k = kd;
         out.w = SD::add(u, SD::mul(SD::mul(u, u), lanes::horner<SD>(u, kP2)));
     };
-    half(lanes::low_half(m), lanes::low_half(rcp), rows[0], rows[1], _mm_cvtepi32_pd(k), low);
-    half(lanes::high_half(m), lanes::high_half(rcp), rows[2], rows[3], _mm_cvtepi32_pd(_mm_unpackhi_epi64(k, k)),
-         high);
+    half(lanes::low_half(m), lanes::low_half(rcp), rows[0], rows[1], simd::vcvt_vd_vi2_lo(k), low);
+    half(lanes::high_half(m), lanes::high_half(rcp), rows[2], rows[3],
+         simd::vcvt_vd_vi2_lo(simd::vunpackhi_vl_vl_vl(k, k)), high);
 }
 
 // ln x from the pieces: the parts of k ln 2 and -ln(rcp) meet first.

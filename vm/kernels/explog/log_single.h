@@ -32,10 +32,10 @@ inline constexpr float kLog10Of2LoF = flt(0xB64AF608u);
 inline constexpr float kLog10eF = flt(0x3EDE5BD9u);
 
 inline void split(vf x, vf& k, vf& m) {
-    const vi tmp = _mm_sub_epi32(SF::to_bits(x), _mm_set1_epi32(0x3F400000));  // less 0.75f
-    const vi ki = _mm_srai_epi32(tmp, 23);
-    m = simd::vcast_vf_vi(_mm_sub_epi32(SF::to_bits(x), _mm_slli_epi32(ki, 23)));
-    k = _mm_cvtepi32_ps(ki);
+    const vi tmp = simd::vsub_vi2_vi2_vi2(SF::to_bits(x), simd::vset1_vi2_i(0x3F400000));  // less 0.75f
+    const vi ki = simd::vsra_vi2_vi2_i(tmp, 23);
+    m = simd::vcast_vf_vi(simd::vsub_vi2_vi2_vi2(SF::to_bits(x), simd::vsll_vi2_vi2_i(ki, 23)));
+    k = simd::vcvt_vf_vi2(ki);
 }
 
 // ln x = k ln 2 + lnm.

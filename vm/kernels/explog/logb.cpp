@@ -65,13 +65,14 @@ struct DoubleLogb {
     static constexpr bool reads_mode = true;
     // Exponent field all zeros or all ones, judged on the upper words.
     vd special(vd x) const {
-        vi e = _mm_and_si128(_mm_shuffle_epi32(simd::vcast_vi_vd(x), 0xF5), _mm_set1_epi32(0x7FF00000));
-        return simd::vcast_vd_vi(_mm_or_si128(_mm_cmpeq_epi32(e, _mm_setzero_si128()),
-                                              _mm_cmpeq_epi32(e, _mm_set1_epi32(0x7FF00000))));
+        vi e = simd::vand_vi_vi_vi(simd::vshuffle_vi2_vi2<0xF5>(simd::vcast_vi_vd(x)), simd::vset1_vi2_i(0x7FF00000));
+        return simd::vcast_vd_vi(simd::vor_vi_vi_vi(simd::veq_vi2_vi2_vi2(e, simd::vzero_vi()),
+                                                    simd::veq_vi2_vi2_vi2(e, simd::vset1_vi2_i(0x7FF00000))));
     }
     vd operator()(vd x) const {
-        vi e = _mm_srli_epi64(_mm_and_si128(simd::vcast_vi_vd(x), _mm_set1_epi64x(0x7FF0000000000000ll)), 52);
-        return SD::sub(_mm_cvtepi32_pd(_mm_shuffle_epi32(e, 0x08)), SD::set1(1023.0));
+        vi e =
+            simd::vsrl_vl_vl_i(simd::vand_vi_vi_vi(simd::vcast_vi_vd(x), simd::vset1_vl_l(0x7FF0000000000000ll)), 52);
+        return SD::sub(simd::vcvt_vd_vi2_lo(simd::vshuffle_vi2_vi2<0x08>(e)), SD::set1(1023.0));
     }
     int fix(double x, double& y) const { return logb_scalar(x, y); }
 };
@@ -81,13 +82,13 @@ struct SingleLogb {
     static constexpr int block = 16;
     static constexpr bool reads_mode = true;
     vf special(vf x) const {
-        vi e = _mm_and_si128(SF::to_bits(x), _mm_set1_epi32(0x7F800000));
-        return simd::vcast_vf_vi(_mm_or_si128(_mm_cmpeq_epi32(e, _mm_setzero_si128()),
-                                              _mm_cmpeq_epi32(e, _mm_set1_epi32(0x7F800000))));
+        vi e = simd::vand_vi_vi_vi(SF::to_bits(x), simd::vset1_vi2_i(0x7F800000));
+        return simd::vcast_vf_vi(simd::vor_vi_vi_vi(simd::veq_vi2_vi2_vi2(e, simd::vzero_vi()),
+                                                    simd::veq_vi2_vi2_vi2(e, simd::vset1_vi2_i(0x7F800000))));
     }
     vf operator()(vf x) const {
-        vi e = _mm_srli_epi32(_mm_and_si128(SF::to_bits(x), _mm_set1_epi32(0x7F800000)), 23);
-        return SF::sub(_mm_cvtepi32_ps(e), SF::set1(127.0f));
+        vi e = simd::vsrl_vi2_vi2_i(simd::vand_vi_vi_vi(SF::to_bits(x), simd::vset1_vi2_i(0x7F800000)), 23);
+        return SF::sub(simd::vcvt_vf_vi2(e), SF::set1(127.0f));
     }
     int fix(float x, float& y) const { return logb_scalar(x, y); }
 };

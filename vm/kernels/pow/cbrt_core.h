@@ -77,20 +77,21 @@ struct Reduced {
 // For positive normal ax.
 QOR_KERNEL_INLINE Reduced reduce(vd ax) {
     const vi bits = SD::to_bits(ax);
-    const vi e = _mm_srli_epi64(bits, 52);  // biased exponent in the low word, high word 0
-    const vi q = _mm_srli_epi32(_mm_mullo_epi32(e, _mm_set1_epi32(21846)), 16);
-    const vi rem = _mm_sub_epi32(e, _mm_add_epi32(q, _mm_add_epi32(q, q)));
-    const vi mant = _mm_and_si128(bits, _mm_set1_epi64x(0x000FFFFFFFFFFFFFll));
-    const vd v = SD::from_bits(_mm_or_si128(mant, _mm_slli_epi64(_mm_add_epi32(rem, _mm_set1_epi32(1023)), 52)));
-    const vd m = SD::from_bits(_mm_or_si128(mant, _mm_set1_epi64x(0x3FF0000000000000ll)));
-    vd c = SD::select(SD::from_bits(_mm_cmpeq_epi64(rem, _mm_set1_epi64x(1))), SD::set1(kTwoM13), SD::set1(1.0));
-    c = SD::select(SD::from_bits(_mm_cmpeq_epi64(rem, _mm_set1_epi64x(2))), SD::set1(kTwoM23), c);
+    const vi e = simd::vsrl_vl_vl_i(bits, 52);  // biased exponent in the low word, high word 0
+    const vi q = simd::vsrl_vi2_vi2_i(simd::vmullo_vi2_vi2_vi2(e, simd::vset1_vi2_i(21846)), 16);
+    const vi rem = simd::vsub_vi2_vi2_vi2(e, simd::vadd_vi2_vi2_vi2(q, simd::vadd_vi2_vi2_vi2(q, q)));
+    const vi mant = simd::vand_vi_vi_vi(bits, simd::vset1_vl_l(0x000FFFFFFFFFFFFFll));
+    const vd v = SD::from_bits(
+        simd::vor_vi_vi_vi(mant, simd::vsll_vl_vl_i(simd::vadd_vi2_vi2_vi2(rem, simd::vset1_vi2_i(1023)), 52)));
+    const vd m = SD::from_bits(simd::vor_vi_vi_vi(mant, simd::vset1_vl_l(0x3FF0000000000000ll)));
+    vd c = SD::select(SD::from_bits(simd::veq_vl_vl_vl(rem, simd::vset1_vl_l(1))), SD::set1(kTwoM13), SD::set1(1.0));
+    c = SD::select(SD::from_bits(simd::veq_vl_vl_vl(rem, simd::vset1_vl_l(2))), SD::set1(kTwoM23), c);
     const vd g = SD::mul(lanes::horner<SD>(m, kInvCbrt5), c);
-    return {v, g, _mm_slli_epi64(_mm_sub_epi64(q, _mm_set1_epi64x(341)), 52)};
+    return {v, g, simd::vsll_vl_vl_i(simd::vsub_vl_vl_vl(q, simd::vset1_vl_l(341)), 52)};
 }
 
-QOR_KERNEL_INLINE vd scale_up(vd y, vi shift) { return SD::from_bits(_mm_add_epi64(SD::to_bits(y), shift)); }
-QOR_KERNEL_INLINE vd scale_down(vd y, vi shift) { return SD::from_bits(_mm_sub_epi64(SD::to_bits(y), shift)); }
+QOR_KERNEL_INLINE vd scale_up(vd y, vi shift) { return SD::from_bits(simd::vadd_vl_vl_vl(SD::to_bits(y), shift)); }
+QOR_KERNEL_INLINE vd scale_down(vd y, vi shift) { return SD::from_bits(simd::vsub_vl_vl_vl(SD::to_bits(y), shift)); }
 
 // x rounded to a multiple of 2^-bits_after_point, for |x| < 2^(52 - bits).
 QOR_KERNEL_INLINE vd round_to_grid(vd x, double shifter) {
@@ -159,19 +160,22 @@ struct ReducedF {
 template <std::size_t N>
 QOR_KERNEL_INLINE ReducedF reduce(vf ax, const float (&poly)[N]) {
     const vi bits = SF::to_bits(ax);
-    const vi e = _mm_add_epi32(_mm_srli_epi32(bits, 23), _mm_set1_epi32(2));
-    const vi q = _mm_srli_epi32(_mm_mullo_epi32(e, _mm_set1_epi32(21846)), 16);
-    const vi rem = _mm_sub_epi32(e, _mm_add_epi32(q, _mm_add_epi32(q, q)));
-    const vi mant = _mm_and_si128(bits, _mm_set1_epi32(0x007FFFFF));
-    const vf v = SF::from_bits(_mm_or_si128(mant, _mm_slli_epi32(_mm_add_epi32(rem, _mm_set1_epi32(127)), 23)));
-    const vf m = SF::from_bits(_mm_or_si128(mant, _mm_set1_epi32(0x3F800000)));
-    vf c = SF::select(SF::from_bits(_mm_cmpeq_epi32(rem, _mm_set1_epi32(1))), SF::set1(float(kTwoM13)), SF::set1(1.0f));
-    c = SF::select(SF::from_bits(_mm_cmpeq_epi32(rem, _mm_set1_epi32(2))), SF::set1(float(kTwoM23)), c);
-    return {v, SF::mul(lanes::horner<SF>(m, poly), c), _mm_slli_epi32(_mm_sub_epi32(q, _mm_set1_epi32(43)), 23)};
+    const vi e = simd::vadd_vi2_vi2_vi2(simd::vsrl_vi2_vi2_i(bits, 23), simd::vset1_vi2_i(2));
+    const vi q = simd::vsrl_vi2_vi2_i(simd::vmullo_vi2_vi2_vi2(e, simd::vset1_vi2_i(21846)), 16);
+    const vi rem = simd::vsub_vi2_vi2_vi2(e, simd::vadd_vi2_vi2_vi2(q, simd::vadd_vi2_vi2_vi2(q, q)));
+    const vi mant = simd::vand_vi_vi_vi(bits, simd::vset1_vi2_i(0x007FFFFF));
+    const vf v = SF::from_bits(
+        simd::vor_vi_vi_vi(mant, simd::vsll_vi2_vi2_i(simd::vadd_vi2_vi2_vi2(rem, simd::vset1_vi2_i(127)), 23)));
+    const vf m = SF::from_bits(simd::vor_vi_vi_vi(mant, simd::vset1_vi2_i(0x3F800000)));
+    vf c = SF::select(SF::from_bits(simd::veq_vi2_vi2_vi2(rem, simd::vset1_vi2_i(1))), SF::set1(float(kTwoM13)),
+                      SF::set1(1.0f));
+    c = SF::select(SF::from_bits(simd::veq_vi2_vi2_vi2(rem, simd::vset1_vi2_i(2))), SF::set1(float(kTwoM23)), c);
+    return {v, SF::mul(lanes::horner<SF>(m, poly), c),
+            simd::vsll_vi2_vi2_i(simd::vsub_vi2_vi2_vi2(q, simd::vset1_vi2_i(43)), 23)};
 }
 
-QOR_KERNEL_INLINE vf scale_up(vf y, vi shift) { return SF::from_bits(_mm_add_epi32(SF::to_bits(y), shift)); }
-QOR_KERNEL_INLINE vf scale_down(vf y, vi shift) { return SF::from_bits(_mm_sub_epi32(SF::to_bits(y), shift)); }
+QOR_KERNEL_INLINE vf scale_up(vf y, vi shift) { return SF::from_bits(simd::vadd_vi2_vi2_vi2(SF::to_bits(y), shift)); }
+QOR_KERNEL_INLINE vf scale_down(vf y, vi shift) { return SF::from_bits(simd::vsub_vi2_vi2_vi2(SF::to_bits(y), shift)); }
 
 // ---- scalar helpers --------------------------------------------------------------
 // f applied to one value through a vector function.

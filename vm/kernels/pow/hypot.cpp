@@ -139,7 +139,7 @@ struct HypotOp {
             const T sa = std::scalbn(a, -e), sb = std::scalbn(b, -e);
             if constexpr (sizeof(T) == 8 && M == Method::Exact) {
                 const RootAndCorrection p = hypot_exact_parts(S::set1(sa), S::set1(sb));
-                r = scale_rounded_once(_mm_cvtsd_f64(p.r), _mm_cvtsd_f64(p.c), e);
+                r = scale_rounded_once(simd::vget0_d_vd(p.r), simd::vget0_d_vd(p.c), e);
             } else {
                 alignas(16) T out[S::lanes];
                 S::store(out, core(S::set1(sa), S::set1(sb)));

@@ -83,14 +83,15 @@ QOR_KERNEL_INLINE vd head26(vd x) { return SD::bit_and(x, Bits<double>::pattern(
 // Rows of the logarithm table for the mantissas of ax (any bit pattern
 // gives an index in 0 ... 256).
 QOR_KERNEL_INLINE void log_rows(vd ax, vd& rcp, vd& hi, vd& lo) {
-    const vi mant = _mm_set1_epi64x(0x000FFFFFFFFFFFFFll);
-    vi j = _mm_srli_epi64(_mm_add_epi64(_mm_and_si128(SD::to_bits(ax), mant), _mm_set1_epi64x(1ll << 43)), 44);
+    const vi mant = simd::vset1_vl_l(0x000FFFFFFFFFFFFFll);
+    vi j = simd::vsrl_vl_vl_i(
+        simd::vadd_vl_vl_vl(simd::vand_vi_vi_vi(SD::to_bits(ax), mant), simd::vset1_vl_l(1ll << 43)), 44);
     const pow_log_table::Row* t = pow_log_table::kTable.v;
-    const int64_t j0 = _mm_cvtsi128_si64(j), j1 = _mm_extract_epi64(j, 1);
-    vd a0 = _mm_load_pd(&t[j0].rcp), a1 = _mm_load_pd(&t[j1].rcp);
-    rcp = _mm_unpacklo_pd(a0, a1);
-    hi = _mm_unpackhi_pd(a0, a1);
-    lo = _mm_loadh_pd(_mm_load_sd(&t[j0].lo), &t[j1].lo);
+    const int64_t j0 = simd::vget_l_vl<0>(j), j1 = simd::vget_l_vl<1>(j);
+    vd a0 = simd::vloada_vd_p(&t[j0].rcp), a1 = simd::vloada_vd_p(&t[j1].rcp);
+    rcp = simd::vunpacklo_vd_vd_vd(a0, a1);
+    hi = simd::vunpackhi_vd_vd_vd(a0, a1);
+    lo = simd::vload_vd_p_p(&t[j0].lo, &t[j1].lo);
 }
 
 // The parts of ln ax shared by every variant: k ln2_hi + hi_j (exact), the
@@ -205,8 +206,10 @@ QOR_KERNEL_INLINE vd exp_plain(vd z, const double (&q)[N]) {
 
 // ---- lane classification ----------------------------------------------------
 // Lanes whose sign bit is set (also -0 and negative NaN); no flag raised.
-QOR_KERNEL_INLINE vd sign_lanes(vd x) { return SD::from_bits(_mm_shuffle_epi32(_mm_srai_epi32(SD::to_bits(x), 31), 0xF5)); }
-QOR_KERNEL_INLINE vf sign_lanes(vf x) { return SF::from_bits(_mm_srai_epi32(SF::to_bits(x), 31)); }
+QOR_KERNEL_INLINE vd sign_lanes(vd x) {
+    return SD::from_bits(simd::vshuffle_vi2_vi2<0xF5>(simd::vsra_vi2_vi2_i(SD::to_bits(x), 31)));
+}
+QOR_KERNEL_INLINE vf sign_lanes(vf x) { return SF::from_bits(simd::vsra_vi2_vi2_i(SF::to_bits(x), 31)); }
 
 // Lanes holding an integer, and an odd integer (quiet compares: no flag).
 QOR_KERNEL_INLINE vd integer_lanes(vd y) { return SD::eq(simd::vrne_vd_vd(y), y); }
@@ -222,17 +225,10 @@ QOR_KERNEL_INLINE vf odd_lanes(vf y) {
 
 // Lanes with |z| at or above the limit, infinite or NaN; integer compare.
 QOR_KERNEL_INLINE vd magnitude_at_least(vd z, double limit) {
-    return Bits<double>::int_greater(SD::abs(z), SD::from_bits(_mm_set1_epi64x(std::bit_cast<int64_t>(limit) - 1)));
-}
-
-// Two double masks as one float mask (lanes 0, 1 from lo; 2, 3 from hi).
-QOR_KERNEL_INLINE vf narrow_mask(vd lo, vd hi) {
-    return _mm_shuffle_ps(_mm_castpd_ps(lo), _mm_castpd_ps(hi), _MM_SHUFFLE(2, 0, 2, 0));
+    return Bits<double>::int_greater(SD::abs(z), SD::from_bits(simd::vset1_vl_l(std::bit_cast<int64_t>(limit) - 1)));
 }
 
 // ---- scalar routines -----------------------------------------------------------
-inline double lane0(vd x) { return _mm_cvtsd_f64(x); }
-
 // |x|^y for a positive finite ax (subnormal allowed) and a finite y, with
 // the code of the result: 3 when it overflows, 4 when it is below the
 // smallest normal.  Computed by the HA method over the whole range; the
@@ -245,7 +241,7 @@ inline double pow_abs(double ax, double y, int& code) {
     }
     const DD l = log_dd<Acc::HA>(SD::set1(ax), SD::set1(bias));
     const DD z = mul_dd(SD::set1(y), l);
-    const double zh = lane0(z.hi);
+    const double zh = simd::vget0_d_vd(z.hi);
     code = QOR_VM_STATUS_OK;
     if (zh > 710.0) {
         code = QOR_VM_STATUS_OVERFLOW;
@@ -256,9 +252,9 @@ inline double pow_abs(double ax, double y, int& code) {
         return 0.0;
     }
     const ExpReduced e = exp_reduce(z.hi, z.lo);
-    const int64_t n = _mm_cvtsi128_si64(e.t) - std::bit_cast<int64_t>(exp_core::kShifter);
+    const int64_t n = simd::vget_l_vl<0>(e.t) - std::bit_cast<int64_t>(exp_core::kShifter);
     const double hi = exp_table::kTable.v[n & 63][0], lo = exp_table::kTable.v[n & 63][1];
-    const double p = exp_core::scalar_poly_ha(lane0(e.r), lo);
+    const double p = exp_core::scalar_poly_ha(simd::vget0_d_vd(e.r), lo);
     if ((n >> 6) > -1022) {
         const double r = exp_core::scalar_scale(hi, p, n);
         if (r == std::numeric_limits<double>::infinity()) code = QOR_VM_STATUS_OVERFLOW;

@@ -64,9 +64,9 @@ QOR_KERNEL_INLINE vd pow_positive_single(vd ax, vd y, vd& mark) {
 // |x|^y for positive normal float |x| in single precision.
 QOR_KERNEL_INLINE vf pow_positive_single_ep(vf ax, vf y, vf& mark) {
     const vi bits = SF::to_bits(ax);
-    const vi k = _mm_srai_epi32(_mm_sub_epi32(bits, _mm_set1_epi32(0x3F3504F3)), 23);
-    const vf r = SF::sub(SF::from_bits(_mm_sub_epi32(bits, _mm_slli_epi32(k, 23))), SF::set1(1.0f));
-    const vf l2 = SF::add(_mm_cvtepi32_ps(k), SF::mul(r, lanes::horner<SF>(r, kLog2F7)));
+    const vi k = simd::vsra_vi2_vi2_i(simd::vsub_vi2_vi2_vi2(bits, simd::vset1_vi2_i(0x3F3504F3)), 23);
+    const vf r = SF::sub(SF::from_bits(simd::vsub_vi2_vi2_vi2(bits, simd::vsll_vi2_vi2_i(k, 23))), SF::set1(1.0f));
+    const vf l2 = SF::add(simd::vcvt_vf_vi2(k), SF::mul(r, lanes::horner<SF>(r, kLog2F7)));
     const vf z = SF::mul(y, l2);
     mark = lanes::magnitude_above(z, kZLimitSingleEp - 1);
     const vf shifter = SF::set1(flt(0x4B400000u));  // 1.5 * 2^23
@@ -104,8 +104,8 @@ struct DoublePow {
 // Zeros, infinities and NaN (float subnormals are normal in double).
 QOR_KERNEL_INLINE vf zero_or_nonfinite(vf ax) {
     const vi b = SF::to_bits(ax);
-    return SF::from_bits(_mm_or_si128(_mm_cmpeq_epi32(b, _mm_setzero_si128()),
-                                      _mm_cmpgt_epi32(b, _mm_set1_epi32(0x7F7FFFFF))));
+    return SF::from_bits(simd::vor_vi_vi_vi(simd::veq_vi2_vi2_vi2(b, simd::vzero_vi()),
+                                            simd::vgt_vi2_vi2_vi2(b, simd::vset1_vi2_i(0x7F7FFFFF))));
 }
 
 template <Kind K, Acc A>
@@ -124,7 +124,7 @@ struct SinglePow {
             vd m0, m1;
             res = lanes::narrow(pow_positive_single<A>(lanes::low_half(ax), lanes::low_half(y), m0),
                                 pow_positive_single<A>(lanes::high_half(ax), lanes::high_half(y), m1));
-            mark = narrow_mask(m0, m1);
+            mark = simd::vnarrowmask_vf_vd_vd(m0, m1);
         }
         return finish_sign<K, float>(x, y, res, bad, mark);
     }

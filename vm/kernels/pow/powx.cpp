@@ -41,7 +41,7 @@ struct PowxOne : PowxBase<Real> {
     using typename PowxBase<Real>::V;
     using S = typename PowxBase<Real>::S;
     [[gnu::always_inline]] V operator()(V, V& mark) const {
-        mark = S::from_bits(_mm_setzero_si128());
+        mark = S::from_bits(simd::vzero_vi());
         return S::set1(Real(1));
     }
 };
@@ -91,7 +91,7 @@ QOR_KERNEL_INLINE DD2 fast_two_sum(vd a, vd b) {
 // chain loses about 2^-100 per step.
 QOR_KERNEL_INLINE vd power_dd(vd x, uint64_t e, bool reciprocal) {
     const vd xh = head26(x), xl = SD::sub(x, xh);
-    DD2 a{x, SD::from_bits(_mm_setzero_si128())};
+    DD2 a{x, SD::from_bits(simd::vzero_vi())};
     for (int bit = 62 - __builtin_clzll(e); bit >= 0; --bit) {
         vd hh = head26(a.h), hl = SD::sub(a.h, hh);
         vd p = SD::mul(a.h, a.h);
