@@ -1,51 +1,13 @@
-// Frac and Modf, real.  Frac(x) = x - trunc(x) with the sign of x, so that
-// Frac(-3) = -0 and Frac(+-inf) = +-0; Modf(x) gives (trunc(x), Frac(x)) like
-// C modf, with (+-inf, +-0) for the infinities and NaN in both for a NaN.
-// Neither reports an error.
-#include <limits>
-
+// The kernels of every row and accuracy slot; the operations, their methods
+// and error bounds are in frac_modf_ops.h.
 #include "../../frame/kernel_decls.h"
-#include "../lane_bits.h"
+#include "../driver.h"
 #include "../quiet_op.h"
+#include "frac_modf_ops.h"
 
-namespace qor::vm {
-namespace {
+namespace ops = qor::vm::arith;
 
-// x - trunc(x) is exact: either trunc(x) = 0 or it lies within a factor of
-// two of x.  Infinities are masked to zero first (no inf - inf, no invalid
-// flag), so they give a zero that takes the sign of x like every result.
-template <class T>
-typename simd::Simd<T>::V fraction(typename simd::Simd<T>::V x, typename simd::Simd<T>::V whole) {
-    using S = simd::Simd<T>;
-    typename S::V finite = S::neq(S::abs(x), S::set1(std::numeric_limits<T>::infinity()));
-    typename S::V d = S::sub(S::bit_and(x, finite), S::bit_and(whole, finite));
-    return S::bit_or(S::abs(d), sign_of<T>(x));
-}
-
-template <class T>
-struct FracFn {
-    using S = simd::Simd<T>;
-    static typename S::V apply(typename S::V a) { return fraction<T>(a, S::trunc(a)); }
-};
-
-template <class Real>
-struct ModfOp {
-    using T = Real;
-    using S = simd::Simd<T>;
-    using V = typename S::V;
-    static constexpr bool reads_mode = true;
-    void operator()(V a, V& whole, V& frac) const {
-        whole = S::trunc(a);
-        frac = fraction<T>(a, whole);
-    }
-    V special(V, V, V) const { return S::set1(T(0)); }
-    int fix(T, T&, T&) const { return QOR_VM_STATUS_OK; }
-};
-
-}  // namespace
-}  // namespace qor::vm
-
-QOR_VM_UNARY_KERNELS(s, Frac, HA, float, (qor::vm::QuietUnaryOp<float, qor::vm::FracFn<float>>{}))
-QOR_VM_UNARY_KERNELS(d, Frac, HA, double, (qor::vm::QuietUnaryOp<double, qor::vm::FracFn<double>>{}))
-QOR_VM_UNARY2_KERNELS(s, Modf, HA, float, (qor::vm::ModfOp<float>{}))
-QOR_VM_UNARY2_KERNELS(d, Modf, HA, double, (qor::vm::ModfOp<double>{}))
+QOR_VM_UNARY_KERNELS(s, Frac, HA, float, (qor::vm::QuietUnaryOp<float, ops::FracFn<float>>{}))
+QOR_VM_UNARY_KERNELS(d, Frac, HA, double, (qor::vm::QuietUnaryOp<double, ops::FracFn<double>>{}))
+QOR_VM_UNARY2_KERNELS(s, Modf, HA, float, (ops::ModfOp<float>{}))
+QOR_VM_UNARY2_KERNELS(d, Modf, HA, double, (ops::ModfOp<double>{}))

@@ -1,84 +1,16 @@
-// Mul, Div, Inv (1/x) and Sqr (x*x), real: the IEEE operations, correctly
-// rounded.  The vector path screens each block for non-finite results; the
-// scalar routine names the cause: a NaN from non-NaN arguments (inf * 0,
-// 0 / 0, inf / inf) is a domain error, an infinity from finite arguments a
-// pole when it comes from a zero divisor and an overflow otherwise.  Each of
-// those raises an IEEE flag, so contiguous runs are judged by the flags (see
-// driver.h) and skip the per-block screen.  One kernel serves all three
-// accuracy slots.
-#include <cmath>
-
+// The kernels of every row and accuracy slot; the operations, their methods
+// and error bounds are in mul_div_ops.h.
 #include "../../frame/kernel_decls.h"
 #include "../driver.h"
-#include "../ieee_screen.h"
+#include "mul_div_ops.h"
 
-namespace qor::vm {
-namespace {
+namespace ops = qor::vm::arith;
 
-template <class T>
-int division_code(T a, T b, T r) {
-    if (std::isnan(r)) return (std::isnan(a) || std::isnan(b)) ? QOR_VM_STATUS_OK : QOR_VM_STATUS_DOMAIN;
-    if (std::isinf(r) && std::isfinite(a) && std::isfinite(b))
-        return b == T(0) ? QOR_VM_STATUS_SING : QOR_VM_STATUS_OVERFLOW;
-    return QOR_VM_STATUS_OK;
-}
-
-template <class Real>
-struct MulOp {
-    using T = Real;
-    using S = simd::Simd<T>;
-    using V = typename S::V;
-    static constexpr bool reads_mode = true;
-    static constexpr uint32_t flag_screen = kFlagInvalid | kFlagOverflow;
-    V operator()(V a, V b) const { return S::mul(a, b); }
-    V special(V, V, V r) const { return S::isnonfinite(r); }
-    int fix(T a, T b, T& r) const { return ieee_code(a, b, r); }
-};
-
-template <class Real>
-struct DivOp {
-    using T = Real;
-    using S = simd::Simd<T>;
-    using V = typename S::V;
-    static constexpr bool reads_mode = true;
-    static constexpr uint32_t flag_screen = kFlagInvalid | kFlagDivideByZero | kFlagOverflow;
-    V operator()(V a, V b) const { return S::div(a, b); }
-    V special(V, V, V r) const { return S::isnonfinite(r); }
-    int fix(T a, T b, T& r) const { return division_code(a, b, r); }
-};
-
-template <class Real>
-struct InvOp {
-    using T = Real;
-    using S = simd::Simd<T>;
-    using V = typename S::V;
-    static constexpr bool reads_mode = true;
-    static constexpr uint32_t flag_screen = kFlagDivideByZero | kFlagOverflow;
-    V operator()(V a) const { return S::div(S::set1(T(1)), a); }
-    V special(V, V r) const { return S::isnonfinite(r); }
-    int fix(T a, T& r) const { return division_code(T(1), a, r); }
-};
-
-template <class Real>
-struct SqrOp {
-    using T = Real;
-    using S = simd::Simd<T>;
-    using V = typename S::V;
-    static constexpr bool reads_mode = true;
-    static constexpr uint32_t flag_screen = kFlagOverflow;
-    V operator()(V a) const { return S::mul(a, a); }
-    V special(V, V r) const { return S::isnonfinite(r); }
-    int fix(T a, T& r) const { return ieee_code(a, r); }
-};
-
-}  // namespace
-}  // namespace qor::vm
-
-QOR_VM_BINARY_KERNELS(s, Mul, HA, float, (qor::vm::MulOp<float>{}))
-QOR_VM_BINARY_KERNELS(d, Mul, HA, double, (qor::vm::MulOp<double>{}))
-QOR_VM_BINARY_KERNELS(s, Div, HA, float, (qor::vm::DivOp<float>{}))
-QOR_VM_BINARY_KERNELS(d, Div, HA, double, (qor::vm::DivOp<double>{}))
-QOR_VM_UNARY_KERNELS(s, Inv, HA, float, (qor::vm::InvOp<float>{}))
-QOR_VM_UNARY_KERNELS(d, Inv, HA, double, (qor::vm::InvOp<double>{}))
-QOR_VM_UNARY_KERNELS(s, Sqr, HA, float, (qor::vm::SqrOp<float>{}))
-QOR_VM_UNARY_KERNELS(d, Sqr, HA, double, (qor::vm::SqrOp<double>{}))
+QOR_VM_BINARY_KERNELS(s, Mul, HA, float, (ops::MulOp<float>{}))
+QOR_VM_BINARY_KERNELS(d, Mul, HA, double, (ops::MulOp<double>{}))
+QOR_VM_BINARY_KERNELS(s, Div, HA, float, (ops::DivOp<float>{}))
+QOR_VM_BINARY_KERNELS(d, Div, HA, double, (ops::DivOp<double>{}))
+QOR_VM_UNARY_KERNELS(s, Inv, HA, float, (ops::InvOp<float>{}))
+QOR_VM_UNARY_KERNELS(d, Inv, HA, double, (ops::InvOp<double>{}))
+QOR_VM_UNARY_KERNELS(s, Sqr, HA, float, (ops::SqrOp<float>{}))
+QOR_VM_UNARY_KERNELS(d, Sqr, HA, double, (ops::SqrOp<double>{}))

@@ -1,36 +1,12 @@
-// Abs and CopySign, real: bit operations on the sign like C fabs and
-// copysign.  Under the flush-to-zero mode a subnormal magnitude is flushed
-// first, as the arithmetic kernels flush their inputs.  No error reports.
+// The kernels of every row and accuracy slot; the operations, their methods
+// and error bounds are in sign_ops.h.
 #include "../../frame/kernel_decls.h"
-#include "../lane_bits.h"
 #include "../quiet_op.h"
+#include "sign_ops.h"
 
-namespace qor::vm {
-namespace {
+namespace ops = qor::vm::arith;
 
-template <class T, bool Flush>
-typename simd::Simd<T>::V magnitude_of(typename simd::Simd<T>::V a) {
-    return simd::Simd<T>::abs(Flush ? flush_subnormal<T>(a) : a);
-}
-
-template <class T, bool Flush>
-struct AbsFn {
-    using S = simd::Simd<T>;
-    static typename S::V apply(typename S::V a) { return magnitude_of<T, Flush>(a); }
-};
-
-template <class T, bool Flush>
-struct CopySignFn {
-    using S = simd::Simd<T>;
-    static typename S::V apply(typename S::V a, typename S::V b) {
-        return S::bit_or(magnitude_of<T, Flush>(a), sign_of<T>(b));
-    }
-};
-
-}  // namespace
-}  // namespace qor::vm
-
-QOR_VM_QUIET_UNARY_KERNELS_FLUSH_AWARE(s, Abs, float, qor::vm::AbsFn)
-QOR_VM_QUIET_UNARY_KERNELS_FLUSH_AWARE(d, Abs, double, qor::vm::AbsFn)
-QOR_VM_QUIET_BINARY_KERNELS_FLUSH_AWARE(s, CopySign, float, qor::vm::CopySignFn)
-QOR_VM_QUIET_BINARY_KERNELS_FLUSH_AWARE(d, CopySign, double, qor::vm::CopySignFn)
+QOR_VM_QUIET_UNARY_KERNELS_FLUSH_AWARE(s, Abs, float, ops::AbsFn)
+QOR_VM_QUIET_UNARY_KERNELS_FLUSH_AWARE(d, Abs, double, ops::AbsFn)
+QOR_VM_QUIET_BINARY_KERNELS_FLUSH_AWARE(s, CopySign, float, ops::CopySignFn)
+QOR_VM_QUIET_BINARY_KERNELS_FLUSH_AWARE(d, CopySign, double, ops::CopySignFn)

@@ -1,28 +1,10 @@
-// Sqrt, real: the IEEE square root, correctly rounded; sqrt(-0) = -0.  A NaN
-// result from a number (a negative argument) is a domain error; it raises
-// the invalid flag, which screens contiguous runs.
-#include <cmath>
-
+// The kernels of every row and accuracy slot; the operations, their methods
+// and error bounds are in sqrt_ops.h.
 #include "../../frame/kernel_decls.h"
 #include "../driver.h"
+#include "sqrt_ops.h"
 
-namespace qor::vm {
-namespace {
+namespace ops = qor::vm::arith;
 
-template <class Real>
-struct SqrtOp {
-    using T = Real;
-    using S = simd::Simd<T>;
-    using V = typename S::V;
-    static constexpr bool reads_mode = true;
-    static constexpr uint32_t flag_screen = kFlagInvalid;
-    V operator()(V a) const { return S::sqrt(a); }
-    V special(V, V r) const { return S::isnan(r); }
-    int fix(T a, T&) const { return std::isnan(a) ? QOR_VM_STATUS_OK : QOR_VM_STATUS_DOMAIN; }
-};
-
-}  // namespace
-}  // namespace qor::vm
-
-QOR_VM_UNARY_KERNELS(s, Sqrt, HA, float, (qor::vm::SqrtOp<float>{}))
-QOR_VM_UNARY_KERNELS(d, Sqrt, HA, double, (qor::vm::SqrtOp<double>{}))
+QOR_VM_UNARY_KERNELS(s, Sqrt, HA, float, (ops::SqrtOp<float>{}))
+QOR_VM_UNARY_KERNELS(d, Sqrt, HA, double, (ops::SqrtOp<double>{}))

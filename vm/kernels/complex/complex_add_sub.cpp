@@ -1,49 +1,16 @@
-// Complex Add and Sub: the IEEE sum or difference of each part.  A part
-// that becomes infinite from finite parts of the arguments reports
-// overflow; NaNs and infinities in the arguments never report.  LA and HA
-// share the screened kernel; EP is the same arithmetic with no screen.
-#include <cmath>
-
+// The kernels of every row and accuracy slot; the operations, their methods
+// and error bounds are in complex_add_sub_ops.h.
 #include "../../frame/kernel_decls.h"
 #include "../complex_driver.h"
+#include "complex_add_sub_ops.h"
 
-namespace qor::vm {
-namespace {
+namespace ops = qor::vm::complex;
 
-template <class Complex, bool Subtract, bool Screened>
-struct ComplexAddOp {
-    using C = Complex;
-    using S = simd::CSimd<C>;
-    using V = typename S::V;
-    using Real = typename S::R;
-    static constexpr bool reads_mode = true;
-    static constexpr bool screens = Screened;
-
-    V operator()(V a, V b) const { return Subtract ? S::sub(a, b) : S::add(a, b); }
-
-    // Any part that is not finite; the scalar routine tells overflow from
-    // infinities and NaNs that came with the arguments.  (One compare per
-    // register keeps the common, finite case at the speed of EP.)
-    V special(V, V, V r) const { return S::isnonfinite(r); }
-
-    static bool overflowed(Real x, Real y, Real sum) { return std::isinf(sum) && std::isfinite(x) && std::isfinite(y); }
-
-    int fix(C a, C b, C& r) const {
-        r.re = Subtract ? a.re - b.re : a.re + b.re;
-        r.im = Subtract ? a.im - b.im : a.im + b.im;
-        bool overflow = overflowed(a.re, b.re, r.re) || overflowed(a.im, b.im, r.im);
-        return overflow ? QOR_VM_STATUS_OVERFLOW : QOR_VM_STATUS_OK;
-    }
-};
-
-}  // namespace
-}  // namespace qor::vm
-
-QOR_VM_COMPLEX_BINARY_KERNELS(c, Add, HA, qor_complex8, (qor::vm::ComplexAddOp<qor_complex8, false, true>{}))
-QOR_VM_COMPLEX_BINARY_KERNELS(c, Add, EP, qor_complex8, (qor::vm::ComplexAddOp<qor_complex8, false, false>{}))
-QOR_VM_COMPLEX_BINARY_KERNELS(z, Add, HA, qor_complex16, (qor::vm::ComplexAddOp<qor_complex16, false, true>{}))
-QOR_VM_COMPLEX_BINARY_KERNELS(z, Add, EP, qor_complex16, (qor::vm::ComplexAddOp<qor_complex16, false, false>{}))
-QOR_VM_COMPLEX_BINARY_KERNELS(c, Sub, HA, qor_complex8, (qor::vm::ComplexAddOp<qor_complex8, true, true>{}))
-QOR_VM_COMPLEX_BINARY_KERNELS(c, Sub, EP, qor_complex8, (qor::vm::ComplexAddOp<qor_complex8, true, false>{}))
-QOR_VM_COMPLEX_BINARY_KERNELS(z, Sub, HA, qor_complex16, (qor::vm::ComplexAddOp<qor_complex16, true, true>{}))
-QOR_VM_COMPLEX_BINARY_KERNELS(z, Sub, EP, qor_complex16, (qor::vm::ComplexAddOp<qor_complex16, true, false>{}))
+QOR_VM_COMPLEX_BINARY_KERNELS(c, Add, HA, qor_complex8, (ops::ComplexAddOp<qor_complex8, false, true>{}))
+QOR_VM_COMPLEX_BINARY_KERNELS(c, Add, EP, qor_complex8, (ops::ComplexAddOp<qor_complex8, false, false>{}))
+QOR_VM_COMPLEX_BINARY_KERNELS(z, Add, HA, qor_complex16, (ops::ComplexAddOp<qor_complex16, false, true>{}))
+QOR_VM_COMPLEX_BINARY_KERNELS(z, Add, EP, qor_complex16, (ops::ComplexAddOp<qor_complex16, false, false>{}))
+QOR_VM_COMPLEX_BINARY_KERNELS(c, Sub, HA, qor_complex8, (ops::ComplexAddOp<qor_complex8, true, true>{}))
+QOR_VM_COMPLEX_BINARY_KERNELS(c, Sub, EP, qor_complex8, (ops::ComplexAddOp<qor_complex8, true, false>{}))
+QOR_VM_COMPLEX_BINARY_KERNELS(z, Sub, HA, qor_complex16, (ops::ComplexAddOp<qor_complex16, true, true>{}))
+QOR_VM_COMPLEX_BINARY_KERNELS(z, Sub, EP, qor_complex16, (ops::ComplexAddOp<qor_complex16, true, false>{}))

@@ -1,54 +1,10 @@
-// Exp10, real: 10^x.  One kernel per precision.
-//   double: the table method of Exp with N = nearest integer of
-//     x * 64 log2(10) and r = (x - N log10(2)/64) ln 10, the product with
-//     the first part of log10(2)/64 being exact (about 0.51 ulp).
-//   single: computed in double as 2^(x log2 10) and rounded once (about
-//     0.502 ulp).
-// Overflow is code 3; a subnormal or zero result of a finite argument
-// code 4.
-#include <cfloat>
-
+// The kernels of every row and accuracy slot; the operations, their methods
+// and error bounds are in exp10_ops.h.
 #include "../../frame/kernel_decls.h"
-#include "exp_core.h"
+#include "../exp_log_loop.h"
+#include "exp10_ops.h"
 
-namespace qor::vm {
-namespace {
+namespace ops = qor::vm::explog;
 
-using namespace exp_core;
-
-// |x| >= 307: results that may leave the normal range.
-constexpr uint32_t kScreenUpper = 0x40732FFF;
-// |x| > 37.5 (single).
-constexpr uint32_t kScreenSingle = 0x42160000u;
-constexpr double kLog2Of10 = dbl(0x400A934F0979A371ull);
-
-struct DoubleExp10 {
-    using T = double;
-    static constexpr int block = 16;
-    static constexpr bool reads_mode = true;
-    vd special(vd x) const { return lanes::upper_word_above(x, kScreenUpper); }
-    vd operator()(vd x) const { return table_exp_ha<reduce_10>(x); }
-    int fix(double x, double& y) const { return table_exp_scalar(x, y, 10); }
-};
-
-struct SingleExp10 {
-    using T = float;
-    static constexpr int block = 16;
-    static constexpr bool reads_mode = true;
-    vf special(vf x) const { return lanes::magnitude_above(x, kScreenSingle); }
-    vf operator()(vf x) const {
-        return through_double(x, [](vd v) { return exp2_via_split(SD::mul(v, SD::set1(kLog2Of10))); });
-    }
-    int fix(float x, float& r) const {
-        double y;
-        table_exp_scalar(double(x), y, 10);
-        r = float(y);
-        return single_result_code(x, r, FLT_MIN);
-    }
-};
-
-}  // namespace
-}  // namespace qor::vm
-
-QOR_VM_SCREENED_KERNELS(d, Exp10, HA, double, (qor::vm::DoubleExp10{}))
-QOR_VM_SCREENED_KERNELS(s, Exp10, HA, float, (qor::vm::SingleExp10{}))
+QOR_VM_SCREENED_KERNELS(d, Exp10, HA, double, (ops::DoubleExp10{}))
+QOR_VM_SCREENED_KERNELS(s, Exp10, HA, float, (ops::SingleExp10{}))

@@ -11,6 +11,7 @@
 
 #include "../exp_log_loop.h"
 #include "../lanes.h"
+#include "variant.h"
 
 namespace qor::vm::log_single {
 
@@ -18,7 +19,7 @@ using simd::vf;
 using simd::vi;
 using SF = simd::Simd<float>;
 
-enum class Variant { LA, HA, EP };
+using Variant = explog::Variant;
 
 constexpr float flt(uint32_t u) { return std::bit_cast<float>(u); }
 

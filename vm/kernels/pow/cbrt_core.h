@@ -45,6 +45,8 @@ using simd::vi;
 using SD = simd::Simd<double>;
 using SF = simd::Simd<float>;
 
+enum class Acc { LA, HA, EP };
+
 constexpr double dbl(uint64_t u) { return std::bit_cast<double>(u); }
 constexpr float flt(uint32_t u) { return std::bit_cast<float>(u); }
 
