@@ -27,10 +27,6 @@
 
 namespace qor::vm::arith {
 
-using simd::vd;
-using simd::vf;
-using SD = simd::Simd<double>;
-
 template <bool Remainder, bool SplitProduct>
 vd reduce(vd x, vd y) {
     constexpr double kQuotientBound = SplitProduct ? 0x1p26 : 0x1p29;

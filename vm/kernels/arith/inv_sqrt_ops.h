@@ -24,11 +24,6 @@
 
 namespace qor::vm::arith {
 
-using simd::vd;
-using simd::vf;
-using SD = simd::Simd<double>;
-using SF = simd::Simd<float>;
-
 // Valid for x in [2^-900, 2^900], where no split or square leaves the range.
 inline vd inv_sqrt_ha_double(vd x) {
     const vd head = Bits<double>::pattern(Bits<double>::kSplitHead);

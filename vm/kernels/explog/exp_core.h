@@ -26,15 +26,6 @@
 
 namespace qor::vm::exp_core {
 
-using simd::vd;
-using simd::vf;
-using simd::vi;
-using SD = simd::Simd<double>;
-using SF = simd::Simd<float>;
-
-constexpr double dbl(uint64_t u) { return std::bit_cast<double>(u); }
-constexpr float flt(uint32_t u) { return std::bit_cast<float>(u); }
-
 // ---- constants of the table method --------------------------------------------
 inline constexpr double kInvLn2x64 = dbl(0x40571547652B82FEull);  // 64/ln 2
 inline constexpr double kShifter = dbl(0x4338000000000000ull);    // 1.5 * 2^52

@@ -29,15 +29,10 @@
 
 namespace qor::vm::explog {
 
-using simd::vd;
-using simd::vf;
-using simd::vi;
-using SD = simd::Simd<double>;
-using SF = simd::Simd<float>;
 namespace tab = expint1_table;
 
-inline constexpr double kGammaHi = exp_core::dbl(0x3FE2788CFC6FB619ull);  // Euler's constant
-inline constexpr double kGammaLo = exp_core::dbl(0xBC56CB90701FBFABull);
+inline constexpr double kGammaHi = dbl(0x3FE2788CFC6FB619ull);  // Euler's constant
+inline constexpr double kGammaLo = dbl(0xBC56CB90701FBFABull);
 inline constexpr uint32_t kHalfUpper = 0x3FDFFFFF;  // x >= 0.5 takes the product form
 
 enum class Quality { High, Mid, Low };

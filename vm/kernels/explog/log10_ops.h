@@ -21,12 +21,7 @@ namespace qor::vm::explog {
 
 using namespace log_core;
 
-inline int log10_scalar(double x, double& y) {
-    int code;
-    if (log_special(x, y, code)) return code;
-    y = simd::vget0_d_vd(log_base(scalar_pieces<Accuracy::High>(x), kBase10));
-    return QOR_VM_STATUS_OK;
-}
+inline int log10_scalar(double x, double& y) { return log_base_scalar(x, y, kBase10); }
 
 template <bool High>
 struct DoubleLog10 {
@@ -68,12 +63,7 @@ struct SingleLog10 {
                                    SF::mul(lnm, SF::set1(log_single::kLog10eF))));
         }
     }
-    int fix(float x, float& r) const {
-        double y;
-        const int code = log10_scalar(double(flush_subnormal(x)), y);
-        r = float(y);
-        return code;
-    }
+    int fix(float x, float& r) const { return single_from_double(x, r, log10_scalar); }
 };
 
 }  // namespace qor::vm::explog

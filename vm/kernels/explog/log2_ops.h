@@ -13,12 +13,7 @@ namespace qor::vm::explog {
 
 using namespace log_core;
 
-inline int log2_scalar(double x, double& y) {
-    int code;
-    if (log_special(x, y, code)) return code;
-    y = simd::vget0_d_vd(log_base(scalar_pieces<Accuracy::High>(x), kBase2));
-    return QOR_VM_STATUS_OK;
-}
+inline int log2_scalar(double x, double& y) { return log_base_scalar(x, y, kBase2); }
 
 struct DoubleLog2 {
     using T = double;
@@ -43,12 +38,7 @@ struct SingleLog2 {
         single_pieces(x, lo, hi);
         return lanes::narrow(single_log2(lo), single_log2(hi));
     }
-    int fix(float x, float& r) const {
-        double y;
-        const int code = log2_scalar(double(flush_subnormal(x)), y);
-        r = float(y);
-        return code;
-    }
+    int fix(float x, float& r) const { return single_from_double(x, r, log2_scalar); }
 };
 
 }  // namespace qor::vm::explog

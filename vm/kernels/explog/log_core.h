@@ -29,15 +29,6 @@
 
 namespace qor::vm::log_core {
 
-using simd::vd;
-using simd::vf;
-using simd::vi;
-using SD = simd::Simd<double>;
-using SF = simd::Simd<float>;
-
-constexpr double dbl(uint64_t u) { return std::bit_cast<double>(u); }
-constexpr float flt(uint32_t u) { return std::bit_cast<float>(u); }
-
 inline constexpr double kLn2Hi = dbl(0x3FE62E42FEFA3800ull);  // trailing bits zero
 inline constexpr double kLn2Lo = dbl(0x3D2EF35793C76730ull);
 inline constexpr double kIndexShifter = dbl(0x42D0000000000040ull);  // 2^46 + 1
@@ -300,6 +291,24 @@ template <Accuracy A>
 inline Pieces scalar_pieces(double x) {
     if ((std::bit_cast<uint64_t>(x) >> 52) == 0) return pieces<A>(SD::set1(x * kPrescale), SD::set1(60.0));
     return pieces<A>(SD::set1(x), SD::set1(0.0));
+}
+
+// The scalar routine of a double logarithm to the base of `c`.
+inline int log_base_scalar(double x, double& y, const BaseConstants& c) {
+    int code;
+    if (log_special(x, y, code)) return code;
+    y = simd::vget0_d_vd(log_base(scalar_pieces<Accuracy::High>(x), c));
+    return QOR_VM_STATUS_OK;
+}
+
+// The scalar routine of a single-precision logarithm from the double one:
+// the argument flushed as the mode says, the result rounded once.
+template <class DoubleScalar>
+inline int single_from_double(float x, float& r, DoubleScalar scalar) {
+    double y;
+    const int code = scalar(double(flush_subnormal(x)), y);
+    r = float(y);
+    return code;
 }
 
 }  // namespace qor::vm::log_core

@@ -42,13 +42,6 @@ struct DoubleLn {
     int fix(double x, double& y) const { return ln_scalar(x, y); }
 };
 
-inline int ln_single_fix(float x, float& r) {
-    double y;
-    const int code = ln_scalar(double(flush_subnormal(x)), y);
-    r = float(y);
-    return code;
-}
-
 template <Variant Var>
 struct SingleLn {
     using T = float;
@@ -66,7 +59,7 @@ struct SingleLn {
             return log_single::ln<log_single::Variant::EP>(x);
         }
     }
-    int fix(float x, float& r) const { return ln_single_fix(x, r); }
+    int fix(float x, float& r) const { return single_from_double(x, r, ln_scalar); }
 };
 
 }  // namespace qor::vm::explog

@@ -15,13 +15,7 @@
 
 namespace qor::vm::log_single {
 
-using simd::vf;
-using simd::vi;
-using SF = simd::Simd<float>;
-
 using Variant = explog::Variant;
-
-constexpr float flt(uint32_t u) { return std::bit_cast<float>(u); }
 
 inline constexpr float kQ2f[3] = {flt(0x3E9960CEu), flt(0x3ECCB13Eu), flt(0x3F2AAAB3u)};
 inline constexpr float kW4f[5] = {flt(0x3E0D6979u), flt(0xBE840F0Au), flt(0x3EAD4EF1u), flt(0xBEFFFD7Cu),

@@ -12,12 +12,6 @@
 
 namespace qor::vm::explog {
 
-using simd::vd;
-using simd::vf;
-using simd::vi;
-using SD = simd::Simd<double>;
-using SF = simd::Simd<float>;
-
 template <class T>
 struct Format;
 template <>

@@ -39,16 +39,7 @@
 
 namespace qor::vm::cbrt_core {
 
-using simd::vd;
-using simd::vf;
-using simd::vi;
-using SD = simd::Simd<double>;
-using SF = simd::Simd<float>;
-
 enum class Acc { LA, HA, EP };
-
-constexpr double dbl(uint64_t u) { return std::bit_cast<double>(u); }
-constexpr float flt(uint32_t u) { return std::bit_cast<float>(u); }
 
 // m^(-1/3) on [1, 2], highest degree first: absolute error 2^-17.2
 // (degree 5) and 2^-14.6 (degree 4).

@@ -44,14 +44,6 @@
 
 namespace qor::vm::pow_core {
 
-using simd::vd;
-using simd::vf;
-using simd::vi;
-using SD = simd::Simd<double>;
-using SF = simd::Simd<float>;
-using exp_core::dbl;
-using exp_core::flt;
-
 enum class Acc { LA, HA, EP };
 
 inline constexpr double kLn2Hi = dbl(pow_log_table::kLn2HiBits);
