@@ -8,6 +8,11 @@
 
 #include "simd.h"
 
+// Every step of a vector path is inlined into its element loop, whatever
+// the inliner's size limits: a call per vector would cost more than the
+// work of a short step.
+#define QOR_KERNEL_INLINE [[gnu::always_inline]] inline
+
 namespace qor::vm {
 
 using simd::vd;

@@ -6,9 +6,9 @@
 
 namespace ops = qor::vm::explog;
 
-QOR_VM_SCREENED_KERNELS(d, Exp, HA, double, (ops::DoubleExp<ops::Variant::HA>{}))
-QOR_VM_SCREENED_KERNELS(d, Exp, LA, double, (ops::DoubleExp<ops::Variant::LA>{}))
-QOR_VM_SCREENED_KERNELS(d, Exp, EP, double, (ops::DoubleExp<ops::Variant::EP>{}))
-QOR_VM_SCREENED_KERNELS(s, Exp, HA, float, (ops::SingleExp<ops::Variant::HA>{}))
-QOR_VM_SCREENED_KERNELS(s, Exp, LA, float, (ops::SingleExp<ops::Variant::LA>{}))
-QOR_VM_SCREENED_KERNELS(s, Exp, EP, float, (ops::SingleExp<ops::Variant::EP>{}))
+QOR_VM_SCREENED_KERNELS(d, Exp, HA, double, (ops::DoubleExp<qor::vm::Variant::HA>{}))
+QOR_VM_SCREENED_KERNELS(d, Exp, LA, double, (ops::DoubleExp<qor::vm::Variant::LA>{}))
+QOR_VM_SCREENED_KERNELS(d, Exp, EP, double, (ops::DoubleExp<qor::vm::Variant::EP>{}))
+QOR_VM_SCREENED_KERNELS(s, Exp, HA, float, (ops::SingleExp<qor::vm::Variant::HA>{}))
+QOR_VM_SCREENED_KERNELS(s, Exp, LA, float, (ops::SingleExp<qor::vm::Variant::LA>{}))
+QOR_VM_SCREENED_KERNELS(s, Exp, EP, float, (ops::SingleExp<qor::vm::Variant::EP>{}))

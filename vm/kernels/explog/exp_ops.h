@@ -16,7 +16,7 @@
 #include <cfloat>
 
 #include "exp_core.h"
-#include "variant.h"
+#include "../variant.h"
 
 namespace qor::vm::explog {
 

@@ -6,9 +6,9 @@
 
 namespace ops = qor::vm::explog;
 
-QOR_VM_SCREENED_KERNELS(d, Ln, HA, double, (ops::DoubleLn<ops::Variant::HA>{}))
-QOR_VM_SCREENED_KERNELS(d, Ln, LA, double, (ops::DoubleLn<ops::Variant::LA>{}))
-QOR_VM_SCREENED_KERNELS(d, Ln, EP, double, (ops::DoubleLn<ops::Variant::EP>{}))
-QOR_VM_SCREENED_KERNELS(s, Ln, HA, float, (ops::SingleLn<ops::Variant::HA>{}))
-QOR_VM_SCREENED_KERNELS(s, Ln, LA, float, (ops::SingleLn<ops::Variant::LA>{}))
-QOR_VM_SCREENED_KERNELS(s, Ln, EP, float, (ops::SingleLn<ops::Variant::EP>{}))
+QOR_VM_SCREENED_KERNELS(d, Ln, HA, double, (ops::DoubleLn<qor::vm::Variant::HA>{}))
+QOR_VM_SCREENED_KERNELS(d, Ln, LA, double, (ops::DoubleLn<qor::vm::Variant::LA>{}))
+QOR_VM_SCREENED_KERNELS(d, Ln, EP, double, (ops::DoubleLn<qor::vm::Variant::EP>{}))
+QOR_VM_SCREENED_KERNELS(s, Ln, HA, float, (ops::SingleLn<qor::vm::Variant::HA>{}))
+QOR_VM_SCREENED_KERNELS(s, Ln, LA, float, (ops::SingleLn<qor::vm::Variant::LA>{}))
+QOR_VM_SCREENED_KERNELS(s, Ln, EP, float, (ops::SingleLn<qor::vm::Variant::EP>{}))

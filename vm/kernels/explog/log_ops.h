@@ -19,7 +19,7 @@
 
 #include "log_core.h"
 #include "log_single.h"
-#include "variant.h"
+#include "../variant.h"
 
 namespace qor::vm::explog {
 

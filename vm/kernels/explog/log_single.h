@@ -11,11 +11,11 @@
 
 #include "../exp_log_loop.h"
 #include "../lanes.h"
-#include "variant.h"
+#include "../variant.h"
 
 namespace qor::vm::log_single {
 
-using Variant = explog::Variant;
+using vm::Variant;
 
 inline constexpr float kQ2f[3] = {flt(0x3E9960CEu), flt(0x3ECCB13Eu), flt(0x3F2AAAB3u)};
 inline constexpr float kW4f[5] = {flt(0x3E0D6979u), flt(0xBE840F0Au), flt(0x3EAD4EF1u), flt(0xBEFFFD7Cu),

@@ -29,17 +29,11 @@
 #include "../exp_log_loop.h"
 #include "../lanes.h"
 #include "../lane_bits.h"
-
-// Every step of a vector path is inlined into its element loop, whatever
-// the inliner's size limits: a call per vector would cost more than the
-// work of a short step.
-#ifndef QOR_KERNEL_INLINE
-#define QOR_KERNEL_INLINE [[gnu::always_inline]] inline
-#endif
+#include "../variant.h"
 
 namespace qor::vm::cbrt_core {
 
-enum class Acc { LA, HA, EP };
+using Acc = Variant;
 
 // m^(-1/3) on [1, 2], highest degree first: absolute error 2^-17.2
 // (degree 5) and 2^-14.6 (degree 4).

@@ -33,18 +33,12 @@
 
 #include "../explog/exp_core.h"
 #include "../lane_bits.h"
+#include "../variant.h"
 #include "pow_log_table.h"
-
-// Every step of a vector path is inlined into its element loop, whatever
-// the inliner's size limits: a call per vector would cost more than the
-// work of a short step.
-#ifndef QOR_KERNEL_INLINE
-#define QOR_KERNEL_INLINE [[gnu::always_inline]] inline
-#endif
 
 namespace qor::vm::pow_core {
 
-enum class Acc { LA, HA, EP };
+using Acc = Variant;
 
 inline constexpr double kLn2Hi = dbl(pow_log_table::kLn2HiBits);
 inline constexpr double kLn2Lo = dbl(pow_log_table::kLn2LoBits);
