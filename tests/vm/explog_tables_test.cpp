@@ -4,8 +4,8 @@
 #include <mpfr.h>
 
 #include "explog_support.h"
-#include "vm/kernels/exp_table.h"
-#include "vm/kernels/log_table.h"
+#include "vm/kernels/explog/exp_table.h"
+#include "vm/kernels/explog/log_table.h"
 
 namespace explog_test {
 namespace {

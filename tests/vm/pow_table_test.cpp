@@ -10,7 +10,7 @@
 #include <cmath>
 #include <cstdint>
 
-#include "vm/kernels/pow_log_table.h"
+#include "vm/kernels/pow/pow_log_table.h"
 
 namespace {
 

@@ -3,11 +3,27 @@
 // that splits a double into a head of 26 significant bits and an exact tail.
 #pragma once
 
+#include <bit>
 #include <cstdint>
 
 #include "simd.h"
 
+// Every step of a vector path is inlined into its element loop, whatever
+// the inliner's size limits: a call per vector would cost more than the
+// work of a short step.
+#define QOR_KERNEL_INLINE [[gnu::always_inline]] inline
+
 namespace qor::vm {
+
+using simd::vd;
+using simd::vf;
+using simd::vi;
+using SD = simd::Simd<double>;
+using SF = simd::Simd<float>;
+
+// A constant given by its bit pattern.
+constexpr double dbl(uint64_t u) { return std::bit_cast<double>(u); }
+constexpr float flt(uint32_t u) { return std::bit_cast<float>(u); }
 
 template <class T>
 struct Bits;

@@ -190,15 +190,61 @@ namespace qor::simd {
 
 static inline vd vset1_vd_u64(uint64_t bits) { return _mm_castsi128_pd(_mm_set1_epi64x(int64_t(bits))); }
 static inline vf vset1_vf_u32(uint32_t bits) { return _mm_castsi128_ps(_mm_set1_epi32(int32_t(bits))); }
-static inline vi vadd_vl_vl_vl(vi x, vi y) { return _mm_add_epi64(x, y); }
-static inline vi vsub_vl_vl_vl(vi x, vi y) { return _mm_sub_epi64(x, y); }
-static inline vi vadd_vi2_vi2_vi2(vi x, vi y) { return _mm_add_epi32(x, y); }
-static inline vi vsub_vi2_vi2_vi2(vi x, vi y) { return _mm_sub_epi32(x, y); }
+static inline vi vzero_vi() { return _mm_setzero_si128(); }
 static inline vi vand_vi_vi_vi(vi x, vi y) { return _mm_and_si128(x, y); }
 static inline vi vor_vi_vi_vi(vi x, vi y) { return _mm_or_si128(x, y); }
-static inline vi vsra_vi2_vi2_i(vi x, int count) { return _mm_srai_epi32(x, count); }
+static inline vi vxor_vi_vi_vi(vi x, vi y) { return _mm_xor_si128(x, y); }
+static inline void vstorea_p_vi(void* p, vi x) { _mm_store_si128(static_cast<vi*>(p), x); }  // p 16-byte aligned
+// int64 lanes
+static inline vi vset1_vl_l(int64_t x) { return _mm_set1_epi64x(x); }
+static inline vi vadd_vl_vl_vl(vi x, vi y) { return _mm_add_epi64(x, y); }
+static inline vi vsub_vl_vl_vl(vi x, vi y) { return _mm_sub_epi64(x, y); }
+static inline vi vsll_vl_vl_i(vi x, int count) { return _mm_slli_epi64(x, count); }
+static inline vi vsrl_vl_vl_i(vi x, int count) { return _mm_srli_epi64(x, count); }
+static inline vi veq_vl_vl_vl(vi x, vi y) { return _mm_cmpeq_epi64(x, y); }
 static inline vi vgt_vl_vl_vl(vi x, vi y) { return _mm_cmpgt_epi64(x, y); }
+static inline vi vunpackhi_vl_vl_vl(vi x, vi y) { return _mm_unpackhi_epi64(x, y); }  // {x1, y1}
+template <int k> static inline int64_t vget_l_vl(vi x) {
+    if constexpr (k == 0) return _mm_cvtsi128_si64(x);
+    else return _mm_extract_epi64(x, k);
+}
+// int32 lanes
+static inline vi vset1_vi2_i(int32_t x) { return _mm_set1_epi32(x); }
+static inline vi vadd_vi2_vi2_vi2(vi x, vi y) { return _mm_add_epi32(x, y); }
+static inline vi vsub_vi2_vi2_vi2(vi x, vi y) { return _mm_sub_epi32(x, y); }
+static inline vi vmullo_vi2_vi2_vi2(vi x, vi y) { return _mm_mullo_epi32(x, y); }  // low 32 bits of x * y
+static inline vi vmin_vi2_vi2_vi2(vi x, vi y) { return _mm_min_epi32(x, y); }
+static inline vi vmax_vi2_vi2_vi2(vi x, vi y) { return _mm_max_epi32(x, y); }
+static inline vi vsll_vi2_vi2_i(vi x, int count) { return _mm_slli_epi32(x, count); }
+static inline vi vsrl_vi2_vi2_i(vi x, int count) { return _mm_srli_epi32(x, count); }
+static inline vi vsra_vi2_vi2_i(vi x, int count) { return _mm_srai_epi32(x, count); }
+static inline vi veq_vi2_vi2_vi2(vi x, vi y) { return _mm_cmpeq_epi32(x, y); }
 static inline vi vgt_vi2_vi2_vi2(vi x, vi y) { return _mm_cmpgt_epi32(x, y); }
+// Lanes of x rearranged: lane k of the result is lane (order >> 2k) & 3 of x.
+template <int order> static inline vi vshuffle_vi2_vi2(vi x) { return _mm_shuffle_epi32(x, order); }
+template <int k> static inline int32_t vget_i_vi2(vi x) {
+    if constexpr (k == 0) return _mm_cvtsi128_si32(x);
+    else return _mm_extract_epi32(x, k);
+}
+// Lanes and halves of the float and double vectors
+static inline double vget0_d_vd(vd x) { return _mm_cvtsd_f64(x); }
+static inline vd vloada_vd_p(const double* p) { return _mm_load_pd(p); }  // p 16-byte aligned
+static inline vd vload_vd_p_p(const double* lo, const double* hi) { return _mm_loadh_pd(_mm_load_sd(lo), hi); }
+static inline vd vunpacklo_vd_vd_vd(vd x, vd y) { return _mm_unpacklo_pd(x, y); }  // {x0, y0}
+static inline vd vunpackhi_vd_vd_vd(vd x, vd y) { return _mm_unpackhi_pd(x, y); }  // {x1, y1}
+static inline vf vmovelh_vf_vf_vf(vf x, vf y) { return _mm_movelh_ps(x, y); }      // {x0, x1, y0, y1}
+// Two double lane masks as one float mask: the low 32 bits of each 64-bit
+// lane of x (lanes 0, 1) and of y (lanes 2, 3).
+static inline vf vnarrowmask_vf_vd_vd(vd x, vd y) {
+    return _mm_shuffle_ps(_mm_castpd_ps(x), _mm_castpd_ps(y), _MM_SHUFFLE(2, 0, 2, 0));
+}
+// Conversions between int32 and floating lanes; the rounding ones follow MXCSR.
+static inline vf vcvt_vf_vi2(vi x) { return _mm_cvtepi32_ps(x); }
+static inline vd vcvt_vd_vi2_lo(vi x) { return _mm_cvtepi32_pd(x); }  // lanes 0, 1
+static inline vi vrint_vi2_vf(vf x) { return _mm_cvtps_epi32(x); }
+static inline vf vcvt_vf_vd(vd x) { return _mm_cvtpd_ps(x); }  // lanes 0, 1; lanes 2, 3 zero
+// Hardware estimate of 1/x, relative error at most 1.5 * 2^-12.
+static inline vf vrcp_vf_vf(vf x) { return _mm_rcp_ps(x); }
 // Round to nearest even without raising inexact, whatever MXCSR says.
 static inline vd vrne_vd_vd(vd x) { return _mm_round_pd(x, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC); }
 static inline vf vrne_vf_vf(vf x) { return _mm_round_ps(x, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC); }

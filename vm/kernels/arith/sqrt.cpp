@@ -1,0 +1,10 @@
+// The kernels of every row and accuracy slot; the operations, their methods
+// and error bounds are in sqrt_ops.h.
+#include "../../frame/kernel_decls.h"
+#include "../driver.h"
+#include "sqrt_ops.h"
+
+namespace ops = qor::vm::arith;
+
+QOR_VM_UNARY_KERNELS(s, Sqrt, HA, float, (ops::SqrtOp<float>{}))
+QOR_VM_UNARY_KERNELS(d, Sqrt, HA, double, (ops::SqrtOp<double>{}))

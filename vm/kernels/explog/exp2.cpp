@@ -1,0 +1,10 @@
+// The kernels of every row and accuracy slot; the operations, their methods
+// and error bounds are in exp2_ops.h.
+#include "../../frame/kernel_decls.h"
+#include "../exp_log_loop.h"
+#include "exp2_ops.h"
+
+namespace ops = qor::vm::explog;
+
+QOR_VM_SCREENED_KERNELS(d, Exp2, HA, double, (ops::DoubleExp2{}))
+QOR_VM_SCREENED_KERNELS(s, Exp2, HA, float, (ops::SingleExp2{}))

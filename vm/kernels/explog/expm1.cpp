@@ -1,0 +1,10 @@
+// The kernels of every row and accuracy slot; the operations, their methods
+// and error bounds are in expm1_ops.h.
+#include "../../frame/kernel_decls.h"
+#include "../exp_log_loop.h"
+#include "expm1_ops.h"
+
+namespace ops = qor::vm::explog;
+
+QOR_VM_SCREENED_KERNELS(d, Expm1, HA, double, (ops::DoubleExpm1{}))
+QOR_VM_SCREENED_KERNELS(s, Expm1, HA, float, (ops::SingleExpm1{}))

@@ -1,0 +1,10 @@
+// The kernels of every row and accuracy slot; the operations, their methods
+// and error bounds are in logb_ops.h.
+#include "../../frame/kernel_decls.h"
+#include "../exp_log_loop.h"
+#include "logb_ops.h"
+
+namespace ops = qor::vm::explog;
+
+QOR_VM_SCREENED_KERNELS(d, Logb, HA, double, (ops::DoubleLogb{}))
+QOR_VM_SCREENED_KERNELS(s, Logb, HA, float, (ops::SingleLogb{}))
