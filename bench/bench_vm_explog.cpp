@@ -54,16 +54,28 @@ void sleef_loop(SleefF f, int n, const float* a, float* r) {
 
 // The peers of one row: the argument range, the C library's function and
 // SLEEF's 1-ulp and 3.5-ulp versions (null where there is none).
-template <class T, class Sleef>
+template <class T>
+struct SleefOf;
+template <>
+struct SleefOf<double> {
+    using Fn = SleefD;
+};
+template <>
+struct SleefOf<float> {
+    using Fn = SleefF;
+};
+
+template <class T>
 struct Peers {
+    using Sleef = typename SleefOf<T>::Fn;
     double lo, hi;
     T (*libm)(T);
     Sleef u10, u35;
 };
 
 // The row's own kernels and its peers, at each size.
-template <class T, class Sleef>
-void register_row(const BenchRow& row, const Peers<T, Sleef>& peers) {
+template <class T>
+void register_row(const BenchRow& row, const Peers<T>& peers) {
     const auto [lo, hi, libm, u10, u35] = peers;
     for (long n : kSizes) {
         const std::string tail = "/" + std::to_string(n), name = row.name;
@@ -82,7 +94,7 @@ void register_row(const BenchRow& row, const Peers<T, Sleef>& peers) {
 int register_all() {
     if (dll_cpu_version() != 5) return 1;
     // E1 has no C library or SLEEF peer: the kernels are timed alone.
-    const std::map<std::string, Peers<double, SleefD>> doubles = {
+    const std::map<std::string, Peers<double>> doubles = {
         {"dExp", {-700.0, 700.0, ::exp, Sleef_expd2_u10sse4, nullptr}},
         {"dExp2", {-1000.0, 1000.0, ::exp2, Sleef_exp2d2_u10sse4, Sleef_exp2d2_u35sse4}},
         {"dExp10", {-300.0, 300.0, ::exp10, Sleef_exp10d2_u10sse4, Sleef_exp10d2_u35sse4}},
@@ -93,7 +105,7 @@ int register_all() {
         {"dLog1p", {-0.9, 100.0, ::log1p, Sleef_log1pd2_u10sse4, nullptr}},
         {"dLogb", {-1e6, 1e6, ::logb, nullptr, nullptr}},
         {"dExpInt1", {0.01, 50.0, nullptr, nullptr, nullptr}}};
-    const std::map<std::string, Peers<float, SleefF>> singles = {
+    const std::map<std::string, Peers<float>> singles = {
         {"sExp", {-87.0, 88.0, ::expf, Sleef_expf4_u10sse4, nullptr}},
         {"sExp2", {-125.0, 127.0, ::exp2f, Sleef_exp2f4_u10sse4, Sleef_exp2f4_u35sse4}},
         {"sExp10", {-37.0, 38.0, ::exp10f, Sleef_exp10f4_u10sse4, Sleef_exp10f4_u35sse4}},

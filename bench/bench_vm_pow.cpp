@@ -82,8 +82,33 @@ void sleef_binary(F f, int n, const T* a, const T* b, T* r) {
 // The peers of one row: argument ranges, the C library's function and
 // SLEEF's accurate and fast versions with their labels (null where there is
 // none).  Powx rows are timed at each of a few exponents.
-template <class T, class Libm, class Sleef>
+template <class T, int Arguments>
+struct Functions;
+template <>
+struct Functions<double, 1> {
+    using Libm = double (*)(double);
+    using Sleef = SleefD1;
+};
+template <>
+struct Functions<float, 1> {
+    using Libm = float (*)(float);
+    using Sleef = SleefF1;
+};
+template <>
+struct Functions<double, 2> {
+    using Libm = double (*)(double, double);
+    using Sleef = SleefD2;
+};
+template <>
+struct Functions<float, 2> {
+    using Libm = float (*)(float, float);
+    using Sleef = SleefF2;
+};
+
+template <class T, int Arguments>
 struct Peers {
+    using Libm = typename Functions<T, Arguments>::Libm;
+    using Sleef = typename Functions<T, Arguments>::Sleef;
     Range ra, rb;
     Libm libm;
     Sleef accurate;
@@ -92,8 +117,8 @@ struct Peers {
     const char* fast_name;
 };
 
-template <class T, class Sleef>
-void register_unary(const BenchRow& row, const Peers<T, T (*)(T), Sleef>& p) {
+template <class T>
+void register_unary(const BenchRow& row, const Peers<T, 1>& p) {
     for (long n : kSizes) {
         const std::string tail = "/" + std::to_string(n), name = row.name;
         auto reg = [&](const std::string& label, std::function<void(int, const T*, T*)> run) {
@@ -109,8 +134,8 @@ void register_unary(const BenchRow& row, const Peers<T, T (*)(T), Sleef>& p) {
     }
 }
 
-template <class T, class Sleef>
-void register_pair(const BenchRow& row, const Peers<T, T (*)(T, T), Sleef>& p) {
+template <class T>
+void register_pair(const BenchRow& row, const Peers<T, 2>& p) {
     for (long n : kSizes) {
         const std::string tail = "/" + std::to_string(n), name = row.name;
         for (const auto& [label, f] : own_kernels<Binary<T>>(row)) register_binary<T>(name + "/" + label + tail, n, p.ra, p.rb, f);
@@ -165,10 +190,10 @@ float pow3o2f(float x) { return x * std::sqrt(x); }
 int register_all() {
     if (dll_cpu_version() != 5) return 1;
     const Range base{0.01, 100.0}, expo{-15.0, 15.0}, wide{-1e3, 1e3};
-    using D1 = Peers<double, double (*)(double), SleefD1>;
-    using F1 = Peers<float, float (*)(float), SleefF1>;
-    using D2 = Peers<double, double (*)(double, double), SleefD2>;
-    using F2 = Peers<float, float (*)(float, float), SleefF2>;
+    using D1 = Peers<double, 1>;
+    using F1 = Peers<float, 1>;
+    using D2 = Peers<double, 2>;
+    using F2 = Peers<float, 2>;
     const std::map<std::string, D1> d1 = {
         {"dCbrt", {wide, wide, ::cbrt, Sleef_cbrtd2_u10sse4, "u10", Sleef_cbrtd2_u35sse4, "u35"}},
         {"dInvCbrt", {wide, wide, inv_cbrt, nullptr, "", nullptr, ""}},
@@ -194,9 +219,9 @@ int register_all() {
         if (auto it = d2.find(name); it != d2.end()) register_pair(row, it->second);
         if (auto it = f2.find(name); it != f2.end()) register_pair(row, it->second);
         if (name == "dPowx")
-            for (double e : {2.5, 3.0}) register_powx<double, SleefD2>(row, e, e == 3.0 ? "(3)" : "(2.5)", Sleef_powd2_u10sse4);
+            for (double e : {2.5, 3.0}) register_powx(row, e, e == 3.0 ? "(3)" : "(2.5)", Sleef_powd2_u10sse4);
         if (name == "sPowx")
-            for (float e : {2.5f, 3.0f}) register_powx<float, SleefF2>(row, e, e == 3.0f ? "(3)" : "(2.5)", Sleef_powf4_u10sse4);
+            for (float e : {2.5f, 3.0f}) register_powx(row, e, e == 3.0f ? "(3)" : "(2.5)", Sleef_powf4_u10sse4);
     }
     return 0;
 }
