@@ -2,6 +2,7 @@
 
 #include <mpfr.h>
 
+#include <bit>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -257,8 +258,11 @@ RowWorst sweep_as(const AccuracyRow& row, const Reference& ref, std::size_t coun
         for (int k = 0; k < 6; ++k) {
             const int slot = k % 3;
             WorstCase& w = k < 3 ? worst[slot].contiguous : worst[slot].strided;
-            note(w, ulp_error<T>(out[k][i], exact), k < 3 ? row.bound[slot] : row.strided_bound[slot],
-                 double(args.x[i]), y, double(out[k][i]), exact);
+            const double bound = k < 3 ? row.bound[slot] : row.strided_bound[slot];
+            double err = ulp_error<T>(out[k][i], exact);
+            // Correct rounding (bound 0.5) breaks a tie to the even neighbour.
+            if (bound == 0.5 && err == 0.5 && (std::bit_cast<domain_detail::Bits<T>>(out[k][i]) & 1)) err = 1.0;
+            note(w, err, bound, double(args.x[i]), y, double(out[k][i]), exact);
         }
     }
     mpfr_clears(mx, my, exact, (mpfr_ptr)nullptr);

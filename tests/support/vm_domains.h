@@ -18,8 +18,8 @@
 
 namespace qor::test {
 
-enum class Domain { none, all, all2, exp, exp2, exp10, expm1, log, log1p, expint1, root, pow3o2, positive, hypot,
-                    pow, powr, powx };
+enum class Domain { none, all, all2, reduce, exp, exp2, exp10, expm1, log, log1p, expint1, root, pow3o2, positive,
+                    hypot, pow, powr, powx };
 
 // The arguments of a sweep; y is empty for functions of one argument.
 template <class T>
@@ -274,6 +274,22 @@ Args<T> binary(Domain d, std::size_t n, std::mt19937_64& gen) {
             const double far = i % 4 == 0 ? (hi - lo) * (unit(gen) - 0.5) : 30 * (unit(gen) - 0.5);
             a.add(T(std::exp2(e) * (gen() & 1 ? 1 : -1)),
                   T(std::exp2(std::clamp(e + far, double(lo), hi - 0.01)) * (gen() & 1 ? 1 : -1)));
+            continue;
+        }
+        if (d == Domain::reduce) {  // x = k y or (k + 1/2) y nudged a few ulps, the top of the range, tiny divisors
+            constexpr int digits = std::numeric_limits<T>::digits;
+            switch (i % 4) {
+                case 0: {
+                    const T y = sample<T>(binades(-8, 8), i, gen);
+                    T x = (T(gen() % (uint64_t(1) << (digits / 2 + 4))) + ((gen() & 1) ? T(0.5) : T(0))) * y;
+                    const int step = int(gen() % 7) - 3;
+                    a.add(step < 0 ? down(x, -step) : up(x, step), y);
+                    break;
+                }
+                case 1: a.add(sample<T>(binades(hi - 3, hi), i, gen), sample<T>(binades(hi - 5, hi), i / 5, gen)); break;
+                case 2: a.add(sample<T>(binades(lo, lo + 120), i, gen), sample<T>(binades(lo, lo + 60), i / 7, gen)); break;
+                default: a.add(sample<T>(wide, i, gen), sample<T>(wide, i / 7, gen)); break;
+            }
             continue;
         }
         switch (i % 4) {  // all2: wide pairs, products and quotients near overflow and underflow, patterns
