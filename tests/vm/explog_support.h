@@ -1,7 +1,7 @@
 // Shared pieces of the exponential and logarithm tests: argument sets
 // (edges around thresholds, subnormals, signed zeros, infinities, NaN, and
-// random arguments over the whole range), the accuracy check against MPFR
-// through the ulp oracle, and a scoped mode with a recording callback.
+// random arguments over the whole range), the strided-against-contiguous
+// check and a scoped mode with a recording callback.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -101,17 +101,6 @@ auto bits_of(T x) {
 template <class T>
 constexpr double bits_limit(int bits) {
     return std::ldexp(1.0, std::numeric_limits<T>::digits - 1 - bits);
-}
-
-// Expects every result within `limit` ulps; returns the worst case.
-template <class T>
-qor::test::WorstCase expect_within(UnaryKernel<T> kernel, MpfrUnary f, std::span<const T> args, double limit,
-                                   const char* what) {
-    auto w = qor::test::measure_unary<T>(kernel, f, args, limit);
-    EXPECT_EQ(w.above, 0u) << what << ": " << w.above << " results above " << limit << " ulp; worst "
-                           << w.describe();
-    EXPECT_LE(w.ulps, limit) << what << ": " << w.describe();
-    return w;
 }
 
 // A strided kernel must give, element by element, the contiguous kernel's
