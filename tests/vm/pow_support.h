@@ -27,7 +27,6 @@ Pairs<T> random_pairs(std::size_t n, unsigned seed, bool negative_bases = true) 
 }
 
 using explog_test::bits_of;
-using explog_test::join;
 using explog_test::Reports;
 using qor::test::BinaryKernel;
 using qor::test::MpfrUnary;
