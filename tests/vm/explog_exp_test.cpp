@@ -1,6 +1,8 @@
 // Exp, Exp2, Exp10 and Expm1 in both precisions and all variants: the
 // thresholds and status codes, and the scalar paths near overflow and in
 // the subnormal range (accuracy over the whole range: accuracy_test.cpp).
+#include <random>
+
 #include "explog_support.h"
 
 namespace explog_test {
