@@ -283,13 +283,18 @@ std::span<const AccuracyRow> accuracy_rows() {
     return rows;
 }
 
-RowWorst sweep(const AccuracyRow& row, std::size_t count, uint64_t seed) {
+bool has_reference(const AccuracyRow& row) {
     const auto it = references().find(row.function);
-    if (it == references().end() || (row.two_arguments ? !it->second.binary : !it->second.unary)) {
-        RowWorst none{};  // no reference: every slot fails
+    return it != references().end() && (row.two_arguments ? it->second.binary != nullptr : it->second.unary != nullptr);
+}
+
+RowWorst sweep(const AccuracyRow& row, std::size_t count, uint64_t seed) {
+    if (!has_reference(row)) {
+        RowWorst none{};
         for (auto& s : none) s.contiguous.above = s.strided.above = 1;
         return none;
     }
+    const auto it = references().find(row.function);
     return row.precision == 's' ? sweep_as<float>(row, it->second, count, seed)
                                 : sweep_as<double>(row, it->second, count, seed);
 }

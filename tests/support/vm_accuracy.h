@@ -35,6 +35,9 @@ struct AccuracyRow {
 // (or an array and a scalar), and has a domain.
 std::span<const AccuracyRow> accuracy_rows();
 
+// Whether the row's function has an MPFR reference in the table.
+bool has_reference(const AccuracyRow& row);
+
 // Worst cases per slot, contiguous and strided; `above` counts the results
 // past the row's bound.
 struct SlotWorst {
@@ -42,8 +45,9 @@ struct SlotWorst {
 };
 using RowWorst = std::array<SlotWorst, 3>;
 
-// About `count` arguments of the row's domain from `seed`.  The caller sets
-// the error mode (errors are expected and should not be reported).
+// About `count` arguments of the row's domain from `seed` (every slot
+// counts as failed without a reference).  The caller sets the error mode
+// (errors are expected and should not be reported).
 RowWorst sweep(const AccuracyRow& row, std::size_t count, uint64_t seed);
 
 }  // namespace qor::test

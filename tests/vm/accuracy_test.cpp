@@ -35,6 +35,7 @@ class VmAccuracy : public ::testing::TestWithParam<const AccuracyRow*> {};
 
 TEST_P(VmAccuracy, EverySlotAndFormWithinItsBound) {
     const AccuracyRow& row = *GetParam();
+    ASSERT_TRUE(qor::test::has_reference(row)) << row.name << ": no MPFR reference for " << row.function;
     const uint32_t saved = qor_lum_kernel_SetMode(QOR_VM_ERRMODE_IGNORE | QOR_VM_HA | QOR_VM_FTZDAZ_OFF);
     const auto worst = qor::test::sweep(row, kArguments, seed_of(row.name));
     qor_lum_kernel_SetMode((saved & QOR_VM_FTZDAZ_MASK) ? saved : saved | QOR_VM_FTZDAZ_OFF);
