@@ -1,5 +1,6 @@
-// Shared pieces of the benchmarks: cycle counting, input arrays, and the
-// cycles-per-element counter reported beside Google Benchmark's times.
+// Shared pieces of the benchmarks: cycle counting, input arrays, the
+// cycles-per-element counter reported beside Google Benchmark's times, and
+// the rows of the row list with the kernels each of them owns.
 #pragma once
 
 #include <benchmark/benchmark.h>
@@ -10,6 +11,8 @@
 #include <random>
 #include <string>
 #include <vector>
+
+#include "qor/qor_vm.h"
 
 namespace qor::bench {
 
@@ -44,7 +47,70 @@ Fn kernel_symbol(const std::string& name) {
 }
 
 // LA and EP suffixes of a precision letter.
-inline const char* la_suffix(char p) { return (p == 's' || p == 'c') ? "_21" : "_50"; }
-inline const char* ep_suffix(char p) { return (p == 's' || p == 'c') ? "_11" : "_26"; }
+inline const char* la_suffix(char p) {
+    return (p == 's' || p == 'c') ? QOR_VM_STR(QOR_VM_LA_SUFFIX_s) : QOR_VM_STR(QOR_VM_LA_SUFFIX_d);
+}
+inline const char* ep_suffix(char p) {
+    return (p == 's' || p == 'c') ? QOR_VM_STR(QOR_VM_EP_SUFFIX_s) : QOR_VM_STR(QOR_VM_EP_SUFFIX_d);
+}
+
+// A contiguous row that is on, with the entry point of each kernel of its
+// own: HA always, LA and EP where the row's sharing gives them a kernel of
+// their own (null otherwise).  `kind` is the argument list's name.
+struct BenchRow {
+    const char* name;  // e.g. "dExp"
+    const char* kind;  // "unary", "binary", "scalar", ...
+    qor_vm_kernel ha, la, ep;
+};
+
+#define QOR_BENCH_K(entry) reinterpret_cast<qor_vm_kernel>(&entry)
+#define QOR_BENCH_OWN_A(p, Fn) nullptr, nullptr
+#define QOR_BENCH_OWN_L(p, Fn) nullptr, QOR_BENCH_K(QOR_VM_EP_ENTRY(p, Fn))
+#define QOR_BENCH_OWN_E(p, Fn) QOR_BENCH_K(QOR_VM_LA_ENTRY(p, Fn)), nullptr
+#define QOR_BENCH_OWN_T(p, Fn) QOR_BENCH_K(QOR_VM_LA_ENTRY(p, Fn)), QOR_BENCH_K(QOR_VM_EP_ENTRY(p, Fn))
+#define QOR_BENCH_CONTIGUOUS_unary 1
+#define QOR_BENCH_CONTIGUOUS_binary 1
+#define QOR_BENCH_CONTIGUOUS_scalar 1
+#define QOR_BENCH_CONTIGUOUS_two_out 1
+#define QOR_BENCH_CONTIGUOUS_linfrac 1
+#define QOR_BENCH_CONTIGUOUS_c2r 1
+#define QOR_BENCH_CONTIGUOUS_r2c 1
+#define QOR_BENCH_CONTIGUOUS_unary_i 0
+#define QOR_BENCH_CONTIGUOUS_binary_i 0
+#define QOR_BENCH_CONTIGUOUS_scalar_i 0
+#define QOR_BENCH_CONTIGUOUS_two_out_i 0
+#define QOR_BENCH_CONTIGUOUS_linfrac_i 0
+#define QOR_BENCH_CONTIGUOUS_c2r_i 0
+#define QOR_BENCH_CONTIGUOUS_r2c_i 0
+#define QOR_BENCH_CONTIGUOUS_pack_i 0
+#define QOR_BENCH_CONTIGUOUS_pack_v 0
+#define QOR_BENCH_CONTIGUOUS_pack_m 0
+#define QOR_BENCH_CONTIGUOUS_unpack_i 0
+#define QOR_BENCH_CONTIGUOUS_unpack_v 0
+#define QOR_BENCH_CONTIGUOUS_unpack_m 0
+#define QOR_BENCH_IF_CONTIGUOUS(kind, ...) QOR_BENCH_IF_(QOR_BENCH_CONTIGUOUS_##kind, __VA_ARGS__)
+#define QOR_BENCH_IF_(flag, ...) QOR_BENCH_IF_1_(flag, __VA_ARGS__)
+#define QOR_BENCH_IF_1_(flag, ...) QOR_VM_IF_ON_##flag(__VA_ARGS__)
+#define QOR_BENCH_ROW_ENTRY(p, Fn, kind, share) \
+    {#p #Fn, #kind, QOR_BENCH_K(QOR_VM_HA_ENTRY(p, Fn)), QOR_BENCH_OWN_##share(p, Fn)},
+
+inline const std::vector<BenchRow>& bench_rows() {
+    static const std::vector<BenchRow> rows = {
+#define QOR_VM_ROW(p, Fn, kind, share, on, ...) \
+    QOR_VM_IF_ON(on, QOR_BENCH_IF_CONTIGUOUS(kind, QOR_BENCH_ROW_ENTRY(p, Fn, kind, share)))
+#include "qor/vm_rows.def"
+#undef QOR_VM_ROW
+    };
+    return rows;
+}
+
+// The benchmark labels and kernels of a row: qor_HA, qor_LA, qor_EP.
+template <class Kernel>
+std::vector<std::pair<std::string, Kernel>> own_kernels(const BenchRow& row) {
+    std::vector<std::pair<std::string, Kernel>> v = {{"qor_HA", reinterpret_cast<Kernel>(row.ha)}};
+    if (row.la) v.emplace_back("qor_LA", reinterpret_cast<Kernel>(row.la));
+    if (row.ep) v.emplace_back("qor_EP", reinterpret_cast<Kernel>(row.ep));
+    return v;
+}
 
 }  // namespace qor::bench

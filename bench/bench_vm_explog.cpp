@@ -1,4 +1,5 @@
-// Exponential and logarithm kernels beside SLEEF's SSE4 functions (the
+// Exponential and logarithm kernels (the rows of the row list that have
+// peers here, with each kernel a row owns) beside SLEEF's SSE4 functions (the
 // 1-ulp "u10" and, where SLEEF has one, the 3.5-ulp "u35" version) and a
 // scalar loop over the C library's function, in cache (n = 1000) and
 // streaming (n = 10^6).  CPE is time-stamp ticks per element.
@@ -6,6 +7,7 @@
 
 #include <cmath>
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -50,17 +52,34 @@ void sleef_loop(SleefF f, int n, const float* a, float* r) {
     for (; i < n; ++i) r[i] = _mm_cvtss_f32(f(_mm_set1_ps(a[i])));
 }
 
-template <class T, class Sleef>
-void register_function(const std::string& fn, char p, double lo, double hi, T (*libm)(T), Sleef u10, Sleef u35) {
-    const std::string base = std::string("_lum") + p + fn;
-    const std::pair<std::string, std::string> variants[] = {
-        {"HA", base}, {"LA", base + la_suffix(p)}, {"EP", base + ep_suffix(p)}};
-    if (!kernel_symbol<Kernel<T>>(base)) return;
+// The peers of one row: the argument range, the C library's function and
+// SLEEF's 1-ulp and 3.5-ulp versions (null where there is none).
+template <class T>
+struct SleefOf;
+template <>
+struct SleefOf<double> {
+    using Fn = SleefD;
+};
+template <>
+struct SleefOf<float> {
+    using Fn = SleefF;
+};
+
+template <class T>
+struct Peers {
+    using Sleef = typename SleefOf<T>::Fn;
+    double lo, hi;
+    T (*libm)(T);
+    Sleef u10, u35;
+};
+
+// The row's own kernels and its peers, at each size.
+template <class T>
+void register_row(const BenchRow& row, const Peers<T>& peers) {
+    const auto [lo, hi, libm, u10, u35] = peers;
     for (long n : kSizes) {
-        const std::string tail = "/" + std::to_string(n);
-        const std::string name = std::string(1, p) + fn;
-        for (const auto& [label, symbol] : variants)
-            if (Kernel<T> k = kernel_symbol<Kernel<T>>(symbol)) register_loop<T>(name + "/qor_" + label + tail, n, lo, hi, k);
+        const std::string tail = "/" + std::to_string(n), name = row.name;
+        for (const auto& [label, k] : own_kernels<Kernel<T>>(row)) register_loop<T>(name + "/" + label + tail, n, lo, hi, k);
         if (u10)
             register_loop<T>(name + "/sleef_u10" + tail, n, lo, hi, [u10](int m, const T* a, T* r) { sleef_loop(u10, m, a, r); });
         if (u35)
@@ -74,27 +93,33 @@ void register_function(const std::string& fn, char p, double lo, double hi, T (*
 
 int register_all() {
     if (dll_cpu_version() != 5) return 1;
-    register_function<double, SleefD>("Exp", 'd', -700.0, 700.0, ::exp, Sleef_expd2_u10sse4, nullptr);
-    register_function<float, SleefF>("Exp", 's', -87.0, 88.0, ::expf, Sleef_expf4_u10sse4, nullptr);
-    register_function<double, SleefD>("Exp2", 'd', -1000.0, 1000.0, ::exp2, Sleef_exp2d2_u10sse4, Sleef_exp2d2_u35sse4);
-    register_function<float, SleefF>("Exp2", 's', -125.0, 127.0, ::exp2f, Sleef_exp2f4_u10sse4, Sleef_exp2f4_u35sse4);
-    register_function<double, SleefD>("Exp10", 'd', -300.0, 300.0, ::exp10, Sleef_exp10d2_u10sse4, Sleef_exp10d2_u35sse4);
-    register_function<float, SleefF>("Exp10", 's', -37.0, 38.0, ::exp10f, Sleef_exp10f4_u10sse4, Sleef_exp10f4_u35sse4);
-    register_function<double, SleefD>("Expm1", 'd', -5.0, 5.0, ::expm1, Sleef_expm1d2_u10sse4, nullptr);
-    register_function<float, SleefF>("Expm1", 's', -5.0, 5.0, ::expm1f, Sleef_expm1f4_u10sse4, nullptr);
-    register_function<double, SleefD>("Ln", 'd', 1e-3, 1e3, ::log, Sleef_logd2_u10sse4, Sleef_logd2_u35sse4);
-    register_function<float, SleefF>("Ln", 's', 1e-3, 1e3, ::logf, Sleef_logf4_u10sse4, Sleef_logf4_u35sse4);
-    register_function<double, SleefD>("Log2", 'd', 1e-3, 1e3, ::log2, Sleef_log2d2_u10sse4, Sleef_log2d2_u35sse4);
-    register_function<float, SleefF>("Log2", 's', 1e-3, 1e3, ::log2f, Sleef_log2f4_u10sse4, Sleef_log2f4_u35sse4);
-    register_function<double, SleefD>("Log10", 'd', 1e-3, 1e3, ::log10, Sleef_log10d2_u10sse4, nullptr);
-    register_function<float, SleefF>("Log10", 's', 1e-3, 1e3, ::log10f, Sleef_log10f4_u10sse4, nullptr);
-    register_function<double, SleefD>("Log1p", 'd', -0.9, 100.0, ::log1p, Sleef_log1pd2_u10sse4, nullptr);
-    register_function<float, SleefF>("Log1p", 's', -0.9, 100.0, ::log1pf, Sleef_log1pf4_u10sse4, nullptr);
-    register_function<double, SleefD>("Logb", 'd', -1e6, 1e6, ::logb, nullptr, nullptr);
-    register_function<float, SleefF>("Logb", 's', -1e6, 1e6, ::logbf, nullptr, nullptr);
     // E1 has no C library or SLEEF peer: the kernels are timed alone.
-    register_function<double, SleefD>("ExpInt1", 'd', 0.01, 50.0, nullptr, nullptr, nullptr);
-    register_function<float, SleefF>("ExpInt1", 's', 0.01, 50.0, nullptr, nullptr, nullptr);
+    const std::map<std::string, Peers<double>> doubles = {
+        {"dExp", {-700.0, 700.0, ::exp, Sleef_expd2_u10sse4, nullptr}},
+        {"dExp2", {-1000.0, 1000.0, ::exp2, Sleef_exp2d2_u10sse4, Sleef_exp2d2_u35sse4}},
+        {"dExp10", {-300.0, 300.0, ::exp10, Sleef_exp10d2_u10sse4, Sleef_exp10d2_u35sse4}},
+        {"dExpm1", {-5.0, 5.0, ::expm1, Sleef_expm1d2_u10sse4, nullptr}},
+        {"dLn", {1e-3, 1e3, ::log, Sleef_logd2_u10sse4, Sleef_logd2_u35sse4}},
+        {"dLog2", {1e-3, 1e3, ::log2, Sleef_log2d2_u10sse4, Sleef_log2d2_u35sse4}},
+        {"dLog10", {1e-3, 1e3, ::log10, Sleef_log10d2_u10sse4, nullptr}},
+        {"dLog1p", {-0.9, 100.0, ::log1p, Sleef_log1pd2_u10sse4, nullptr}},
+        {"dLogb", {-1e6, 1e6, ::logb, nullptr, nullptr}},
+        {"dExpInt1", {0.01, 50.0, nullptr, nullptr, nullptr}}};
+    const std::map<std::string, Peers<float>> singles = {
+        {"sExp", {-87.0, 88.0, ::expf, Sleef_expf4_u10sse4, nullptr}},
+        {"sExp2", {-125.0, 127.0, ::exp2f, Sleef_exp2f4_u10sse4, Sleef_exp2f4_u35sse4}},
+        {"sExp10", {-37.0, 38.0, ::exp10f, Sleef_exp10f4_u10sse4, Sleef_exp10f4_u35sse4}},
+        {"sExpm1", {-5.0, 5.0, ::expm1f, Sleef_expm1f4_u10sse4, nullptr}},
+        {"sLn", {1e-3, 1e3, ::logf, Sleef_logf4_u10sse4, Sleef_logf4_u35sse4}},
+        {"sLog2", {1e-3, 1e3, ::log2f, Sleef_log2f4_u10sse4, Sleef_log2f4_u35sse4}},
+        {"sLog10", {1e-3, 1e3, ::log10f, Sleef_log10f4_u10sse4, nullptr}},
+        {"sLog1p", {-0.9, 100.0, ::log1pf, Sleef_log1pf4_u10sse4, nullptr}},
+        {"sLogb", {-1e6, 1e6, ::logbf, nullptr, nullptr}},
+        {"sExpInt1", {0.01, 50.0, nullptr, nullptr, nullptr}}};
+    for (const BenchRow& row : bench_rows()) {
+        if (auto d = doubles.find(row.name); d != doubles.end()) register_row(row, d->second);
+        if (auto f = singles.find(row.name); f != singles.end()) register_row(row, f->second);
+    }
     return 0;
 }
 

@@ -1,4 +1,5 @@
-// Power and root kernels beside SLEEF's SSE4 functions (the 1-ulp "u10" or
+// Power and root kernels (the rows of the row list that have peers here,
+// with each kernel a row owns) beside SLEEF's SSE4 functions (the 1-ulp "u10" or
 // 0.5-ulp "u05" and the 3.5-ulp "u35" versions where SLEEF has them, and
 // its 350-ulp fast single pow) and a scalar loop over the C library, in
 // cache (n = 1000) and streaming (n = 10^6).  CPE is time-stamp ticks per
@@ -8,6 +9,7 @@
 
 #include <cmath>
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -77,53 +79,73 @@ void sleef_binary(F f, int n, const T* a, const T* b, T* r) {
     for (; i < n; ++i) r[i] = first(f(splat(a[i]), splat(b[i])));
 }
 
-std::pair<std::string, std::string> variants(const std::string& base, char p, int k) {
-    if (k == 0) return {"HA", base};
-    if (k == 1) return {"LA", base + la_suffix(p)};
-    return {"EP", base + ep_suffix(p)};
-}
+// The peers of one row: argument ranges, the C library's function and
+// SLEEF's accurate and fast versions with their labels (null where there is
+// none).  Powx rows are timed at each of a few exponents.
+template <class T, int Arguments>
+struct Functions;
+template <>
+struct Functions<double, 1> {
+    using Libm = double (*)(double);
+    using Sleef = SleefD1;
+};
+template <>
+struct Functions<float, 1> {
+    using Libm = float (*)(float);
+    using Sleef = SleefF1;
+};
+template <>
+struct Functions<double, 2> {
+    using Libm = double (*)(double, double);
+    using Sleef = SleefD2;
+};
+template <>
+struct Functions<float, 2> {
+    using Libm = float (*)(float, float);
+    using Sleef = SleefF2;
+};
 
-template <class T, class Sleef>
-void unary_family(const std::string& fn, char p, Range ra, T (*libm)(T), Sleef accurate, const char* accurate_name,
-                  Sleef fast, int own_kernels = 3) {
-    const std::string base = std::string("_lum") + p + fn, name = std::string(1, p) + fn;
-    if (!kernel_symbol<Unary<T>>(base)) return;
+template <class T, int Arguments>
+struct Peers {
+    using Libm = typename Functions<T, Arguments>::Libm;
+    using Sleef = typename Functions<T, Arguments>::Sleef;
+    Range ra, rb;
+    Libm libm;
+    Sleef accurate;
+    const char* accurate_name;
+    Sleef fast;
+    const char* fast_name;
+};
+
+template <class T>
+void register_unary(const BenchRow& row, const Peers<T, 1>& p) {
     for (long n : kSizes) {
-        const std::string tail = "/" + std::to_string(n);
+        const std::string tail = "/" + std::to_string(n), name = row.name;
         auto reg = [&](const std::string& label, std::function<void(int, const T*, T*)> run) {
-            register_binary<T>(name + "/" + label + tail, n, ra, ra,
+            register_binary<T>(name + "/" + label + tail, n, p.ra, p.ra,
                                [run](int m, const T* a, const T*, T* r) { run(m, a, r); });
         };
-        for (int k = 0; k < own_kernels; ++k) {
-            auto [label, symbol] = variants(base, p, k);
-            if (Unary<T> f = kernel_symbol<Unary<T>>(symbol)) reg("qor_" + label, f);
-        }
-        if (accurate) reg(std::string("sleef_") + accurate_name, [accurate](int m, const T* a, T* r) { sleef_unary(accurate, m, a, r); });
-        if (fast) reg("sleef_u35", [fast](int m, const T* a, T* r) { sleef_unary(fast, m, a, r); });
-        reg("libm", [libm](int m, const T* a, T* r) {
+        for (const auto& [label, f] : own_kernels<Unary<T>>(row)) reg(label, f);
+        if (auto acc = p.accurate) reg(std::string("sleef_") + p.accurate_name, [acc](int m, const T* a, T* r) { sleef_unary(acc, m, a, r); });
+        if (auto fast = p.fast) reg(std::string("sleef_") + p.fast_name, [fast](int m, const T* a, T* r) { sleef_unary(fast, m, a, r); });
+        reg("libm", [libm = p.libm](int m, const T* a, T* r) {
             for (int i = 0; i < m; ++i) r[i] = libm(a[i]);
         });
     }
 }
 
-template <class T, class Sleef>
-void binary_family(const std::string& fn, char p, Range ra, Range rb, T (*libm)(T, T), Sleef accurate,
-                   const char* accurate_name, Sleef fast, const char* fast_name) {
-    const std::string base = std::string("_lum") + p + fn, name = std::string(1, p) + fn;
-    if (!kernel_symbol<Binary<T>>(base)) return;
+template <class T>
+void register_pair(const BenchRow& row, const Peers<T, 2>& p) {
     for (long n : kSizes) {
-        const std::string tail = "/" + std::to_string(n);
-        for (int k = 0; k < 3; ++k) {
-            auto [label, symbol] = variants(base, p, k);
-            if (Binary<T> f = kernel_symbol<Binary<T>>(symbol)) register_binary<T>(name + "/qor_" + label + tail, n, ra, rb, f);
-        }
-        if (accurate)
-            register_binary<T>(name + "/sleef_" + accurate_name + tail, n, ra, rb,
-                               [accurate](int m, const T* a, const T* b, T* r) { sleef_binary(accurate, m, a, b, r); });
-        if (fast)
-            register_binary<T>(name + "/sleef_" + fast_name + tail, n, ra, rb,
+        const std::string tail = "/" + std::to_string(n), name = row.name;
+        for (const auto& [label, f] : own_kernels<Binary<T>>(row)) register_binary<T>(name + "/" + label + tail, n, p.ra, p.rb, f);
+        if (auto acc = p.accurate)
+            register_binary<T>(name + "/sleef_" + p.accurate_name + tail, n, p.ra, p.rb,
+                               [acc](int m, const T* a, const T* b, T* r) { sleef_binary(acc, m, a, b, r); });
+        if (auto fast = p.fast)
+            register_binary<T>(name + "/sleef_" + p.fast_name + tail, n, p.ra, p.rb,
                                [fast](int m, const T* a, const T* b, T* r) { sleef_binary(fast, m, a, b, r); });
-        register_binary<T>(name + "/libm" + tail, n, ra, rb, [libm](int m, const T* a, const T* b, T* r) {
+        register_binary<T>(name + "/libm" + tail, n, p.ra, p.rb, [libm = p.libm](int m, const T* a, const T* b, T* r) {
             for (int i = 0; i < m; ++i) r[i] = libm(a[i], b[i]);
         });
     }
@@ -132,18 +154,13 @@ void binary_family(const std::string& fn, char p, Range ra, Range rb, T (*libm)(
 // Powx with one exponent: the kernels, SLEEF's pow with the exponent
 // broadcast, and the C library.
 template <class T, class Sleef>
-void powx_family(char p, T e, const char* e_name, Sleef accurate) {
-    const std::string base = std::string("_lum") + p + "Powx", name = std::string(1, p) + "Powx" + e_name;
-    if (!kernel_symbol<Powx<T>>(base)) return;
+void register_powx(const BenchRow& row, T e, const char* e_name, Sleef accurate) {
+    const std::string name = std::string(row.name) + e_name;
     const Range ra{0.01, 100.0};
     for (long n : kSizes) {
         const std::string tail = "/" + std::to_string(n);
-        for (int k = 0; k < 3; ++k) {
-            auto [label, symbol] = variants(base, p, k);
-            if (Powx<T> f = kernel_symbol<Powx<T>>(symbol))
-                register_binary<T>(name + "/qor_" + label + tail, n, ra, ra,
-                                   [f, e](int m, const T* a, const T*, T* r) { f(m, a, e, r); });
-        }
+        for (const auto& [label, f] : own_kernels<Powx<T>>(row))
+            register_binary<T>(name + "/" + label + tail, n, ra, ra, [f, e](int m, const T* a, const T*, T* r) { f(m, a, e, r); });
         register_binary<T>(name + "/sleef_u10" + tail, n, ra, ra, [accurate, e](int m, const T* a, const T*, T* r) {
             constexpr int L = 16 / sizeof(T);
             const auto ve = splat(e);
@@ -173,28 +190,39 @@ float pow3o2f(float x) { return x * std::sqrt(x); }
 int register_all() {
     if (dll_cpu_version() != 5) return 1;
     const Range base{0.01, 100.0}, expo{-15.0, 15.0}, wide{-1e3, 1e3};
-    binary_family<double, SleefD2>("Pow", 'd', base, expo, ::pow, Sleef_powd2_u10sse4, "u10", nullptr, "");
-    binary_family<float, SleefF2>("Pow", 's', base, expo, ::powf, Sleef_powf4_u10sse4, "u10",
-                                  Sleef_fastpowf4_u3500sse4, "u3500");
-    binary_family<double, SleefD2>("Powr", 'd', base, expo, ::pow, Sleef_powd2_u10sse4, "u10", nullptr, "");
-    binary_family<float, SleefF2>("Powr", 's', base, expo, ::powf, Sleef_powf4_u10sse4, "u10",
-                                  Sleef_fastpowf4_u3500sse4, "u3500");
-    powx_family<double, SleefD2>('d', 2.5, "(2.5)", Sleef_powd2_u10sse4);
-    powx_family<double, SleefD2>('d', 3.0, "(3)", Sleef_powd2_u10sse4);
-    powx_family<float, SleefF2>('s', 2.5f, "(2.5)", Sleef_powf4_u10sse4);
-    powx_family<float, SleefF2>('s', 3.0f, "(3)", Sleef_powf4_u10sse4);
-    binary_family<double, SleefD2>("Hypot", 'd', wide, wide, ::hypot, Sleef_hypotd2_u05sse4, "u05",
-                                   Sleef_hypotd2_u35sse4, "u35");
-    binary_family<float, SleefF2>("Hypot", 's', wide, wide, ::hypotf, Sleef_hypotf4_u05sse4, "u05",
-                                  Sleef_hypotf4_u35sse4, "u35");
-    unary_family<double, SleefD1>("Cbrt", 'd', wide, ::cbrt, Sleef_cbrtd2_u10sse4, "u10", Sleef_cbrtd2_u35sse4);
-    unary_family<float, SleefF1>("Cbrt", 's', wide, ::cbrtf, Sleef_cbrtf4_u10sse4, "u10", Sleef_cbrtf4_u35sse4);
-    unary_family<double, SleefD1>("InvCbrt", 'd', wide, inv_cbrt, nullptr, "", nullptr);
-    unary_family<float, SleefF1>("InvCbrt", 's', wide, inv_cbrtf, nullptr, "", nullptr);
-    unary_family<double, SleefD1>("Pow2o3", 'd', wide, pow2o3, nullptr, "", nullptr, 1);
-    unary_family<float, SleefF1>("Pow2o3", 's', wide, pow2o3f, nullptr, "", nullptr, 1);
-    unary_family<double, SleefD1>("Pow3o2", 'd', base, pow3o2, nullptr, "", nullptr, 1);
-    unary_family<float, SleefF1>("Pow3o2", 's', base, pow3o2f, nullptr, "", nullptr, 1);
+    using D1 = Peers<double, 1>;
+    using F1 = Peers<float, 1>;
+    using D2 = Peers<double, 2>;
+    using F2 = Peers<float, 2>;
+    const std::map<std::string, D1> d1 = {
+        {"dCbrt", {wide, wide, ::cbrt, Sleef_cbrtd2_u10sse4, "u10", Sleef_cbrtd2_u35sse4, "u35"}},
+        {"dInvCbrt", {wide, wide, inv_cbrt, nullptr, "", nullptr, ""}},
+        {"dPow2o3", {wide, wide, pow2o3, nullptr, "", nullptr, ""}},
+        {"dPow3o2", {base, base, pow3o2, nullptr, "", nullptr, ""}}};
+    const std::map<std::string, F1> f1 = {
+        {"sCbrt", {wide, wide, ::cbrtf, Sleef_cbrtf4_u10sse4, "u10", Sleef_cbrtf4_u35sse4, "u35"}},
+        {"sInvCbrt", {wide, wide, inv_cbrtf, nullptr, "", nullptr, ""}},
+        {"sPow2o3", {wide, wide, pow2o3f, nullptr, "", nullptr, ""}},
+        {"sPow3o2", {base, base, pow3o2f, nullptr, "", nullptr, ""}}};
+    const std::map<std::string, D2> d2 = {
+        {"dPow", {base, expo, ::pow, Sleef_powd2_u10sse4, "u10", nullptr, ""}},
+        {"dPowr", {base, expo, ::pow, Sleef_powd2_u10sse4, "u10", nullptr, ""}},
+        {"dHypot", {wide, wide, ::hypot, Sleef_hypotd2_u05sse4, "u05", Sleef_hypotd2_u35sse4, "u35"}}};
+    const std::map<std::string, F2> f2 = {
+        {"sPow", {base, expo, ::powf, Sleef_powf4_u10sse4, "u10", Sleef_fastpowf4_u3500sse4, "u3500"}},
+        {"sPowr", {base, expo, ::powf, Sleef_powf4_u10sse4, "u10", Sleef_fastpowf4_u3500sse4, "u3500"}},
+        {"sHypot", {wide, wide, ::hypotf, Sleef_hypotf4_u05sse4, "u05", Sleef_hypotf4_u35sse4, "u35"}}};
+    for (const BenchRow& row : bench_rows()) {
+        const std::string name = row.name;
+        if (auto it = d1.find(name); it != d1.end()) register_unary(row, it->second);
+        if (auto it = f1.find(name); it != f1.end()) register_unary(row, it->second);
+        if (auto it = d2.find(name); it != d2.end()) register_pair(row, it->second);
+        if (auto it = f2.find(name); it != f2.end()) register_pair(row, it->second);
+        if (name == "dPowx")
+            for (double e : {2.5, 3.0}) register_powx(row, e, e == 3.0 ? "(3)" : "(2.5)", Sleef_powd2_u10sse4);
+        if (name == "sPowx")
+            for (float e : {2.5f, 3.0f}) register_powx(row, e, e == 3.0f ? "(3)" : "(2.5)", Sleef_powf4_u10sse4);
+    }
     return 0;
 }
 

@@ -1,10 +1,11 @@
 // Measures the per-element cost of every built vector-math kernel (time-stamp
 // ticks per element at n = 1000, in cache, best of many runs) and writes the
-// figures into the cost columns of the row list.  Published costs and the
-// fixed cost of the pack/unpack kernels are kept as they stand.
+// figures of the rows whose cost column says "measured" into the costs file
+// of the tables.  Frozen rows (published costs, the pack/unpack kernels)
+// keep the triple the row list gives them and are only printed.
 //
-//   measure_costs [path/to/vm_rows.def]   rewrite the file
-//   measure_costs --print                 print the table only
+//   measure_costs [path/to/vm_costs.inc]   rewrite the file
+//   measure_costs --print                  print the table only
 #include <x86intrin.h>
 
 #include <cstdio>
@@ -12,9 +13,6 @@
 #include <fstream>
 #include <map>
 #include <random>
-#include <regex>
-#include <set>
-#include <sstream>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -25,12 +23,6 @@ namespace {
 
 constexpr int kN = 1000;
 constexpr int kRuns = 2000;
-
-// Rows whose costs are published and never re-measured.
-const std::set<std::string> kPublished = {
-    "dExp", "sExp", "dLn", "sLn", "dSin", "dAdd", "zAdd", "dTGamma", "cAcos", "zMul", "dExp2", "sExp2",
-    "dExp10", "sExp10", "dExpm1", "sExpm1", "dLog2", "sLog2", "dLog10", "sLog10", "dLog1p", "sLog1p",
-    "dLogb", "sLogb", "dExpInt1", "sExpInt1"};
 
 // Four arrays of each element type with inputs on every kernel's ordinary
 // path: positive, moderate values.  Room for a stride of 2.
@@ -145,13 +137,15 @@ template <class T, class R> struct Kinds {
 
 struct Measured {
     double cost[3];
+    bool frozen;
 };
 
 std::map<std::string, Measured> measure_all() {
     std::map<std::string, Measured> out;
-#define QOR_VM_MEASURE(p, Fn, kind)                                                              \
+#define QOR_VM_MEASURE(p, Fn, kind, column)                                                      \
     {                                                                                            \
-        Measured m;                                                                              \
+        Measured m{{}, true};                                                                    \
+        QOR_VM_IF_MEASURED(column, m.frozen = false;)                                            \
         for (int slot = 0; slot < 3; ++slot) {                                                   \
             qor_vm_kernel k = qor_lum_kernel_##p##Fn##_ttab[slot];                               \
             int same = -1;                                                                       \
@@ -161,11 +155,17 @@ std::map<std::string, Measured> measure_all() {
         }                                                                                        \
         out[#p #Fn] = m;                                                                         \
     }
-#define QOR_VM_ROW(p, Fn, kind, share, on, ...) QOR_VM_IF_ON(on, QOR_VM_MEASURE(p, Fn, kind))
+#define QOR_VM_ROW(p, Fn, kind, share, on, cost, ...) QOR_VM_IF_ON(on, QOR_VM_MEASURE(p, Fn, kind, cost))
 #include "qor/vm_rows.def"
 #undef QOR_VM_ROW
     return out;
 }
+
+constexpr const char* kCostsHeader =
+    "// Measured cost per element of each slot (LA, HA, EP) of every row whose\n"
+    "// cost is not frozen in the row list: time-stamp ticks per element at\n"
+    "// n = 1000, in cache.  Written by tools/measure_costs; read only by\n"
+    "// tables.cpp.\n";
 
 std::string format_cost(double c) {
     char buf[32];
@@ -180,33 +180,28 @@ int main(int argc, char** argv) {
     auto measured = measure_all();
     for (auto& [name, m] : measured)
         std::printf("%-14s %9.3f %9.3f %9.3f%s\n", name.c_str(), m.cost[0], m.cost[1], m.cost[2],
-                    kPublished.count(name) ? "   (published, kept)" : "");
+                    m.frozen ? "   (frozen, kept)" : "");
     if (print_only) return 0;
-    const char* path = argc > 1 ? argv[1] : "include/qor/vm_rows.def";
-    std::ifstream in(path);
-    if (!in) {
-        std::fprintf(stderr, "measure_costs: cannot read %s\n", path);
+    const char* path = argc > 1 ? argv[1] : "vm/frame/vm_costs.inc";
+    std::FILE* out = std::fopen(path, "w");
+    if (!out) {
+        std::fprintf(stderr, "measure_costs: cannot write %s\n", path);
         return 1;
     }
-    std::stringstream text;
-    const std::regex row(R"(^(QOR_VM_ROW\(([sdcz]), (\w+),\s*\w+,\s*[ALET], 1, )[-0-9.]+f, [-0-9.]+f, [-0-9.]+f\)\s*$)");
-    int updated = 0;
-    for (std::string line; std::getline(in, line);) {
-        std::smatch m;
-        if (std::regex_match(line, m, row)) {
-            std::string name = m[2].str() + m[3].str();
-            auto it = measured.find(name);
-            bool is_pack = name.find("Pack") != std::string::npos;
-            if (it != measured.end() && !kPublished.count(name) && !is_pack) {
-                line = m[1].str() + format_cost(it->second.cost[0]) + ", " + format_cost(it->second.cost[1]) + ", " +
-                       format_cost(it->second.cost[2]) + ")";
-                ++updated;
-            }
-        }
-        text << line << '\n';
+    std::fputs(kCostsHeader, out);
+    int written = 0;
+    // In row-list order, as the tables are laid out.
+#define QOR_VM_WRITE(p, Fn)                                                                       \
+    {                                                                                             \
+        const Measured& m = measured.at(#p #Fn);                                                  \
+        std::fprintf(out, "QOR_VM_COST(%s, %s, %s, %s, %s)\n", #p, #Fn, format_cost(m.cost[0]).c_str(), \
+                     format_cost(m.cost[1]).c_str(), format_cost(m.cost[2]).c_str());              \
+        ++written;                                                                                \
     }
-    in.close();
-    std::ofstream(path) << text.str();
-    std::printf("measure_costs: %d rows updated in %s\n", updated, path);
+#define QOR_VM_ROW(p, Fn, kind, share, on, cost, ...) QOR_VM_IF_ON(on, QOR_VM_IF_MEASURED(cost, QOR_VM_WRITE(p, Fn)))
+#include "qor/vm_rows.def"
+#undef QOR_VM_ROW
+    std::fclose(out);
+    std::printf("measure_costs: %d rows written to %s\n", written, path);
     return 0;
 }

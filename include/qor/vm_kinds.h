@@ -62,6 +62,23 @@
 #define QOR_VM_STR(a) QOR_VM_STR_(a)
 #define QOR_VM_STR_(a) #a
 
+/* The cost column of a row: frozen(la, ha, ep) or measured.
+ *   QOR_VM_FROZEN_OR(cost, fallback)  the frozen triple as a braced list,
+ *                                     else the fallback;
+ *   QOR_VM_IF_MEASURED(cost, ...)     the arguments for measured rows only. */
+#define QOR_VM_FROZEN_OR(cost, ...) QOR_VM_CAT(QOR_VM_FROZEN_OR_, cost)(__VA_ARGS__)
+#define QOR_VM_FROZEN_OR_frozen(la, ha, ep) {la, ha, ep} QOR_VM_EAT
+#define QOR_VM_FROZEN_OR_measured(...) __VA_ARGS__
+#define QOR_VM_IF_MEASURED(cost, ...) QOR_VM_CAT(QOR_VM_IF_MEASURED_, cost)(__VA_ARGS__)
+#define QOR_VM_IF_MEASURED_frozen(la, ha, ep) QOR_VM_EAT
+#define QOR_VM_IF_MEASURED_measured(...) __VA_ARGS__
+#define QOR_VM_EAT(...)
+
+/* Entry point of a row in each slot, by name. */
+#define QOR_VM_LA_ENTRY(p, Fn) QOR_VM_CAT(_lum##p##Fn, QOR_VM_LA_SUFFIX_##p)
+#define QOR_VM_HA_ENTRY(p, Fn) _lum##p##Fn##_HA
+#define QOR_VM_EP_ENTRY(p, Fn) QOR_VM_CAT(_lum##p##Fn, QOR_VM_EP_SUFFIX_##p)
+
 
 
 /* Argument names of each kind, for code that forwards a call. */

@@ -1,62 +1,11 @@
-// Fmod and Remainder are exact: checked against MPFR on all pairs of edge
-// values and on sweeps of some 10^5 pairs each: wide random pairs (mostly
-// large quotients, the scalar path), moderate quotients (the vector path),
-// quotients within a few ulps of an integer or a half-integer (where the
-// rounded quotient is off by one), tiny and subnormal divisors, and pairs at
-// the top of the range.  Then the domain reports.
+// Fmod and Remainder: known values (the exact sweep of every slot, with
+// quotients next to integers and half-integers, is accuracy_test.cpp's) and
+// the domain reports.
 #include "arith_support.h"
 
 namespace {
 
 using namespace arith_test;
-
-template <class T>
-void reduce_inputs(std::vector<T>& a, std::vector<T>& b, uint64_t seed) {
-    edge_pairs(a, b);
-    auto x = random_mixed<T>(30000, seed), y = random_mixed<T>(30000, seed + 1);
-    a.insert(a.end(), x.begin(), x.end());
-    b.insert(b.end(), y.begin(), y.end());
-    std::mt19937_64 g(seed + 2);
-    const int digits = std::numeric_limits<T>::digits;
-    const int lowest = std::numeric_limits<T>::min_exponent - digits;
-    auto mag = random_log_uniform<T>(40000, -8, 8, seed + 3);
-    for (size_t i = 0; i < 40000; ++i) {
-        T y0 = mag[i];
-        // A quotient of up to 2^(digits/2 + 4) that is k or k + 1/2, nudged by a few ulps.
-        T k = T(g() % (uint64_t(1) << (digits / 2 + 4))) + ((g() & 1) ? T(0.5) : T(0));
-        T x0 = k * y0;
-        for (int step = int(g() % 7) - 3; step != 0; step += step > 0 ? -1 : 1)
-            x0 = std::nextafter(x0, step > 0 ? std::numeric_limits<T>::infinity() : T(0));
-        a.push_back(x0);
-        b.push_back(y0);
-    }
-    // Near the top of the range, where 2|y| overflows or nearly does.
-    const int top = std::numeric_limits<T>::max_exponent - 1;
-    auto huge_x = random_log_uniform<T>(5000, top - 3, top, seed + 6),
-         huge_y = random_log_uniform<T>(5000, top - 5, top, seed + 7);
-    a.insert(a.end(), huge_x.begin(), huge_x.end());
-    b.insert(b.end(), huge_y.begin(), huge_y.end());
-    auto num = random_log_uniform<T>(20000, lowest, lowest + 120, seed + 4);
-    auto den = random_log_uniform<T>(20000, lowest, lowest + 60, seed + 5);
-    a.insert(a.end(), num.begin(), num.end());
-    b.insert(b.end(), den.begin(), den.end());
-}
-
-template <class T>
-void check_reduce(const Row<Binary<T>, BinaryI<T>>& fmod, const Row<Binary<T>, BinaryI<T>>& remainder) {
-    MpfrFormat<T> format;
-    std::vector<T> a, b;
-    reduce_inputs(a, b, 51);
-    ReportLog log;
-    check_binary(
-        fmod, a, b, [](T x, T y) { return mpfr_apply<T>(mpfr_fmod, x, y); }, Exact{});
-    check_binary(
-        remainder, a, b, [](T x, T y) { return mpfr_apply<T>(mpfr_remainder, x, y); }, Exact{});
-}
-
-TEST(ArithFmod, DoubleIsExact) { check_reduce<double>(ARITH_BINARY_ROW(d, Fmod), ARITH_BINARY_ROW(d, Remainder)); }
-
-TEST(ArithFmod, SingleIsExact) { check_reduce<float>(ARITH_BINARY_ROW(s, Fmod), ARITH_BINARY_ROW(s, Remainder)); }
 
 TEST(ArithFmod, KnownValues) {
     const double inf = std::numeric_limits<double>::infinity();

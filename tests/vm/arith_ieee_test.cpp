@@ -1,6 +1,6 @@
-// Mul, Div, Inv, Sqr, Sqrt and LinearFrac against MPFR, correctly rounded
-// with IEEE subnormals, on edge sets and wide random sweeps in every entry
-// point and form; then the codes they report.
+// Mul, Div, Inv, Sqr, Sqrt and LinearFrac: division in place, LinearFrac
+// against the C expression in every entry point and form, and the codes
+// they report (correct rounding of every slot: accuracy_test.cpp).
 #include <functional>
 
 #include "arith_support.h"
@@ -9,85 +9,34 @@ namespace {
 
 using namespace arith_test;
 
-template <class T>
-struct IeeeOracle {
-    static T mul(T a, T b) { return mpfr_apply<T>(mpfr_mul, a, b); }
-    static T div(T a, T b) { return mpfr_apply<T>(mpfr_div, a, b); }
-    static T inv(T a) {
-        return mpfr_apply<T>(
-            [](mpfr_ptr r, mpfr_srcptr x, mpfr_srcptr, mpfr_rnd_t m) { return mpfr_ui_div(r, 1, x, m); }, a);
-    }
-    static T sqr(T a) {
-        return mpfr_apply<T>([](mpfr_ptr r, mpfr_srcptr x, mpfr_srcptr, mpfr_rnd_t m) { return mpfr_sqr(r, x, m); }, a);
-    }
-    static T sqrt(T a) {
-        return mpfr_apply<T>([](mpfr_ptr r, mpfr_srcptr x, mpfr_srcptr, mpfr_rnd_t m) { return mpfr_sqrt(r, x, m); },
-                             a);
-    }
-};
-
 // Edge pairs, then random pairs: wide-range values, and products and
 // quotients that land near overflow and in the subnormal range.
 template <class T>
 void binary_inputs(std::vector<T>& a, std::vector<T>& b) {
     edge_pairs(a, b);
-    auto x = random_mixed<T>(40000, 11), y = random_mixed<T>(40000, 12);
+    auto x = random_mixed<T>(4000, 11), y = random_mixed<T>(4000, 12);
     a.insert(a.end(), x.begin(), x.end());
     b.insert(b.end(), y.begin(), y.end());
     const int e = std::numeric_limits<T>::max_exponent;
-    auto big = random_log_uniform<T>(20000, e / 2 - 8, e / 2 + 8, 13),
-         small = random_log_uniform<T>(20000, -e / 2 - 16, -e / 2 + 8, 14);
+    auto big = random_log_uniform<T>(2000, e / 2 - 8, e / 2 + 8, 13),
+         small = random_log_uniform<T>(2000, -e / 2 - 16, -e / 2 + 8, 14);
     a.insert(a.end(), big.begin(), big.end());
     b.insert(b.end(), big.rbegin(), big.rend());
     a.insert(a.end(), small.begin(), small.end());
     b.insert(b.end(), small.rbegin(), small.rend());
 }
 
-template <class T>
-std::vector<T> unary_inputs() {
-    auto v = edge_values<T>();
-    auto x = random_mixed<T>(60000, 21);
-    v.insert(v.end(), x.begin(), x.end());
-    return v;
-}
-
-template <class T>
-void check_ieee(const Row<Binary<T>, BinaryI<T>>& mul, const Row<Binary<T>, BinaryI<T>>& div,
-                const Row<Unary<T>, UnaryI<T>>& inv, const Row<Unary<T>, UnaryI<T>>& sqr,
-                const Row<Unary<T>, UnaryI<T>>& sqrt) {
-    MpfrFormat<T> format;
-    std::vector<T> a, b;
-    binary_inputs(a, b);
-    check_binary(mul, a, b, IeeeOracle<T>::mul, Exact{});
-    check_binary(div, a, b, IeeeOracle<T>::div, Exact{});
-    auto x = unary_inputs<T>();
-    check_unary(inv, x, IeeeOracle<T>::inv, Exact{});
-    check_unary(sqr, x, IeeeOracle<T>::sqr, Exact{});
-    check_unary(sqrt, x, IeeeOracle<T>::sqrt, Exact{});
-}
-
-TEST(ArithIeee, DoubleMatchesMpfr) {
-    check_ieee<double>(ARITH_BINARY_ROW(d, Mul), ARITH_BINARY_ROW(d, Div), ARITH_UNARY_ROW(d, Inv),
-                       ARITH_UNARY_ROW(d, Sqr), ARITH_UNARY_ROW(d, Sqrt));
-}
-
-TEST(ArithIeee, SingleMatchesMpfr) {
-    check_ieee<float>(ARITH_BINARY_ROW(s, Mul), ARITH_BINARY_ROW(s, Div), ARITH_UNARY_ROW(s, Inv),
-                      ARITH_UNARY_ROW(s, Sqr), ARITH_UNARY_ROW(s, Sqrt));
-}
-
 // In-place operation (r == a) takes the per-block screen instead of the
 // flag-screened path; results must be the same.
 TEST(ArithIeee, InPlaceResultsMatch) {
-    MpfrFormat<double> format;
     std::vector<double> a, b;
     binary_inputs(a, b);
-    std::vector<double> r = a;
+    std::vector<double> want(a.size()), r = a;
+    _lumdDiv(int(a.size()), a.data(), b.data(), want.data());
     _lumdDiv(int(r.size()), r.data(), b.data(), r.data());
     Mismatches<double> m{"vdDiv in place"};
     for (size_t i = 0; i < a.size(); ++i)
-        if (!same(r[i], IeeeOracle<double>::div(a[i], b[i])))
-            m.add(i, show(a[i]) + ", " + show(b[i]), r[i], IeeeOracle<double>::div(a[i], b[i]));
+        if (!same(r[i], want[i])) m.add(i, show(a[i]) + ", " + show(b[i]), r[i], want[i]);
 }
 
 // ---- LinearFrac -------------------------------------------------------------------

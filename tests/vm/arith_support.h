@@ -219,24 +219,6 @@ T mpfr_apply(F f, T a, T b = T(0)) {
     return out;
 }
 
-// |got - exact| in units of the last place of the exact value's binade, for
-// a positive finite exact value given by MPFR (at 200 bits).
-template <class T>
-double ulp_error(T got, const mpfr_t exact) {
-    long e;
-    mpfr_get_d_2exp(&e, exact, MPFR_RNDN);  // exact = f * 2^e, f in [0.5, 1)
-    int ulp_exp = int(e) - std::numeric_limits<T>::digits;
-    ulp_exp = std::max(ulp_exp, std::numeric_limits<T>::min_exponent - std::numeric_limits<T>::digits);
-    mpfr_t d;
-    mpfr_init2(d, 256);
-    mpfr_sub_d(d, exact, double(got), MPFR_RNDN);
-    mpfr_abs(d, d, MPFR_RNDN);
-    mpfr_mul_2si(d, d, -ulp_exp, MPFR_RNDN);
-    double u = mpfr_get_d(d, MPFR_RNDN);
-    mpfr_clear(d);
-    return u;
-}
-
 // ---- running a kernel through all its entry points and forms --------------------
 // Collects mismatches and reports the first few of each run.
 template <class T>

@@ -1,57 +1,6 @@
-// ExpInt1 in both precisions and its variants: accuracy against MPFR
-// (E1(x) = -Ei(-x)), the pieces' boundaries, the subnormal range of the
-// result and the special arguments.
+// ExpInt1 in both precisions and its variants: the subnormal range of the
+// result and the special arguments (accuracy: accuracy_test.cpp).
 #include "explog_support.h"
-
-namespace explog_test {
-namespace {
-
-int mpfr_e1(mpfr_ptr y, mpfr_srcptr x, mpfr_rnd_t rnd) {
-    if (mpfr_nan_p(x) || mpfr_sgn(x) < 0) return mpfr_set_nan(y), 0;
-    if (mpfr_zero_p(x)) return mpfr_set_inf(y, 1), 0;
-    if (mpfr_inf_p(x)) return mpfr_set_zero(y, 1), 0;
-    mpfr_t t;
-    mpfr_init2(t, mpfr_get_prec(y) + 32);
-    mpfr_neg(t, x, MPFR_RNDN);
-    mpfr_eint(t, t, MPFR_RNDN);  // Ei(-x) = -E1(x)
-    const int r = mpfr_neg(y, t, rnd);
-    mpfr_clear(t);
-    return r;
-}
-
-// Every piece boundary of [0.5, 1024) with neighbours, and the branch point.
-template <class T>
-std::vector<T> piece_edges() {
-    std::vector<T> points;
-    for (int e = -1; e <= 9; ++e)
-        for (int j = 0; j < 4; ++j) points.push_back(std::ldexp(T(1) + T(j) / 4, e));
-    std::vector<T> v;
-    for (T p : points) {
-        auto a = around<T>({p}, 2);
-        v.insert(v.end(), a.begin(), a.end());
-    }
-    return v;
-}
-
-TEST(ExpInt1Accuracy, Double) {
-    Reports quiet(QOR_VM_ERRMODE_IGNORE | QOR_VM_HA);
-    const auto args = join<double>({common_edges<double>(), piece_edges<double>(),
-                                    around<double>({700.0, 701.5, 701.8, 739.0, 745.0}, 3),
-                                    random_args<double>(16000, 0.0, 750.0, -1074, 4, 51)});
-    expect_within<double>(_lumdExpInt1, mpfr_e1, args, 1.0, "dExpInt1 HA");
-    expect_within<double>(_lumdExpInt1_26, mpfr_e1, args, bits_limit<double>(26), "dExpInt1 EP");
-}
-
-TEST(ExpInt1Accuracy, Single) {
-    Reports quiet(QOR_VM_ERRMODE_IGNORE | QOR_VM_HA);
-    const auto args = join<float>({common_edges<float>(), piece_edges<float>(), around<float>({80.0f, 83.0f, 104.0f}, 3),
-                                   random_args<float>(10000, 0.0, 110.0, -149, 4, 52)});
-    expect_within<float>(_lumsExpInt1, mpfr_e1, args, 0.55, "sExpInt1 HA");
-    expect_within<float>(_lumsExpInt1_11, mpfr_e1, args, bits_limit<float>(11), "sExpInt1 EP");
-}
-
-}  // namespace
-}  // namespace explog_test
 
 namespace explog_test {
 namespace {

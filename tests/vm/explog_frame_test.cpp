@@ -7,6 +7,7 @@
 #include <string>
 
 #include "explog_support.h"
+#include "tests/support/vm_domains.h"
 
 namespace explog_test {
 namespace {
@@ -50,8 +51,8 @@ const std::vector<Case<float>>& single_cases() {
 // that marked elements fall in whole blocks and in the tail.
 template <class T>
 std::vector<T> mixed_args() {
-    auto v = join<T>({common_edges<T>(), random_args<T>(30, -20.0, 20.0, -10, 10, 61)});
-    v.resize(77, T(0.5));
+    auto v = qor::test::draw<T>(qor::test::Domain::exp, false, 77, 61).x;
+    v.resize(77);
     return v;
 }
 

@@ -1,96 +1,9 @@
 // Ln, Log2, Log10, Log1p and Logb in both precisions and all variants:
-// accuracy against MPFR over edge sets and random arguments, special values
-// and status codes.
+// special values and status codes (accuracy: accuracy_test.cpp).
 #include "explog_support.h"
 
 namespace explog_test {
 namespace {
-
-constexpr std::size_t kRandom = 120000;
-
-std::vector<double> log_args_double(unsigned seed) {
-    return join<double>({common_edges<double>(),
-                         around<double>({0.75, 1.5, 1.0 - 0.009765625, 1.0 + 0.009765625, 0.5, 2.0, 4.0 / 3.0,
-                                         std::sqrt(0.5), std::sqrt(2.0)},
-                                        4),
-                         random_args<double>(kRandom, 0.0, 4.0, -1074, 1024, seed)});
-}
-
-std::vector<float> log_args_single(unsigned seed) {
-    return join<float>({common_edges<float>(), around<float>({0.75f, 1.5f, 0.5f, 2.0f}, 4),
-                        random_args<float>(kRandom, 0.0, 4.0, -149, 128, seed)});
-}
-
-std::vector<double> log1p_args_double() {
-    return join<double>({log_args_double(41),
-                         around<double>({-1.0, -0.5, 1.0, 0.0017089843750000002, -0.0017089843750000002,
-                                         std::ldexp(1.0, -53), -std::ldexp(1.0, -53)},
-                                        4),
-                         random_args<double>(kRandom / 4, -1.0, 1.0, -60, 0, 43)});
-}
-
-std::vector<float> log1p_args_single() {
-    return join<float>({log_args_single(42),
-                        around<float>({-1.0f, -0.5f, 1.0f, std::ldexp(1.0f, -24), std::ldexp(1.0f, -29), 16777216.0f}, 4),
-                        random_args<float>(kRandom / 4, -1.0, 1.0, -30, 0, 44)});
-}
-
-// logb(x) = floor(log2 |x|), exact: MPFR's exponent less one.
-int mpfr_logb(mpfr_ptr y, mpfr_srcptr x, mpfr_rnd_t) {
-    if (mpfr_nan_p(x)) return mpfr_set_nan(y), 0;
-    if (mpfr_inf_p(x)) return mpfr_set_inf(y, 1), 0;
-    if (mpfr_zero_p(x)) return mpfr_set_inf(y, -1), 0;
-    return mpfr_set_si(y, long(mpfr_get_exp(x)) - 1, MPFR_RNDN);
-}
-
-TEST(LnAccuracy, DoubleVariants) {
-    Reports quiet(QOR_VM_ERRMODE_IGNORE | QOR_VM_HA);
-    const auto args = log_args_double(31);
-    expect_within<double>(_lumdLn, mpfr_log, args, 0.55, "dLn HA");
-    expect_within<double>(_lumdLn_50, mpfr_log, args, 4.0, "dLn LA");
-    expect_within<double>(_lumdLn_26, mpfr_log, args, bits_limit<double>(26), "dLn EP");
-}
-
-TEST(LnAccuracy, SingleVariants) {
-    Reports quiet(QOR_VM_ERRMODE_IGNORE | QOR_VM_HA);
-    const auto args = log_args_single(32);
-    expect_within<float>(_lumsLn, mpfr_log, args, 0.55, "sLn HA");
-    expect_within<float>(_lumsLn_21, mpfr_log, args, 4.0, "sLn LA");
-    expect_within<float>(_lumsLn_11, mpfr_log, args, bits_limit<float>(11), "sLn EP");
-}
-
-TEST(LogAccuracy, Log2) {
-    Reports quiet(QOR_VM_ERRMODE_IGNORE | QOR_VM_HA);
-    expect_within<double>(_lumdLog2, mpfr_log2, log_args_double(33), 0.55, "dLog2");
-    expect_within<float>(_lumsLog2, mpfr_log2, log_args_single(34), 0.55, "sLog2");
-}
-
-TEST(LogAccuracy, Log10) {
-    Reports quiet(QOR_VM_ERRMODE_IGNORE | QOR_VM_HA);
-    const auto d = log_args_double(35);
-    const auto s = log_args_single(36);
-    expect_within<double>(_lumdLog10, mpfr_log10, d, 0.55, "dLog10 HA");
-    expect_within<double>(_lumdLog10_50, mpfr_log10, d, 4.0, "dLog10 LA");
-    expect_within<double>(_lumdLog10_26, mpfr_log10, d, 4.0, "dLog10 EP (the LA kernel)");
-    expect_within<float>(_lumsLog10, mpfr_log10, s, 0.55, "sLog10 HA");
-    expect_within<float>(_lumsLog10_21, mpfr_log10, s, 4.0, "sLog10 LA");
-    expect_within<float>(_lumsLog10_11, mpfr_log10, s, bits_limit<float>(11), "sLog10 EP");
-}
-
-TEST(LogAccuracy, Log1p) {
-    Reports quiet(QOR_VM_ERRMODE_IGNORE | QOR_VM_HA);
-    const auto s = log1p_args_single();
-    expect_within<double>(_lumdLog1p, mpfr_log1p, log1p_args_double(), 0.55, "dLog1p");
-    expect_within<float>(_lumsLog1p, mpfr_log1p, s, 0.55, "sLog1p HA");
-    expect_within<float>(_lumsLog1p_21, mpfr_log1p, s, 4.0, "sLog1p LA");
-    expect_within<float>(_lumsLog1p_11, mpfr_log1p, s, bits_limit<float>(11), "sLog1p EP");
-}
-
-TEST(LogAccuracy, LogbIsExact) {
-    Reports quiet(QOR_VM_ERRMODE_IGNORE | QOR_VM_HA);
-    expect_within<double>(_lumdLogb, mpfr_logb, log_args_double(37), 0.0, "dLogb");
-    expect_within<float>(_lumsLogb, mpfr_logb, log_args_single(38), 0.0, "sLogb");
-}
 
 template <class T>
 std::vector<T> run(UnaryKernel<T> k, const std::vector<T>& args) {

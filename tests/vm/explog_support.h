@@ -1,7 +1,6 @@
-// Shared pieces of the exponential and logarithm tests: argument sets
-// (edges around thresholds, subnormals, signed zeros, infinities, NaN, and
-// random arguments over the whole range), the accuracy check against MPFR
-// through the ulp oracle, and a scoped mode with a recording callback.
+// Shared pieces of the exponential and logarithm tests: thresholds with
+// their neighbours, the strided-against-contiguous check and a scoped mode
+// with a recording callback.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -10,7 +9,6 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
-#include <random>
 #include <span>
 #include <vector>
 
@@ -30,26 +28,6 @@ T next_up(T x) { return std::nextafter(x, std::numeric_limits<T>::infinity()); }
 template <class T>
 T next_down(T x) { return std::nextafter(x, -std::numeric_limits<T>::infinity()); }
 
-// The values every function meets: zeros, subnormals, the normal limits,
-// infinities, NaN, and the neighbours of 1 and -1.
-template <class T>
-std::vector<T> common_edges() {
-    using L = std::numeric_limits<T>;
-    std::vector<T> v = {T(0), -T(0), L::denorm_min(), -L::denorm_min(), L::min(), -L::min(),
-                        next_down(L::min()), -next_down(L::min()), L::max(), -L::max(), L::infinity(),
-                        -L::infinity(), L::quiet_NaN(), -L::quiet_NaN(), T(1), -T(1), T(2), T(0.5), T(10),
-                        L::epsilon(), -L::epsilon(), L::epsilon() / 2, -L::epsilon() / 2};
-    for (T one : {T(1), T(-1)})
-        for (int k = 1; k <= 4; ++k) {
-            T up = one, down = one;
-            for (int s = 0; s < k; ++s) up = next_up(up), down = next_down(down);
-            v.push_back(up);
-            v.push_back(down);
-        }
-    for (int e = -30; e <= 30; e += 3) v.push_back(std::ldexp(T(1), e));
-    return v;
-}
-
 // Each threshold with its neighbours, k steps either way.
 template <class T>
 std::vector<T> around(std::initializer_list<T> points, int k = 3) {
@@ -67,31 +45,6 @@ std::vector<T> around(std::initializer_list<T> points, int k = 3) {
     return v;
 }
 
-// n arguments: a third uniform in [lo, hi], a third with log-uniform
-// magnitude in [2^elo, 2^ehi] and either sign, a third random bit patterns.
-template <class T>
-std::vector<T> random_args(std::size_t n, double lo, double hi, int elo, int ehi, unsigned seed) {
-    using U = std::conditional_t<sizeof(T) == 4, uint32_t, uint64_t>;
-    std::mt19937_64 gen(seed);
-    std::uniform_real_distribution<double> lin(lo, hi), expo(elo, ehi);
-    std::vector<T> v(n);
-    for (std::size_t i = 0; i < n; ++i) {
-        switch (i % 3) {
-            case 0: v[i] = T(lin(gen)); break;
-            case 1: v[i] = T((gen() & 1 ? -1 : 1) * std::exp2(expo(gen))); break;
-            default: v[i] = std::bit_cast<T>(U(gen())); break;
-        }
-    }
-    return v;
-}
-
-template <class T>
-std::vector<T> join(std::initializer_list<std::vector<T>> parts) {
-    std::vector<T> v;
-    for (const auto& p : parts) v.insert(v.end(), p.begin(), p.end());
-    return v;
-}
-
 template <class T>
 auto bits_of(T x) {
     return std::bit_cast<std::conditional_t<sizeof(T) == 4, uint32_t, uint64_t>>(x);
@@ -101,17 +54,6 @@ auto bits_of(T x) {
 template <class T>
 constexpr double bits_limit(int bits) {
     return std::ldexp(1.0, std::numeric_limits<T>::digits - 1 - bits);
-}
-
-// Expects every result within `limit` ulps; returns the worst case.
-template <class T>
-qor::test::WorstCase expect_within(UnaryKernel<T> kernel, MpfrUnary f, std::span<const T> args, double limit,
-                                   const char* what) {
-    auto w = qor::test::measure_unary<T>(kernel, f, args, limit);
-    EXPECT_EQ(w.above, 0u) << what << ": " << w.above << " results above " << limit << " ulp; worst "
-                           << w.describe();
-    EXPECT_LE(w.ulps, limit) << what << ": " << w.describe();
-    return w;
 }
 
 // A strided kernel must give, element by element, the contiguous kernel's

@@ -1,0 +1,302 @@
+#include "vm_accuracy.h"
+
+#include <mpfr.h>
+
+#include <bit>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <map>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <vector>
+
+#include "mpfr_roots.h"
+#include "qor/qor_vm.h"
+
+namespace qor::test {
+namespace {
+
+// ---- references that MPFR lacks or defines otherwise -----------------------
+// logb(x) = floor(log2 |x|), exact: MPFR's exponent less one.
+int mpfr_logb(mpfr_ptr y, mpfr_srcptr x, mpfr_rnd_t) {
+    if (mpfr_nan_p(x)) return mpfr_set_nan(y), 0;
+    if (mpfr_inf_p(x)) return mpfr_set_inf(y, 1), 0;
+    if (mpfr_zero_p(x)) return mpfr_set_inf(y, -1), 0;
+    return mpfr_set_si(y, long(mpfr_get_exp(x)) - 1, MPFR_RNDN);
+}
+
+// E1(x) = -Ei(-x) for x > 0.
+int mpfr_e1(mpfr_ptr y, mpfr_srcptr x, mpfr_rnd_t rnd) {
+    if (mpfr_nan_p(x) || mpfr_sgn(x) < 0) return mpfr_set_nan(y), 0;
+    if (mpfr_zero_p(x)) return mpfr_set_inf(y, 1), 0;
+    if (mpfr_inf_p(x)) return mpfr_set_zero(y, 1), 0;
+    mpfr_t t;
+    mpfr_init2(t, mpfr_get_prec(y) + 32);
+    mpfr_neg(t, x, MPFR_RNDN);
+    mpfr_eint(t, t, MPFR_RNDN);
+    const int r = mpfr_neg(y, t, rnd);
+    mpfr_clear(t);
+    return r;
+}
+
+// 1/sqrt(x) with 1/sqrt(-0) = -inf.
+int mpfr_inv_sqrt(mpfr_ptr y, mpfr_srcptr x, mpfr_rnd_t rnd) {
+    if (mpfr_zero_p(x)) return mpfr_set_inf(y, mpfr_signbit(x) ? -1 : 1), 0;
+    return mpfr_rec_sqrt(y, x, rnd);
+}
+
+// powr: pow on x >= 0; NaN for a negative or NaN base, a NaN exponent,
+// 0^0, inf^0 and 1^inf; powr(-0, y) is powr(+0, y).
+int mpfr_powr(mpfr_ptr r, mpfr_srcptr x, mpfr_srcptr y, mpfr_rnd_t rnd) {
+    if (mpfr_nan_p(x) || mpfr_nan_p(y) || mpfr_sgn(x) < 0 || (mpfr_zero_p(x) && mpfr_zero_p(y)) ||
+        (mpfr_inf_p(x) && mpfr_zero_p(y)) || (mpfr_cmp_ui(x, 1) == 0 && mpfr_inf_p(y)))
+        return mpfr_set_nan(r), 0;
+    if (!mpfr_zero_p(x)) return mpfr_pow(r, x, y, rnd);
+    mpfr_t z;
+    mpfr_init2(z, 2);
+    mpfr_set_zero(z, 1);
+    const int t = mpfr_pow(r, z, y, rnd);
+    mpfr_clear(z);
+    return t;
+}
+
+struct Reference {
+    MpfrUnary unary = nullptr;
+    MpfrBinary binary = nullptr;
+};
+
+const std::map<std::string_view, Reference>& references() {
+    static const std::map<std::string_view, Reference> table = {
+        {"Exp", {mpfr_exp}},         {"Exp2", {mpfr_exp2}},       {"Exp10", {mpfr_exp10}},
+        {"Expm1", {mpfr_expm1}},     {"Ln", {mpfr_log}},          {"Log2", {mpfr_log2}},
+        {"Log10", {mpfr_log10}},     {"Log1p", {mpfr_log1p}},     {"Logb", {mpfr_logb}},
+        {"ExpInt1", {mpfr_e1}},      {"Cbrt", {mpfr_cbrt}},       {"InvCbrt", {mpfr_inv_cbrt}},
+        {"Pow2o3", {mpfr_pow2o3}},   {"Pow3o2", {mpfr_pow3o2}},   {"InvSqrt", {mpfr_inv_sqrt}},
+        {"Sqrt", {mpfr_sqrt}},       {"Sqr", {mpfr_sqr}},
+        {"Inv", {[](mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t m) { return mpfr_ui_div(r, 1, x, m); }}},
+        {"Ceil", {[](mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t) { return mpfr_ceil(r, x); }}},
+        {"Floor", {[](mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t) { return mpfr_floor(r, x); }}},
+        {"Trunc", {[](mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t) { return mpfr_trunc(r, x); }}},
+        {"Round", {[](mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t) { return mpfr_round(r, x); }}},
+        {"Rint", {[](mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t) { return mpfr_rint(r, x, MPFR_RNDN); }}},
+        {"NearbyInt", {[](mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t) { return mpfr_rint(r, x, MPFR_RNDN); }}},
+        {"Add", {nullptr, mpfr_add}}, {"Sub", {nullptr, mpfr_sub}}, {"Mul", {nullptr, mpfr_mul}},
+        {"Div", {nullptr, mpfr_div}}, {"Fmod", {nullptr, mpfr_fmod}}, {"Remainder", {nullptr, mpfr_remainder}},
+        {"Hypot", {nullptr, mpfr_hypot}}, {"Pow", {nullptr, mpfr_pow}}, {"Powx", {nullptr, mpfr_pow}},
+        {"Powr", {nullptr, mpfr_powr}},
+    };
+    return table;
+}
+
+// ---- running an entry point -------------------------------------------------
+template <class T>
+bool same_bits(T a, T b) {
+    return std::memcmp(&a, &b, sizeof a) == 0;
+}
+
+// Calls kernel k on the n arguments; strided forms read x at increment 2,
+// y at 3 and write at 2 (scalar kind: x at 2, r at 3), and a scalar kernel
+// is called once per run of equal exponents.
+template <class T, class K>
+void call(K k, std::size_t n, const T* x, const T* y, T* r) {
+    using Unary = void (*)(int, const T*, T*);
+    using UnaryI = void (*)(int, const T*, int, T*, int);
+    using Binary = void (*)(int, const T*, const T*, T*);
+    using BinaryI = void (*)(int, const T*, int, const T*, int, T*, int);
+    using Scalar = void (*)(int, const T*, T, T*);
+    using ScalarI = void (*)(int, const T*, int, T, T*, int);
+    std::vector<T> xs(2 * n + 1), ys(3 * n + 1), rs(3 * n + 1);
+    for (std::size_t i = 0; i < n; ++i) xs[2 * i] = x[i];
+    if constexpr (std::is_same_v<K, Unary>) {
+        k(int(n), x, r);
+    } else if constexpr (std::is_same_v<K, UnaryI>) {
+        k(int(n), xs.data(), 2, rs.data(), 2);
+        for (std::size_t i = 0; i < n; ++i) r[i] = rs[2 * i];
+    } else if constexpr (std::is_same_v<K, Binary>) {
+        k(int(n), x, y, r);
+    } else if constexpr (std::is_same_v<K, BinaryI>) {
+        for (std::size_t i = 0; i < n; ++i) ys[3 * i] = y[i];
+        k(int(n), xs.data(), 2, ys.data(), 3, rs.data(), 2);
+        for (std::size_t i = 0; i < n; ++i) r[i] = rs[2 * i];
+    } else {
+        static_assert(std::is_same_v<K, Scalar> || std::is_same_v<K, ScalarI>);
+        for (std::size_t at = 0, end; at < n; at = end) {
+            for (end = at + 1; end < n && same_bits(y[end], y[at]);) ++end;
+            if constexpr (std::is_same_v<K, Scalar>) k(int(end - at), x + at, y[at], r + at);
+            else k(int(end - at), xs.data() + 2 * at, 2, y[at], rs.data() + 3 * at, 3);
+        }
+        if constexpr (std::is_same_v<K, ScalarI>)
+            for (std::size_t i = 0; i < n; ++i) r[i] = rs[3 * i];
+    }
+}
+
+template <class T, auto La, auto Ha, auto Ep, auto LaI, auto HaI, auto EpI>
+void run_row(int slot, bool strided, std::size_t n, const void* x, const void* y, void* r) {
+    const T* a = static_cast<const T*>(x);
+    const T* b = static_cast<const T*>(y);
+    T* out = static_cast<T*>(r);
+    switch (slot + (strided ? 3 : 0)) {
+        case 0: call<T>(La, n, a, b, out); break;
+        case 1: call<T>(Ha, n, a, b, out); break;
+        case 2: call<T>(Ep, n, a, b, out); break;
+        case 3: call<T>(LaI, n, a, b, out); break;
+        case 4: call<T>(HaI, n, a, b, out); break;
+        default: call<T>(EpI, n, a, b, out); break;
+    }
+}
+
+// ---- the table, generated from the row list ---------------------------------
+struct RowBounds {
+    std::string_view name;
+    double bound[3];
+};
+
+constexpr RowBounds kBounds[] = {
+#define QOR_VM_ROW(p, Fn, kind, share, on, cost, la, ha, ep, domain) {#p #Fn, {la, ha, ep}},
+#include "qor/vm_rows.def"
+#undef QOR_VM_ROW
+};
+
+constexpr RowBounds bounds_of(std::string_view row) {
+    for (const RowBounds& b : kBounds)
+        if (b.name == row) return b;
+    return {row, {-1, -1, -1}};
+}
+
+#define QOR_ACC_REAL_s 1
+#define QOR_ACC_REAL_d 1
+#define QOR_ACC_REAL_c 0
+#define QOR_ACC_REAL_z 0
+#define QOR_ACC_IF_REAL(p, ...) QOR_ACC_IF_REAL_(QOR_ACC_REAL_##p, __VA_ARGS__)
+#define QOR_ACC_IF_REAL_(c, ...) QOR_VM_IF_ON(c, __VA_ARGS__)
+// Kinds swept, and whether they take a second argument.
+#define QOR_ACC_SWEPT_unary 1
+#define QOR_ACC_SWEPT_binary 1
+#define QOR_ACC_SWEPT_scalar 1
+#define QOR_ACC_SWEPT_unary_i 0
+#define QOR_ACC_SWEPT_binary_i 0
+#define QOR_ACC_SWEPT_scalar_i 0
+#define QOR_ACC_SWEPT_two_out 0
+#define QOR_ACC_SWEPT_two_out_i 0
+#define QOR_ACC_SWEPT_linfrac 0
+#define QOR_ACC_SWEPT_linfrac_i 0
+#define QOR_ACC_SWEPT_c2r 0
+#define QOR_ACC_SWEPT_c2r_i 0
+#define QOR_ACC_SWEPT_r2c 0
+#define QOR_ACC_SWEPT_r2c_i 0
+#define QOR_ACC_SWEPT_pack_i 0
+#define QOR_ACC_SWEPT_pack_v 0
+#define QOR_ACC_SWEPT_pack_m 0
+#define QOR_ACC_SWEPT_unpack_i 0
+#define QOR_ACC_SWEPT_unpack_v 0
+#define QOR_ACC_SWEPT_unpack_m 0
+#define QOR_ACC_IF_SWEPT(kind, ...) QOR_ACC_IF_SWEPT_(QOR_ACC_SWEPT_##kind, __VA_ARGS__)
+#define QOR_ACC_IF_SWEPT_(c, ...) QOR_VM_IF_ON(c, __VA_ARGS__)
+#define QOR_ACC_TWO_unary false
+#define QOR_ACC_TWO_binary true
+#define QOR_ACC_TWO_scalar true
+
+#define QOR_ACC_ENTRY(p, Fn, kind, la, ha, ep, domain)                                                      \
+    {#p #Fn, #Fn, #p[0], Domain::domain, QOR_ACC_TWO_##kind, {la, ha, ep}, {QOR_ACC_STRIDED_BOUNDS(p, Fn)}, \
+     &run_row<QOR_VM_T_##p, &QOR_VM_LA_ENTRY(p, Fn), &QOR_VM_HA_ENTRY(p, Fn), &QOR_VM_EP_ENTRY(p, Fn),      \
+              &QOR_VM_LA_ENTRY(p, Fn##I), &QOR_VM_HA_ENTRY(p, Fn##I), &QOR_VM_EP_ENTRY(p, Fn##I)>},
+#define QOR_ACC_STRIDED_BOUNDS(p, Fn) \
+    bounds_of(#p #Fn "I").bound[0], bounds_of(#p #Fn "I").bound[1], bounds_of(#p #Fn "I").bound[2]
+
+const AccuracyRow kRows[] = {
+#define QOR_VM_ROW(p, Fn, kind, share, on, cost, la, ha, ep, domain) \
+    QOR_VM_IF_ON(on, QOR_ACC_IF_REAL(p, QOR_ACC_IF_SWEPT(kind, QOR_ACC_ENTRY(p, Fn, kind, la, ha, ep, domain))))
+#include "qor/vm_rows.def"
+#undef QOR_VM_ROW
+};
+
+// ---- measuring --------------------------------------------------------------
+template <class T>
+void set_value(mpfr_ptr v, T x) {
+    if constexpr (sizeof(T) == 4) mpfr_set_flt(v, x, MPFR_RNDN);
+    else mpfr_set_d(v, x, MPFR_RNDN);
+}
+
+void note(WorstCase& w, double err, double bound, double x, double y, double got, mpfr_srcptr exact) {
+    if (std::isnan(err)) err = std::numeric_limits<double>::infinity();
+    ++w.count;
+    if (err > bound) ++w.above;
+    if (w.count == 1 || err > w.ulps) {
+        w.ulps = err;
+        w.arg = x;
+        w.arg2 = y;
+        w.got = got;
+        w.want = mpfr_get_d(exact, MPFR_RNDN);
+    }
+}
+
+template <class T>
+RowWorst sweep_as(const AccuracyRow& row, const Reference& ref, std::size_t count, uint64_t seed) {
+    const Args<T> args = draw<T>(row.domain, row.two_arguments, count, seed);
+    const std::size_t n = args.x.size();
+    std::vector<T> out[6];
+    for (int k = 0; k < 6; ++k) {
+        out[k].resize(n);
+        row.run(k % 3, k >= 3, n, args.x.data(), args.y.data(), out[k].data());
+    }
+    RowWorst worst{};
+    mpfr_t mx, my, exact;
+    mpfr_init2(mx, std::numeric_limits<T>::digits);
+    mpfr_init2(my, std::numeric_limits<T>::digits);
+    mpfr_init2(exact, 160);
+    for (std::size_t i = 0; i < n; ++i) {
+        set_value(mx, args.x[i]);
+        if (row.two_arguments) {
+            set_value(my, args.y[i]);
+            ref.binary(exact, mx, my, MPFR_RNDN);
+        } else {
+            ref.unary(exact, mx, MPFR_RNDN);
+        }
+        const double y = row.two_arguments ? double(args.y[i]) : 0.0;
+        const bool midpoint = !mpfr_nan_p(exact) && mpfr_min_prec(exact) <= std::numeric_limits<T>::digits + 1;
+        for (int k = 0; k < 6; ++k) {
+            const int slot = k % 3;
+            WorstCase& w = k < 3 ? worst[slot].contiguous : worst[slot].strided;
+            const double bound = k < 3 ? row.bound[slot] : row.strided_bound[slot];
+            double err = ulp_error<T>(out[k][i], exact);
+            // Correct rounding (bound 0.5) breaks a tie to the even neighbour.
+            if (bound == 0.5 && err == 0.5 && midpoint && (std::bit_cast<domain_detail::Bits<T>>(out[k][i]) & 1))
+                err = 1.0;
+            note(w, err, bound, double(args.x[i]), y, double(out[k][i]), exact);
+        }
+    }
+    mpfr_clears(mx, my, exact, (mpfr_ptr)nullptr);
+    return worst;
+}
+
+}  // namespace
+
+std::span<const AccuracyRow> accuracy_rows() {
+    static const std::vector<AccuracyRow> rows = [] {
+        std::vector<AccuracyRow> v;
+        for (const AccuracyRow& r : kRows)
+            if (r.domain != Domain::none) v.push_back(r);
+        return v;
+    }();
+    return rows;
+}
+
+bool has_reference(const AccuracyRow& row) {
+    const auto it = references().find(row.function);
+    return it != references().end() && (row.two_arguments ? it->second.binary != nullptr : it->second.unary != nullptr);
+}
+
+RowWorst sweep(const AccuracyRow& row, std::size_t count, uint64_t seed) {
+    if (!has_reference(row)) {
+        RowWorst none{};
+        for (auto& s : none) s.contiguous.above = s.strided.above = 1;
+        return none;
+    }
+    const auto it = references().find(row.function);
+    return row.precision == 's' ? sweep_as<float>(row, it->second, count, seed)
+                                : sweep_as<double>(row, it->second, count, seed);
+}
+
+}  // namespace qor::test
