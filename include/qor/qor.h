@@ -37,13 +37,6 @@
 #include "qor_types.h"
 #include "qor_vm.h"
 
-#ifndef QOR_CORE_API
-#  ifdef QOR_BUILDING_CORE
-#    define QOR_CORE_API QOR_EXPORT
-#  else
-#    define QOR_CORE_API QOR_IMPORT
-#  endif
-#endif
 
 QOR_BEGIN_C
 

@@ -4,12 +4,6 @@
 
 #include "qor_types.h"
 
-#ifdef QOR_BUILDING_CORE
-#  define QOR_CORE_API QOR_EXPORT
-#else
-#  define QOR_CORE_API QOR_IMPORT
-#endif
-
 QOR_BEGIN_C
 
 /* Aligned allocation; alignment is a power of two (0 means 64). Returns null

@@ -15,6 +15,14 @@
 #  define QOR_HIDDEN __attribute__((visibility("hidden")))
 #endif
 
+/* Functions of the core library: exported while building it, imported by
+ * everything else (the kernel library and applications). */
+#ifdef QOR_BUILDING_CORE
+#  define QOR_CORE_API QOR_EXPORT
+#else
+#  define QOR_CORE_API QOR_IMPORT
+#endif
+
 #ifdef __cplusplus
 #  define QOR_EXTERN_C extern "C"
 #  define QOR_BEGIN_C extern "C" {

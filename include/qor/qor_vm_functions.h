@@ -13,15 +13,6 @@
 
 #include "qor_types.h"
 
-/* Import from the core library (export while building it). */
-#ifndef QOR_CORE_API
-#  ifdef QOR_BUILDING_CORE
-#    define QOR_CORE_API QOR_EXPORT
-#  else
-#    define QOR_CORE_API QOR_IMPORT
-#  endif
-#endif
-
 #ifdef __cplusplus
 extern "C" {
 #endif
