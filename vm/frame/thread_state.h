@@ -31,7 +31,12 @@ uint32_t initial_mode(uint64_t parsed);
 // Creates the slot; called on attach and on any access that finds none.
 bool ensure_slot();
 
-// Frees the calling thread's record (thread exit, unload).
+// Frees the calling thread's record (thread exit, unload); every thread's
+// cached record pointer is dropped with it.
 void release_thread_state();
+
+// Drops the calling thread's cached record pointer; its slot has been
+// cleared and the record freed (thread exit).
+void forget_thread_record();
 
 }  // namespace qor::vm
