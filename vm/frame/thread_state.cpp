@@ -47,18 +47,6 @@ constexpr ModeToken kTokens[] = {
 };
 
 #if !defined(_WIN32)
-// The calling thread's record, cached in front of the slot: an
-// initial-exec thread-local is one load from the thread pointer, where the
-// slot lookup is a library call.  The cache holds only while the slot's
-// generation is the one it was taken under; releasing the slot (unload)
-// starts a new generation, so records freed with it are never reached.
-struct CachedRecord {
-    ThreadState* record;
-    uint32_t generation;
-};
-__attribute__((tls_model("initial-exec"))) thread_local CachedRecord cached{nullptr, 0};
-std::atomic<uint32_t> slot_generation{1};
-
 void new_generation() { slot_generation.fetch_add(1, std::memory_order_acq_rel); }
 #else
 void new_generation() {}
@@ -122,7 +110,7 @@ bool ensure_slot() {
     return ok;
 }
 
-static ThreadState* slot_record() {
+ThreadState* slot_record() {
     if (!ensure_slot()) fail_state();
     if (auto* s = static_cast<ThreadState*>(platform::slot_get())) return s;
     if (!platform::heap_exists()) {
@@ -141,21 +129,16 @@ static ThreadState* slot_record() {
     return s;
 }
 
-ThreadState* thread_state() {
 #if !defined(_WIN32)
-    const uint32_t generation = slot_generation.load(std::memory_order_acquire);
-    if (cached.record && cached.generation == generation) return cached.record;
-    ThreadState* s = slot_record();
-    cached = {s, generation};
-    return s;
+__attribute__((tls_model("initial-exec"))) constinit thread_local CachedRecord cached_record{nullptr, 0};
+std::atomic<uint32_t> slot_generation{1};
 #else
-    return slot_record();
+ThreadState* thread_state() { return slot_record(); }
 #endif
-}
 
 void forget_thread_record() {
 #if !defined(_WIN32)
-    cached.record = nullptr;
+    cached_record.record = nullptr;
 #endif
 }
 

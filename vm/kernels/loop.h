@@ -54,6 +54,11 @@
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wignored-attributes"
 
+// The loop's parts are inlined into each kernel entry, so that the views
+// and the Op stay in registers: their addresses never reach a called
+// function, and a store to an output cannot be taken to change them.
+#define QOR_LOOP_INLINE [[gnu::always_inline]] inline
+
 namespace qor::vm {
 
 using std::ptrdiff_t;
@@ -104,7 +109,7 @@ template <class V, std::size_t N> constexpr bool kSeveral<std::array<V, N>> = tr
 
 // Register k of a pack.
 template <class P>
-auto& reg(P& p, int k) {
+QOR_LOOP_INLINE auto& reg(P& p, int k) {
     if constexpr (kSeveral<std::remove_const_t<P>>) return p[k]; else return p;
 }
 
@@ -150,61 +155,83 @@ inline bool disjoint(const void* x, std::size_t x_bytes, const void* y, std::siz
 // ---- moving packs --------------------------------------------------------------
 namespace loop_detail {
 
+// A tuple of trivially default-constructed members: registers that are
+// about to be loaded are not zeroed first (std::tuple would).
+template <std::size_t I, class T> struct Slot { T value; };
+template <class Seq, class... T> struct SlotsOf;
+template <std::size_t... I, class... T>
+struct SlotsOf<std::index_sequence<I...>, T...> : Slot<I, T>... {};
+template <class... T> using Slots = SlotsOf<std::index_sequence_for<T...>, T...>;
+
+template <std::size_t I, class T>
+QOR_LOOP_INLINE T& at(Slot<I, T>& s) { return s.value; }
+template <std::size_t I, class T>
+QOR_LOOP_INLINE const T& at(const Slot<I, T>& s) { return s.value; }
+
 template <int W, class View>
-Pack<typename View::Elem, W> load(const View& v, ptrdiff_t i) {
+QOR_LOOP_INLINE Pack<typename View::Elem, W> load(const View& v, ptrdiff_t i) {
     using E = typename View::Elem;
     Pack<E, W> x;
+    #pragma GCC unroll 16
     for (int k = 0; k < kRegisters<E, W>; ++k) reg(x, k) = v.load(i + k * Lanes<E>::per_vector);
     return x;
 }
 
 template <int W, class View>
-void store(const View& v, ptrdiff_t i, const Pack<typename View::Elem, W>& x) {
+QOR_LOOP_INLINE void store(const View& v, ptrdiff_t i, const Pack<typename View::Elem, W>& x) {
     using E = typename View::Elem;
+    #pragma GCC unroll 16
     for (int k = 0; k < kRegisters<E, W>; ++k) v.store(i + k * Lanes<E>::per_vector, reg(x, k));
 }
 
 template <int W, class E>
-void save(E* buffer, const Pack<E, W>& x) {
+QOR_LOOP_INLINE void save(E* buffer, const Pack<E, W>& x) {
+    #pragma GCC unroll 16
     for (int k = 0; k < kRegisters<E, W>; ++k) Lanes<E>::store(buffer + k * Lanes<E>::per_vector, reg(x, k));
 }
 
 // The last count < W elements, padded with the first of them so that the
 // padding raises no flag of its own.
 template <int W, class View>
-Pack<typename View::Elem, W> load_part(const View& v, ptrdiff_t i, int count) {
+QOR_LOOP_INLINE Pack<typename View::Elem, W> load_part(const View& v, ptrdiff_t i, int count) {
     using E = typename View::Elem;
     alignas(16) E t[W];
+    #pragma GCC unroll 16
     for (int k = 0; k < W; ++k) t[k] = v.at(i + (k < count ? k : 0));
     Pack<E, W> x;
+    #pragma GCC unroll 16
     for (int k = 0; k < kRegisters<E, W>; ++k) reg(x, k) = Lanes<E>::load(t + k * Lanes<E>::per_vector);
     return x;
 }
 
 template <int W, class View>
-void store_part(const View& v, ptrdiff_t i, int count, const Pack<typename View::Elem, W>& x) {
+QOR_LOOP_INLINE void store_part(const View& v, ptrdiff_t i, int count, const Pack<typename View::Elem, W>& x) {
     using E = typename View::Elem;
     alignas(16) E t[W];
     save<W>(t, x);
+    #pragma GCC unroll 16
     for (int k = 0; k < count; ++k) v.at(i + k) = t[k];
 }
 
 template <int W, class E>
-unsigned bits(const Pack<E, W>& m) {
+QOR_LOOP_INLINE unsigned bits(const Pack<E, W>& m) {
     unsigned b = 0;
+    #pragma GCC unroll 16
     for (int k = 0; k < kRegisters<E, W>; ++k)
         b |= Lanes<E>::bits(reg(m, k)) << (k * Lanes<E>::per_vector);
     return b;
 }
 
 template <int W, class E>
-Pack<E, W> either(Pack<E, W> x, const Pack<E, W>& y) {
+QOR_LOOP_INLINE Pack<E, W> either(Pack<E, W> x, const Pack<E, W>& y) {
+    #pragma GCC unroll 16
     for (int k = 0; k < kRegisters<E, W>; ++k) reg(x, k) = Lanes<E>::bit_or(reg(x, k), reg(y, k));
     return x;
 }
 
 template <int W, class E>
-Pack<E, W> clear_marked(const Pack<E, W>& m, Pack<E, W> x) {
+QOR_LOOP_INLINE Pack<E, W> clear_marked(const Pack<E, W>& m, Pack<E, W> x) {
+    #pragma GCC unroll 16
     for (int k = 0; k < kRegisters<E, W>; ++k) reg(x, k) = Lanes<E>::bit_andnot(reg(m, k), reg(x, k));
     return x;
 }
@@ -284,12 +311,12 @@ template <class Op, class... Views>
 class Loop {
     static constexpr std::size_t K = sizeof...(Views);
     static constexpr int W = std::max({Lanes<typename Views::Elem>::per_vector...});
-    using Packs = std::tuple<Pack<typename Views::Elem, W>...>;
+    using Packs = loop_detail::Slots<Pack<typename Views::Elem, W>...>;
     using First = typename std::tuple_element_t<0, std::tuple<Views...>>::Elem;
     using MaskE = std::conditional_t<std::is_void_v<typename loop_detail::MaskElement<Op>::type>, First,
                                      typename loop_detail::MaskElement<Op>::type>;
     using Mask = Pack<MaskE, W>;
-    static constexpr loop_detail::Shape kShape = loop_detail::shape<Op, Packs, Mask>();
+    static constexpr loop_detail::Shape kShape = loop_detail::shape<Op, std::tuple<Pack<typename Views::Elem, W>...>, Mask>();
     static constexpr std::size_t NIn = std::size_t(kShape.inputs);
     static constexpr loop_detail::Screen kScreen = kShape.screen;
     static constexpr bool kMarks = kScreen != loop_detail::Screen::none;
@@ -307,10 +334,10 @@ class Loop {
 
 public:
     Loop(const Op& op, CallContext& ctx, const char* name, Views... views)
-        : op_(op), ctx_(ctx), name_(name), views_(views...) {}
+        : op_(op), ctx_(&ctx), name_(name), views_(views...) {}
 
-    void operator()(ptrdiff_t n) {
-        FpEnvironment env(ctx_.mxcsr);
+    QOR_LOOP_INLINE void operator()(ptrdiff_t n) {
+        FpEnvironment env(ctx_->mxcsr);
         ptrdiff_t i = 0;
         if constexpr (FlagScreened<Op> && (kContig<Views> && ...)) {
             static_assert(kScreen == loop_detail::Screen::after);
@@ -323,7 +350,7 @@ public:
 private:
     // Each output overlaps no other array.
     template <std::size_t... J>
-    bool outputs_apart(ptrdiff_t n, std::index_sequence<J...>) const {
+    QOR_LOOP_INLINE bool outputs_apart(ptrdiff_t n, std::index_sequence<J...>) const {
         auto bytes = [n](const auto& v) { return std::size_t(n) * sizeof(*v.p); };
         auto apart = [&]<std::size_t O>(std::integral_constant<std::size_t, O>) {
             const auto& out = std::get<O>(views_);
@@ -335,69 +362,74 @@ private:
     }
 
     template <std::size_t... J>
-    void load_inputs(Packs& p, ptrdiff_t i, std::index_sequence<J...>) const {
-        ((std::get<J>(p) = loop_detail::load<W>(std::get<J>(views_), i)), ...);
+    QOR_LOOP_INLINE void load_inputs(Packs& p, ptrdiff_t i, std::index_sequence<J...>) const {
+        ((loop_detail::at<J>(p) = loop_detail::load<W>(std::get<J>(views_), i)), ...);
     }
     template <std::size_t... O>
-    void load_outputs(Packs& p, ptrdiff_t i, std::index_sequence<O...>) const {
-        ((std::get<NIn + O>(p) = loop_detail::load<W>(std::get<NIn + O>(views_), i)), ...);
+    QOR_LOOP_INLINE void load_outputs(Packs& p, ptrdiff_t i, std::index_sequence<O...>) const {
+        ((loop_detail::at<NIn + O>(p) = loop_detail::load<W>(std::get<NIn + O>(views_), i)), ...);
     }
     template <std::size_t... O>
-    void store_outputs(const Packs& p, ptrdiff_t i, std::index_sequence<O...>) const {
-        (loop_detail::store<W>(std::get<NIn + O>(views_), i, std::get<NIn + O>(p)), ...);
+    QOR_LOOP_INLINE void store_outputs(const Packs& p, ptrdiff_t i, std::index_sequence<O...>) const {
+        (loop_detail::store<W>(std::get<NIn + O>(views_), i, loop_detail::at<NIn + O>(p)), ...);
     }
     template <std::size_t... J>
-    void load_inputs_part(Packs& p, ptrdiff_t i, int count, std::index_sequence<J...>) const {
-        ((std::get<J>(p) = loop_detail::load_part<W>(std::get<J>(views_), i, count)), ...);
+    QOR_LOOP_INLINE void load_inputs_part(Packs& p, ptrdiff_t i, int count, std::index_sequence<J...>) const {
+        ((loop_detail::at<J>(p) = loop_detail::load_part<W>(std::get<J>(views_), i, count)), ...);
     }
     template <std::size_t... O>
-    void store_outputs_part(const Packs& p, ptrdiff_t i, int count, std::index_sequence<O...>) const {
-        (loop_detail::store_part<W>(std::get<NIn + O>(views_), i, count, std::get<NIn + O>(p)), ...);
+    QOR_LOOP_INLINE void store_outputs_part(const Packs& p, ptrdiff_t i, int count, std::index_sequence<O...>) const {
+        (loop_detail::store_part<W>(std::get<NIn + O>(views_), i, count, loop_detail::at<NIn + O>(p)), ...);
     }
 
     // The vector path over one step: the results, and the mask when `marked`
     // is requested (the flag-screened path computes results only).
     template <bool WithMask, std::size_t... J, std::size_t... A>
-    void compute(Packs& p, Mask& m, std::index_sequence<J...>, std::index_sequence<A...>) const {
+    QOR_LOOP_INLINE void compute(Packs& p, Mask& m, std::index_sequence<J...>, std::index_sequence<A...>) const {
         using loop_detail::Screen;
         if constexpr (kScreen == Screen::marked) {
-            std::get<NIn>(p) = op_(std::get<J>(p)..., m);
+            loop_detail::at<NIn>(p) = op_(loop_detail::at<J>(p)..., m);
         } else if constexpr (kScreen == Screen::before) {
             static_assert(NIn == 1);
-            m = op_.special(std::get<0>(p));
-            std::get<1>(p) = op_(loop_detail::clear_marked<W, MaskE>(m, std::get<0>(p)));
+            m = op_.special(loop_detail::at<0>(p));
+            loop_detail::at<1>(p) = op_(loop_detail::clear_marked<W, MaskE>(m, loop_detail::at<0>(p)));
         } else {
-            if constexpr (K - NIn == 1) std::get<NIn>(p) = op_(std::get<J>(p)...);
-            else op_(std::get<J>(p)..., std::get<NIn>(p), std::get<NIn + 1>(p));
-            if constexpr (WithMask && kScreen == Screen::after) m = op_.special(std::get<A>(p)...);
+            if constexpr (K - NIn == 1) loop_detail::at<NIn>(p) = op_(loop_detail::at<J>(p)...);
+            else op_(loop_detail::at<J>(p)..., loop_detail::at<NIn>(p), loop_detail::at<NIn + 1>(p));
+            if constexpr (WithMask && kScreen == Screen::after) m = op_.special(loop_detail::at<A>(p)...);
         }
     }
     template <bool WithMask>
-    void compute(Packs& p, Mask& m) const { compute<WithMask>(p, m, InSeq{}, AllSeq{}); }
+    QOR_LOOP_INLINE void compute(Packs& p, Mask& m) const { compute<WithMask>(p, m, InSeq{}, AllSeq{}); }
 
     // The arguments of a stretch of elements, as the vector path saw them.
     template <std::size_t J> using Saved = std::array<ElemOf<J>, kBlock>;
     template <std::size_t... J>
-    static auto saved_type(std::index_sequence<J...>) -> std::tuple<Saved<J>...>;
+    static auto saved_type(std::index_sequence<J...>) -> loop_detail::Slots<Saved<J>...>;
     using Arguments = decltype(saved_type(InSeq{}));
 
     template <std::size_t... J>
-    static void save(Arguments& args, int at, const Packs& p, std::index_sequence<J...>) {
-        (loop_detail::save<W>(std::get<J>(args).data() + at, std::get<J>(p)), ...);
+    QOR_LOOP_INLINE static void save(Arguments& args, int at, const Packs& p, std::index_sequence<J...>) {
+        (loop_detail::save<W>(loop_detail::at<J>(args).data() + at, loop_detail::at<J>(p)), ...);
     }
 
-    void block(ptrdiff_t i) {
+    QOR_LOOP_INLINE void block(ptrdiff_t i) {
         Packs p[kSteps];
         Mask m[kSteps];
+        #pragma GCC unroll 16
         for (int s = 0; s < kSteps; ++s) load_inputs(p[s], i + s * W, InSeq{});
+        #pragma GCC unroll 16
         for (int s = 0; s < kSteps; ++s) compute<true>(p[s], m[s]);
+        #pragma GCC unroll 16
         for (int s = 0; s < kSteps; ++s) store_outputs(p[s], i + s * W, OutSeq{});
         if constexpr (kMarks) {
             Mask any = m[0];
+            #pragma GCC unroll 16
             for (int s = 1; s < kSteps; ++s) any = loop_detail::either<W, MaskE>(any, m[s]);
             if (loop_detail::bits<W, MaskE>(any)) {
                 unsigned marked = 0;
                 Arguments args;
+                #pragma GCC unroll 16
                 for (int s = 0; s < kSteps; ++s) {
                     marked |= loop_detail::bits<W, MaskE>(m[s]) << (s * W);
                     save(args, s * W, p[s], InSeq{});
@@ -407,7 +439,7 @@ private:
         }
     }
 
-    void tail(ptrdiff_t i, int left) {
+    QOR_LOOP_INLINE void tail(ptrdiff_t i, int left) {
         for (; left > 0; i += W, left -= W) {
             const int count = left < W ? left : W;
             Packs p;
@@ -427,12 +459,13 @@ private:
 
     // Whole blocks judged by the flags each chunk raised; returns where the
     // blocks end.
-    ptrdiff_t flag_screened(FpEnvironment& env, ptrdiff_t n) {
+    QOR_LOOP_INLINE ptrdiff_t flag_screened(FpEnvironment& env, ptrdiff_t n) {
         const ptrdiff_t whole = n - n % kBlock;
         env.clear_flags(Op::flag_screen);
         for (ptrdiff_t i = 0; i < whole; i += kFlagChunk) {
             const ptrdiff_t end = i + kFlagChunk < whole ? i + kFlagChunk : whole;
             for (ptrdiff_t j = i; j < end; j += kBlock) {
+                #pragma GCC unroll 16
                 for (int s = 0; s < kSteps; ++s) {
                     Packs p;
                     Mask m;
@@ -447,7 +480,7 @@ private:
                     load_inputs(p, j, InSeq{});
                     load_outputs(p, j, OutSeq{});
                     const Mask m = [&]<std::size_t... A>(std::index_sequence<A...>) {
-                        return op_.special(std::get<A>(p)...);
+                        return op_.special(loop_detail::at<A>(p)...);
                     }(AllSeq{});
                     if (unsigned marked = loop_detail::bits<W, MaskE>(m)) {
                         Arguments args;
@@ -461,41 +494,48 @@ private:
         return whole;
     }
 
+    QOR_LOOP_INLINE void fix(ptrdiff_t i, unsigned marked, const Arguments& args) const {
+        fix_marked(op_, *ctx_, name_, views_, i, marked, args);
+    }
+
     // The scalar routine for each marked element of the stretch at i, then
-    // the reporter for each that returns a code.
-    void fix(ptrdiff_t i, unsigned marked, const Arguments& args) {
+    // the reporter for each that returns a code.  Out of line, and given
+    // copies, so that the hot path's Op and views never leave registers.
+    [[gnu::noinline]] static void fix_marked(Op op, CallContext& ctx, const char* name, std::tuple<Views...> views,
+                                             ptrdiff_t i, unsigned marked, const Arguments& args) {
         for (; marked; marked &= marked - 1) {
             const int k = __builtin_ctz(marked);
             const ptrdiff_t j = i + k;
             [&]<std::size_t... J, std::size_t... O>(std::index_sequence<J...>, std::index_sequence<O...>) {
-                std::tuple<ElemOf<NIn + O>...> res{std::get<NIn + O>(views_).at(j)...};
-                const int code = op_.fix(std::get<J>(args)[k]..., std::get<O>(res)...);
-                ((std::get<NIn + O>(views_).at(j) = std::get<O>(res)), ...);
-                if (code) report_element(code, j);
+                std::tuple<ElemOf<NIn + O>...> res{std::get<NIn + O>(views).at(j)...};
+                const int code = op.fix(loop_detail::at<J>(args)[k]..., std::get<O>(res)...);
+                ((std::get<NIn + O>(views).at(j) = std::get<O>(res)), ...);
+                if (code) report_element(op, ctx, name, views, code, j);
             }(InSeq{}, OutSeq{});
         }
     }
 
-    void report_element(int code, ptrdiff_t j) {
-        const auto& a = std::get<0>(views_);
-        const auto& r1 = std::get<NIn>(views_);
-        const auto& r2 = std::get<K - 1>(views_);
+    static void report_element(const Op& op, CallContext& ctx, const char* name, const std::tuple<Views...>& views,
+                               int code, ptrdiff_t j) {
+        const auto& a = std::get<0>(views);
+        const auto& r1 = std::get<NIn>(views);
+        const auto& r2 = std::get<K - 1>(views);
         using A = ElemOf<0>;
         using R = ElemOf<NIn>;
         if constexpr (NIn == 2) {
-            const auto& b = std::get<1>(views_);
+            const auto& b = std::get<1>(views);
             static_assert(std::is_same_v<ElemOf<1>, A>, "both arguments of one type");
-            report<A, R>(ctx_, code, j, a.p, a.inc, b.p, b.inc, r1.p, r1.inc, r2.p, r2.inc, name_);
-        } else if constexpr (requires { op_.exponent(); }) {
-            const A b = op_.exponent();
-            report<A, R>(ctx_, code, j, a.p, a.inc, &b, 0, r1.p, r1.inc, r2.p, r2.inc, name_);
+            report<A, R>(ctx, code, j, a.p, a.inc, b.p, b.inc, r1.p, r1.inc, r2.p, r2.inc, name);
+        } else if constexpr (requires { op.exponent(); }) {
+            const A b = op.exponent();
+            report<A, R>(ctx, code, j, a.p, a.inc, &b, 0, r1.p, r1.inc, r2.p, r2.inc, name);
         } else {
-            report<A, R>(ctx_, code, j, a.p, a.inc, a.p, a.inc, r1.p, r1.inc, r2.p, r2.inc, name_);
+            report<A, R>(ctx, code, j, a.p, a.inc, a.p, a.inc, r1.p, r1.inc, r2.p, r2.inc, name);
         }
     }
 
-    const Op& op_;
-    CallContext& ctx_;
+    const Op op_;
+    CallContext* ctx_;
     const char* name_;
     std::tuple<Views...> views_;
 };
