@@ -79,6 +79,19 @@ struct Lanes<T> {
     static V bit_or(V x, V y) { return S::bit_or(x, y); }
     static V bit_andnot(V m, V x) { return S::bit_andnot(m, x); }
     static unsigned bits(V m) { return unsigned(S::movemask(m)); }  // one per element
+    // Elements i .. i + count - 1 of v, count < per_vector, in a register
+    // padded with element i; built in registers, as a store of the parts and
+    // a wide reload would stall.
+    template <class View>
+    static V padded(const View& v, ptrdiff_t i, int count) {
+        const T e0 = v.at(i);
+        if constexpr (per_vector == 2) {
+            return V{e0, e0};
+        } else {
+            const T e1 = count > 1 ? v.at(i + 1) : e0, e2 = count > 2 ? v.at(i + 2) : e0;
+            return V{e0, e1, e2, e0};
+        }
+    }
 };
 
 template <class C>
@@ -94,6 +107,9 @@ struct Lanes<C> {
     static V bit_or(V x, V y) { return S::bit_or(x, y); }
     static V bit_andnot(V m, V x) { return S::bit_andnot(m, x); }
     static unsigned bits(V m) { return S::element_bits(m); }
+    // A lone single complex element fills both halves of its register.
+    template <class View>
+    static V padded(const View& v, ptrdiff_t i, int) { return S::load_one(&v.at(i)); }
 };
 
 // W elements of E in registers: one register, or an array of them.
@@ -195,6 +211,7 @@ QOR_LOOP_INLINE void save(E* buffer, const Pack<E, W>& x) {
 template <int W, class View>
 QOR_LOOP_INLINE Pack<typename View::Elem, W> load_part(const View& v, ptrdiff_t i, int count) {
     using E = typename View::Elem;
+    if constexpr (kRegisters<E, W> == 1) return Lanes<E>::padded(v, i, count);
     alignas(16) E t[W];
     #pragma GCC unroll 16
     for (int k = 0; k < W; ++k) t[k] = v.at(i + (k < count ? k : 0));
