@@ -39,7 +39,7 @@ inline void load_x87_control(uint16_t cw) { asm volatile("fldcw %0" : : "m"(cw) 
 
 class FpEnvironment {
 public:
-    explicit FpEnvironment(uint32_t wanted) {
+    explicit FpEnvironment(uint32_t wanted) : wanted_(wanted) {
         mxcsr_ = _mm_getcsr();
         if ((mxcsr_ & 0xFFC0) != wanted) {
             _mm_setcsr((mxcsr_ & 0xFFFF003F) | wanted);
@@ -55,6 +55,15 @@ public:
     // Exception flags raised since the start or the last clear.
     static uint32_t flags() { return _mm_getcsr() & 0x3F; }
 
+    // clear_flags for a run that has computed nothing yet: the flags are
+    // still those read on entry, so MXCSR need not be read again.
+    void clear_entry_flags(uint32_t watched) {
+        if (!(mxcsr_ & watched)) return;
+        raised_ |= mxcsr_ & 0x3F;
+        _mm_setcsr(wanted_);
+        mxcsr_changed_ = true;
+    }
+
     // Clears the exception flags when any of `watched` is raised, so that
     // the next stretch of work can be judged by the flags it raises; the
     // flags cleared are kept for the caller.
@@ -69,6 +78,7 @@ public:
     FpEnvironment& operator=(const FpEnvironment&) = delete;
 
 private:
+    uint32_t wanted_;
     uint32_t mxcsr_ = 0;
     uint32_t raised_ = 0;
     bool mxcsr_changed_ = false;

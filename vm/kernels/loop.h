@@ -161,7 +161,11 @@ template <class E> constexpr bool kContig<Contig<E>> = true;
 template <class Op>
 concept FlagScreened = requires { Op::flag_screen; };
 
+// Elements judged by one read of the flags.  Reading MXCSR waits for every
+// computation before it, so a short call is cheaper on the masks of the
+// block path: the flags judge only calls of kFlagMin elements or more.
 constexpr ptrdiff_t kFlagChunk = 512;
+constexpr ptrdiff_t kFlagMin = 64;
 
 inline bool disjoint(const void* x, std::size_t x_bytes, const void* y, std::size_t y_bytes) {
     auto px = reinterpret_cast<uintptr_t>(x), py = reinterpret_cast<uintptr_t>(y);
@@ -358,7 +362,8 @@ public:
         ptrdiff_t i = 0;
         if constexpr (FlagScreened<Op> && (kContig<Views> && ...)) {
             static_assert(kScreen == loop_detail::Screen::after);
-            if (n >= kFlagChunk && outputs_apart(n, AllSeq{})) i = flag_screened(env, n);
+            if (n >= kFlagMin && outputs_apart(n, AllSeq{}))
+                i = flag_screened(env, n);
         }
         for (; i + kBlock <= n; i += kBlock) block(i);
         if (i < n) tail(i, int(n - i));
@@ -478,7 +483,7 @@ private:
     // blocks end.
     QOR_LOOP_INLINE ptrdiff_t flag_screened(FpEnvironment& env, ptrdiff_t n) {
         const ptrdiff_t whole = n - n % kBlock;
-        env.clear_flags(Op::flag_screen);
+        env.clear_entry_flags(Op::flag_screen);
         for (ptrdiff_t i = 0; i < whole; i += kFlagChunk) {
             const ptrdiff_t end = i + kFlagChunk < whole ? i + kFlagChunk : whole;
             for (ptrdiff_t j = i; j < end; j += kBlock) {
