@@ -30,7 +30,8 @@
 // flag_screen`: then long contiguous calls whose outputs overlap no other
 // array skip the per-block mask and judge each chunk by the flags it raised,
 // rescanning only a chunk that raised one.  An Op with `exponent()` (Powx)
-// reports that scalar as its second argument.
+// reports that scalar as its second argument.  Masks are packs of the first
+// view's element type unless the Op names another as `using Mask = E`.
 #pragma once
 
 #include <algorithm>
@@ -337,7 +338,8 @@ class Loop {
     using MaskE = std::conditional_t<std::is_void_v<typename loop_detail::MaskElement<Op>::type>, First,
                                      typename loop_detail::MaskElement<Op>::type>;
     using Mask = Pack<MaskE, W>;
-    static constexpr loop_detail::Shape kShape = loop_detail::shape<Op, std::tuple<Pack<typename Views::Elem, W>...>, Mask>();
+    static constexpr loop_detail::Shape kShape =
+        loop_detail::shape<Op, std::tuple<Pack<typename Views::Elem, W>...>, Mask>();
     static constexpr std::size_t NIn = std::size_t(kShape.inputs);
     static constexpr loop_detail::Screen kScreen = kShape.screen;
     static constexpr bool kMarks = kScreen != loop_detail::Screen::none;
@@ -404,8 +406,8 @@ private:
         (loop_detail::store_part<W>(std::get<NIn + O>(views_), i, count, loop_detail::at<NIn + O>(p)), ...);
     }
 
-    // The vector path over one step: the results, and the mask when `marked`
-    // is requested (the flag-screened path computes results only).
+    // The vector path over one step: the results, and the mask unless
+    // WithMask is false (the flag-screened path computes results only).
     template <bool WithMask, std::size_t... J, std::size_t... A>
     QOR_LOOP_INLINE void compute(Packs& p, Mask& m, std::index_sequence<J...>, std::index_sequence<A...>) const {
         using loop_detail::Screen;
@@ -580,4 +582,5 @@ void run_marked_unary(const Op& op, int n, A a, R r, const char* name) { run(op,
 
 }  // namespace qor::vm
 
+#undef QOR_LOOP_INLINE
 #pragma GCC diagnostic pop
