@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <cmath>
 #include <csignal>
 #include <cstdlib>
 #include <string>
@@ -331,4 +332,57 @@ TEST_F(FrameReporter, FirstUseOnAThreadReadsTheEnvironment) {
         EXPECT_EQ(qor_lum_kernel_GetErrStatus(), 0);
         EXPECT_EQ(qor_lum_kernel_GetMode(), 0x2001u);
     });
+}
+
+TEST_F(FrameReporter, MixedTypesFillTheRecordPerArrayAndCountTheIndexInArguments) {
+    use(QOR_VM_ERRMODE_CALLBACK, replacing_callback);
+    qor_complex16 whole[6] = {{0, 0}, {0, 0}, {0, 0}, {1.5, -2.5}, {3.0, 4.0}, {0, 0}};
+    double abs_r[3] = {10, 20, 30};
+    state_->base = whole;
+    qor::vm::CallContext ctx(false);
+    // Complex in, real out (Abs): index counted in 16-byte elements, the
+    // result written back without an imaginary part.
+    report<qor_complex16, double>(ctx, QOR_VM_STATUS_OVERFLOW, 1, whole + 2, 1, whole + 2, 1, abs_r, 1, abs_r, 1,
+                                  "vzAbs");
+    ASSERT_EQ(CallbackLog::records.size(), 1u);
+    qor_vm_error_record rec = CallbackLog::records[0];
+    EXPECT_EQ(rec.index, 3);
+    EXPECT_EQ(rec.arg1, 1.5);
+    EXPECT_EQ(rec.arg1_im, -2.5);
+    EXPECT_EQ(rec.res1, 20.0);
+    EXPECT_EQ(rec.res1_im, 0.0);
+    EXPECT_EQ(abs_r[1], 7.5);
+    // Real in, complex out (CIS), strided: both parts written back.
+    float args[6] = {0, 0, 0, 0, 0.25f, 0};
+    qor_complex8 cis_r[4] = {};
+    state_->base = args;
+    report<float, qor_complex8>(ctx, QOR_VM_STATUS_DOMAIN, 2, args, 2, args, 2, cis_r, 1, cis_r, 1, "vcCIS");
+    rec = CallbackLog::records.back();
+    EXPECT_EQ(rec.index, 2);
+    EXPECT_EQ(rec.arg1, 0.25);
+    EXPECT_EQ(rec.arg1_im, 0.0);
+    EXPECT_EQ(cis_r[2].re, 7.5f);
+    EXPECT_EQ(cis_r[2].im, -2.5f);
+}
+
+TEST_F(FrameReporter, KernelGivesBackTheCallersX87WordAfterTheExceptAction) {
+    // The except action masks the x87 exceptions for the rest of the call;
+    // the caller's word (overflow unmasked, rounding down) comes back with
+    // the flag raised, and the MXCSR flags stay raised too.
+    use(QOR_VM_ERRMODE_EXCEPT);
+    const uint16_t saved = x87_control();
+    const double a[11] = {1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1e308}, b[11] = {1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1e308};
+    double r[11];
+    x87_clear();
+    x87_set_control(0x0777);
+    set_mxcsr(0x1F80);
+    _lumdAdd(11, a, b, r);
+    const uint16_t control = x87_control(), status = x87_status();
+    x87_clear();
+    x87_set_control(saved);
+    EXPECT_EQ(control, 0x0777);
+    EXPECT_EQ(status & kX87Flags, kX87Overflow);
+    EXPECT_EQ(mxcsr() & kMxcsrFlags, kMxcsrOverflow | kMxcsrInexact);
+    EXPECT_EQ(r[10], HUGE_VAL);
+    EXPECT_EQ(r[9], 2.0);
 }

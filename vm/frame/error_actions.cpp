@@ -64,8 +64,9 @@ struct X87Environment {
     uint32_t rest[4];
 };
 
-void raise_x87(uint16_t flag, uint32_t mode) {
+void raise_x87(uint16_t flag, uint32_t mode, CallContext& ctx) {
     if (!flag) return;
+    ctx.take_x87();
     X87Environment saved;
     asm volatile("fnstenv %0" : "=m"(saved));
     X87Environment copy = saved;
@@ -86,11 +87,11 @@ void raise_x87(uint16_t flag, uint32_t mode) {
 
 }  // namespace
 
-void run_default_actions(const qor_vm_error_record& record, uint32_t mode) {
+void run_default_actions(const qor_vm_error_record& record, uint32_t mode, CallContext& ctx) {
     const CodeActions act = actions_for(record.code);
     if (mode & QOR_VM_ERRMODE_ERRNO) platform::set_caller_errno(act.errno_value);
     if (mode & QOR_VM_ERRMODE_STDERR) print_record(record);
-    if (mode & QOR_VM_ERRMODE_EXCEPT) raise_x87(act.x87_flag, mode);
+    if (mode & QOR_VM_ERRMODE_EXCEPT) raise_x87(act.x87_flag, mode, ctx);
 }
 
 }  // namespace qor::vm

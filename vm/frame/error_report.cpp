@@ -1,5 +1,5 @@
-// The eight error reporters (single/double, real/complex, contiguous/strided)
-// as one template over the element type.
+// The error reporter as one template over the argument and result types;
+// the eight reporters of one element type are its uses with A = R.
 #include "error_report.h"
 
 #include <cstring>
@@ -24,12 +24,12 @@ inline void narrow(double re, double im, qor_complex16& x) { x.re = re; x.im = i
 
 }  // namespace
 
-template <class T>
-void report_strided(int code, int index, const T* a, int inca, const T* b, int incb, T* r1, int incr1, T* r2,
-                    int incr2, const char* name) {
-    ThreadState* state = thread_state();
-    uint32_t mode = current_mode();
-    uint32_t errmode = mode & QOR_VM_ERRMODE_MASK;
+template <class A, class R>
+void report(CallContext& ctx, int code, std::ptrdiff_t index, const A* a, std::ptrdiff_t inca, const A* b,
+            std::ptrdiff_t incb, R* r1, std::ptrdiff_t incr1, R* r2, std::ptrdiff_t incr2, const char* name) {
+    ThreadState* state = ctx.state;
+    const uint32_t mode = ctx.mode;
+    const uint32_t errmode = mode & QOR_VM_ERRMODE_MASK;
     if (errmode == QOR_VM_ERRMODE_NOERR) return;
     state->status = code;
     if (errmode == QOR_VM_ERRMODE_IGNORE) return;
@@ -41,7 +41,7 @@ void report_strided(int code, int index, const T* a, int inca, const T* b, int i
     std::ptrdiff_t adjusted = index;
     if (state->base) {
         auto distance = reinterpret_cast<const char*>(a) - static_cast<const char*>(state->base);
-        adjusted += distance / static_cast<std::ptrdiff_t>(sizeof(T));
+        adjusted += distance / static_cast<std::ptrdiff_t>(sizeof(A));
     }
     rec.index = static_cast<int32_t>(static_cast<uint32_t>(adjusted));
     int len = 0;
@@ -60,10 +60,10 @@ void report_strided(int code, int index, const T* a, int inca, const T* b, int i
         widen(r1[i * incr1], rec.res1, rec.res1_im);
         widen(r2[i * incr2], rec.res2, rec.res2_im);
     }
-    if ((mode & QOR_VM_ERRMODE_CALLBACK) && state->callback) {
-        if (state->callback(&rec) != 0) return;
+    if ((mode & QOR_VM_ERRMODE_CALLBACK) && ctx.callback) {
+        if (ctx.callback(&rec) != 0) return;
     }
-    if (mode & 0x2F00) run_default_actions(rec, mode);
+    if (mode & 0x2F00) run_default_actions(rec, mode, ctx);
     // A kernel of one result passes its output as both r1 and r2, so res1
     // is written last: a callback that changed res1 replaces the result.
     if (has_values) {
@@ -73,11 +73,23 @@ void report_strided(int code, int index, const T* a, int inca, const T* b, int i
 }
 
 template <class T>
+void report_strided(int code, int index, const T* a, int inca, const T* b, int incb, T* r1, int incr1, T* r2,
+                    int incr2, const char* name) {
+    CallContext ctx(false);
+    ctx.leave_x87_alone();
+    report<T, T>(ctx, code, index, a, inca, b, incb, r1, incr1, r2, incr2, name);
+}
+
+template <class T>
 void report(int code, int index, const T* a, const T* b, T* r1, T* r2, const char* name) {
     report_strided(code, index, a, 1, b, 1, r1, 1, r2, 1, name);
 }
 
+#define QOR_INSTANTIATE_REPORTER(A, R)                                                                      \
+    template void report<A, R>(CallContext&, int, std::ptrdiff_t, const A*, std::ptrdiff_t, const A*,       \
+                               std::ptrdiff_t, R*, std::ptrdiff_t, R*, std::ptrdiff_t, const char*);
 #define QOR_INSTANTIATE_REPORTERS(T)                                                            \
+    QOR_INSTANTIATE_REPORTER(T, T)                                                              \
     template void report<T>(int, int, const T*, const T*, T*, T*, const char*);              \
     template void report_strided<T>(int, int, const T*, int, const T*, int, T*, int, T*, int, \
                                     const char*);
@@ -85,5 +97,10 @@ QOR_INSTANTIATE_REPORTERS(float)
 QOR_INSTANTIATE_REPORTERS(double)
 QOR_INSTANTIATE_REPORTERS(qor_complex8)
 QOR_INSTANTIATE_REPORTERS(qor_complex16)
+// Complex argument, real result (Abs, Arg) and the reverse (CIS).
+QOR_INSTANTIATE_REPORTER(qor_complex8, float)
+QOR_INSTANTIATE_REPORTER(qor_complex16, double)
+QOR_INSTANTIATE_REPORTER(float, qor_complex8)
+QOR_INSTANTIATE_REPORTER(double, qor_complex16)
 
 }  // namespace qor::vm

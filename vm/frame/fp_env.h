@@ -1,7 +1,9 @@
-// The floating-point environment protocol of every computing kernel: mask
-// all x87 and SSE exceptions for the run, select round-to-nearest and the
-// flush-to-zero setting of the mode, and give the caller back its own
-// control settings with the flags raised during the run kept.
+// The floating-point environment protocol of every computing kernel: run
+// with all SSE exceptions masked, round-to-nearest and the flush-to-zero
+// setting of the mode, and give the caller back its own control settings
+// with the flags raised during the run kept.  MXCSR is written only when its
+// control bits differ from the wanted ones.  The x87 unit is touched only by
+// the error path (see call_context.h).
 #pragma once
 
 #include <xmmintrin.h>
@@ -37,13 +39,7 @@ inline void load_x87_control(uint16_t cw) { asm volatile("fldcw %0" : : "m"(cw) 
 
 class FpEnvironment {
 public:
-    explicit FpEnvironment(uint32_t wanted) {
-        x87_control_ = read_x87_control();
-        if ((x87_control_ & 0x3F) != 0x3F) {
-            asm volatile("fnclex" ::: "memory");
-            load_x87_control(static_cast<uint16_t>(x87_control_ | 0x3F));
-            x87_changed_ = true;
-        }
+    explicit FpEnvironment(uint32_t wanted) : wanted_(wanted) {
         mxcsr_ = _mm_getcsr();
         if ((mxcsr_ & 0xFFC0) != wanted) {
             _mm_setcsr((mxcsr_ & 0xFFFF003F) | wanted);
@@ -53,12 +49,20 @@ public:
     }
     ~FpEnvironment() {
         asm volatile("" ::: "memory");
-        if (x87_changed_) load_x87_control(x87_control_);
         if (mxcsr_changed_) _mm_setcsr((_mm_getcsr() & 0x3F) | raised_ | mxcsr_);
     }
 
     // Exception flags raised since the start or the last clear.
     static uint32_t flags() { return _mm_getcsr() & 0x3F; }
+
+    // clear_flags for a run that has computed nothing yet: the flags are
+    // still those read on entry, so MXCSR need not be read again.
+    void clear_entry_flags(uint32_t watched) {
+        if (!(mxcsr_ & watched)) return;
+        raised_ |= mxcsr_ & 0x3F;
+        _mm_setcsr(wanted_);
+        mxcsr_changed_ = true;
+    }
 
     // Clears the exception flags when any of `watched` is raised, so that
     // the next stretch of work can be judged by the flags it raises; the
@@ -74,10 +78,9 @@ public:
     FpEnvironment& operator=(const FpEnvironment&) = delete;
 
 private:
+    uint32_t wanted_;
     uint32_t mxcsr_ = 0;
     uint32_t raised_ = 0;
-    uint16_t x87_control_ = 0;
-    bool x87_changed_ = false;
     bool mxcsr_changed_ = false;
 };
 

@@ -34,6 +34,7 @@ std::atomic<long> live_blocks{0};
 
 void on_thread_exit(void* record) {
     // The key's value is already null here; free the record directly.
+    vm::forget_thread_record();
     heap_free(record);
 }
 

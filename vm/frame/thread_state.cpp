@@ -1,6 +1,7 @@
 // Creation of per-thread state records and the mode word's first value.
 #include "thread_state.h"
 
+#include <atomic>
 #include <cstring>
 
 #include "platform.h"
@@ -44,6 +45,12 @@ constexpr ModeToken kTokens[] = {
     {"TRAP_OVERFLOW", 0x4000000},
     {"TRAP_UNDERFLOW", 0x8000000},
 };
+
+#if !defined(_WIN32)
+void new_generation() { slot_generation.fetch_add(1, std::memory_order_acq_rel); }
+#else
+void new_generation() {}
+#endif
 
 [[noreturn]] void fail_state() {
     qor_serv_print(1, 773);
@@ -97,12 +104,13 @@ static uint32_t mode_from_environment() {
 bool ensure_slot() {
     if (platform::slot_allocated()) return true;
     qor_serv_lock(&slot_lock);
-    bool ok = platform::slot_allocated() || platform::slot_allocate();
+    bool ok = platform::slot_allocated();
+    if (!ok && (ok = platform::slot_allocate())) new_generation();
     qor_serv_unlock(&slot_lock);
     return ok;
 }
 
-ThreadState* thread_state() {
+ThreadState* slot_record() {
     if (!ensure_slot()) fail_state();
     if (auto* s = static_cast<ThreadState*>(platform::slot_get())) return s;
     if (!platform::heap_exists()) {
@@ -121,6 +129,19 @@ ThreadState* thread_state() {
     return s;
 }
 
+#if !defined(_WIN32)
+__attribute__((tls_model("initial-exec"))) constinit thread_local CachedRecord cached_record{nullptr, 0};
+std::atomic<uint32_t> slot_generation{1};
+#else
+ThreadState* thread_state() { return slot_record(); }
+#endif
+
+void forget_thread_record() {
+#if !defined(_WIN32)
+    cached_record.record = nullptr;
+#endif
+}
+
 uint32_t current_mode() {
     ThreadState* s = thread_state();
     if (s->mode == 0) s->mode = mode_from_environment();
@@ -128,6 +149,8 @@ uint32_t current_mode() {
 }
 
 void release_thread_state() {
+    forget_thread_record();
+    new_generation();
     if (!platform::slot_allocated()) return;
     if (void* s = platform::slot_get()) {
         platform::slot_set(nullptr);
