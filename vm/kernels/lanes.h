@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "lane_bits.h"
 #include "simd.h"
 
 namespace qor::vm {
