@@ -50,4 +50,16 @@ using RowWorst = std::array<SlotWorst, 3>;
 // (errors are expected and should not be reported).
 RowWorst sweep(const AccuracyRow& row, std::size_t count, uint64_t seed);
 
+// Whether the row can be swept over every float: single precision, one
+// argument, and a double-precision reference besides the MPFR one.
+bool has_double_reference(const AccuracyRow& row);
+
+// Every float whose bit pattern lies in [first, last) through the
+// contiguous entry point of each slot (0 LA, 1 HA, 2 EP), screened against
+// the double reference (within about a double ulp of the exact value, so a
+// few 2^-29 ulp of doubt); results near or past the bound and the worst of
+// each slot are measured again against MPFR, whose verdict stands.  The
+// caller sets the error mode.
+std::array<WorstCase, 3> sweep_every_float(const AccuracyRow& row, uint64_t first, uint64_t last);
+
 }  // namespace qor::test
