@@ -15,6 +15,3 @@
 #pragma once
 
 #include "driver.h"
-
-#define QOR_VM_COMPLEX_UNARY_KERNELS(p, Fn, slot, C, op) QOR_VM_UNARY_FORMS(p, Fn, slot, C, C, op)
-#define QOR_VM_COMPLEX_BINARY_KERNELS(p, Fn, slot, C, op) QOR_VM_BINARY_FORMS(p, Fn, slot, C, C, op)

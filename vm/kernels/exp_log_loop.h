@@ -20,6 +20,3 @@
 
 #include "driver.h"
 #include "lane_bits.h"
-
-// The contiguous and strided kernels of one function slot, screened before.
-#define QOR_VM_SCREENED_KERNELS(p, Fn, slot, T, op) QOR_VM_UNARY_FORMS(p, Fn, slot, T, T, op)

@@ -4,10 +4,13 @@
 #include "../pow_loop.h"
 #include "powx_ops.h"
 
-#define QOR_POWX_RUN(A, kind) qor::vm::pow_core::powx_##kind<qor::vm::pow_core::Acc::A>
-QOR_VM_POWX_KERNELS(d, HA, double, QOR_POWX_RUN(HA, double))
-QOR_VM_POWX_KERNELS(d, LA, double, QOR_POWX_RUN(LA, double))
-QOR_VM_POWX_KERNELS(d, EP, double, QOR_POWX_RUN(EP, double))
-QOR_VM_POWX_KERNELS(s, HA, float, QOR_POWX_RUN(HA, single))
-QOR_VM_POWX_KERNELS(s, LA, float, QOR_POWX_RUN(LA, single))
-QOR_VM_POWX_KERNELS(s, EP, float, QOR_POWX_RUN(EP, single))
+using qor::vm::pow_core::Acc;
+using qor::vm::pow_core::PowxDouble;
+using qor::vm::pow_core::PowxSingle;
+
+QOR_VM_KERNEL_PAIR(d, Powx, scalar, HA, PowxDouble<Acc::HA>{})
+QOR_VM_KERNEL_PAIR(d, Powx, scalar, LA, PowxDouble<Acc::LA>{})
+QOR_VM_KERNEL_PAIR(d, Powx, scalar, EP, PowxDouble<Acc::EP>{})
+QOR_VM_KERNEL_PAIR(s, Powx, scalar, HA, PowxSingle<Acc::HA>{})
+QOR_VM_KERNEL_PAIR(s, Powx, scalar, LA, PowxSingle<Acc::LA>{})
+QOR_VM_KERNEL_PAIR(s, Powx, scalar, EP, PowxSingle<Acc::EP>{})

@@ -174,30 +174,37 @@ struct SinglePowxGeneral : PowxBase<float> {
 inline constexpr double kMaxPlainPower = 0x1p20;
 inline constexpr int kMaxDoubleDoubleSteps = 6;
 
-template <Acc A, class AV, class RV>
-void powx_double(int n, AV a, double b, RV r, const char* name) {
-    if (b == 0.0) return run_marked_unary(PowxOne<double>{{b}}, n, a, r, name);
-    if (b == 1.0) return run_marked_unary(PowxIdentity<double>{{b}}, n, a, r, name);
-    if (b == 0.5) return run_marked_unary(PowxSqrt<double>{{b}}, n, a, r, name);
-    if (std::trunc(b) == b && std::fabs(b) <= kMaxPlainPower) {
-        const uint64_t e = uint64_t(std::fabs(b));
-        if (A == Acc::EP) return run_marked_unary(DoublePowIntPlain{{b}, e, b < 0}, n, a, r, name);
-        if (power_steps(e) + (b < 0) <= kMaxDoubleDoubleSteps)
-            return run_marked_unary(DoublePowIntDD{{b}, e, b < 0}, n, a, r, name);
+// The methods of the kernels: each picks the Op for the exponent b and
+// hands it to go.
+template <Acc A>
+struct PowxDouble {
+    template <class Go>
+    void operator()(Go&& go, double b) const {
+        if (b == 0.0) return go(PowxOne<double>{{b}});
+        if (b == 1.0) return go(PowxIdentity<double>{{b}});
+        if (b == 0.5) return go(PowxSqrt<double>{{b}});
+        if (std::trunc(b) == b && std::fabs(b) <= kMaxPlainPower) {
+            const uint64_t e = uint64_t(std::fabs(b));
+            if (A == Acc::EP) return go(DoublePowIntPlain{{b}, e, b < 0});
+            if (power_steps(e) + (b < 0) <= kMaxDoubleDoubleSteps) return go(DoublePowIntDD{{b}, e, b < 0});
+        }
+        go(DoublePowxGeneral<A>{{b}});
     }
-    run_marked_unary(DoublePowxGeneral<A>{{b}}, n, a, r, name);
-}
+};
 
-template <Acc A, class AV, class RV>
-void powx_single(int n, AV a, float b, RV r, const char* name) {
-    if (b == 0.0f) return run_marked_unary(PowxOne<float>{{b}}, n, a, r, name);
-    if (b == 1.0f) return run_marked_unary(PowxIdentity<float>{{b}}, n, a, r, name);
-    if (b == 0.5f) return run_marked_unary(PowxSqrt<float>{{b}}, n, a, r, name);
-    if (std::trunc(b) == b && std::fabs(b) <= float(kMaxPlainPower)) {
-        const uint64_t e = uint64_t(std::fabs(b));
-        return run_marked_unary(SinglePowInt{{b}, e, b < 0}, n, a, r, name);
+template <Acc A>
+struct PowxSingle {
+    template <class Go>
+    void operator()(Go&& go, float b) const {
+        if (b == 0.0f) return go(PowxOne<float>{{b}});
+        if (b == 1.0f) return go(PowxIdentity<float>{{b}});
+        if (b == 0.5f) return go(PowxSqrt<float>{{b}});
+        if (std::trunc(b) == b && std::fabs(b) <= float(kMaxPlainPower)) {
+            const uint64_t e = uint64_t(std::fabs(b));
+            return go(SinglePowInt{{b}, e, b < 0});
+        }
+        go(SinglePowxGeneral<A>{{b}});
     }
-    run_marked_unary(SinglePowxGeneral<A>{{b}}, n, a, r, name);
-}
+};
 
 }  // namespace qor::vm::pow_core
