@@ -1,5 +1,5 @@
-// Kernel definitions of the complex functions over the element loop
-// (loop.h).  A kernel is an Op:
+// The Ops of the complex functions, made kernels by driver.h over the
+// element loop (loop.h):
 //
 //   struct Op {
 //       using C = qor_complex8 or qor_complex16;

@@ -1,4 +1,4 @@
-// Kernel definitions of the exponential and logarithm functions.
+// The Ops of the exponential and logarithm functions, made kernels by driver.h.
 //
 // An Op of this family screens its input before computing:
 //

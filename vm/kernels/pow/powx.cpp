@@ -5,12 +5,11 @@
 #include "powx_ops.h"
 
 using qor::vm::pow_core::Acc;
-using qor::vm::pow_core::PowxDouble;
-using qor::vm::pow_core::PowxSingle;
+using qor::vm::pow_core::PowxMethod;
 
-QOR_VM_KERNEL_PAIR(d, Powx, scalar, HA, PowxDouble<Acc::HA>{})
-QOR_VM_KERNEL_PAIR(d, Powx, scalar, LA, PowxDouble<Acc::LA>{})
-QOR_VM_KERNEL_PAIR(d, Powx, scalar, EP, PowxDouble<Acc::EP>{})
-QOR_VM_KERNEL_PAIR(s, Powx, scalar, HA, PowxSingle<Acc::HA>{})
-QOR_VM_KERNEL_PAIR(s, Powx, scalar, LA, PowxSingle<Acc::LA>{})
-QOR_VM_KERNEL_PAIR(s, Powx, scalar, EP, PowxSingle<Acc::EP>{})
+QOR_VM_KERNEL_PAIR(d, Powx, scalar, HA, (PowxMethod<double, Acc::HA>{}))
+QOR_VM_KERNEL_PAIR(d, Powx, scalar, LA, (PowxMethod<double, Acc::LA>{}))
+QOR_VM_KERNEL_PAIR(d, Powx, scalar, EP, (PowxMethod<double, Acc::EP>{}))
+QOR_VM_KERNEL_PAIR(s, Powx, scalar, HA, (PowxMethod<float, Acc::HA>{}))
+QOR_VM_KERNEL_PAIR(s, Powx, scalar, LA, (PowxMethod<float, Acc::LA>{}))
+QOR_VM_KERNEL_PAIR(s, Powx, scalar, EP, (PowxMethod<float, Acc::EP>{}))

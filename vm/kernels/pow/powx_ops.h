@@ -19,6 +19,7 @@
 #pragma once
 
 #include <cstdlib>
+#include <type_traits>
 
 #include "../pow_loop.h"
 #include "pow_ops.h"
@@ -174,36 +175,28 @@ struct SinglePowxGeneral : PowxBase<float> {
 inline constexpr double kMaxPlainPower = 0x1p20;
 inline constexpr int kMaxDoubleDoubleSteps = 6;
 
-// The methods of the kernels: each picks the Op for the exponent b and
-// hands it to go.
-template <Acc A>
-struct PowxDouble {
-    template <class Go>
-    void operator()(Go&& go, double b) const {
-        if (b == 0.0) return go(PowxOne<double>{{b}});
-        if (b == 1.0) return go(PowxIdentity<double>{{b}});
-        if (b == 0.5) return go(PowxSqrt<double>{{b}});
-        if (std::trunc(b) == b && std::fabs(b) <= kMaxPlainPower) {
-            const uint64_t e = uint64_t(std::fabs(b));
-            if (A == Acc::EP) return go(DoublePowIntPlain{{b}, e, b < 0});
-            if (power_steps(e) + (b < 0) <= kMaxDoubleDoubleSteps) return go(DoublePowIntDD{{b}, e, b < 0});
-        }
-        go(DoublePowxGeneral<A>{{b}});
-    }
-};
+// The method of the kernels: picks the Op for the exponent b and hands it
+// to go.
+template <class Real, Acc A>
+struct PowxMethod {
+    static constexpr bool kSingle = std::is_same_v<Real, float>;
 
-template <Acc A>
-struct PowxSingle {
     template <class Go>
-    void operator()(Go&& go, float b) const {
-        if (b == 0.0f) return go(PowxOne<float>{{b}});
-        if (b == 1.0f) return go(PowxIdentity<float>{{b}});
-        if (b == 0.5f) return go(PowxSqrt<float>{{b}});
-        if (std::trunc(b) == b && std::fabs(b) <= float(kMaxPlainPower)) {
+    void operator()(Go&& go, Real b) const {
+        if (b == Real(0)) return go(PowxOne<Real>{{b}});
+        if (b == Real(1)) return go(PowxIdentity<Real>{{b}});
+        if (b == Real(0.5)) return go(PowxSqrt<Real>{{b}});
+        if (std::trunc(b) == b && std::fabs(b) <= Real(kMaxPlainPower)) {
             const uint64_t e = uint64_t(std::fabs(b));
-            return go(SinglePowInt{{b}, e, b < 0});
+            if constexpr (kSingle) {
+                return go(SinglePowInt{{b}, e, b < 0});
+            } else {
+                if (A == Acc::EP) return go(DoublePowIntPlain{{b}, e, b < 0});
+                if (power_steps(e) + (b < 0) <= kMaxDoubleDoubleSteps) return go(DoublePowIntDD{{b}, e, b < 0});
+            }
         }
-        go(SinglePowxGeneral<A>{{b}});
+        if constexpr (kSingle) go(SinglePowxGeneral<A>{{b}});
+        else go(DoublePowxGeneral<A>{{b}});
     }
 };
 
