@@ -1,5 +1,5 @@
-// Kernel definitions of the complex functions over the element loop
-// (loop.h).  A kernel is an Op:
+// The Ops of the complex functions, made kernels by driver.h over the
+// element loop (loop.h):
 //
 //   struct Op {
 //       using C = qor_complex8 or qor_complex16;
@@ -15,6 +15,3 @@
 #pragma once
 
 #include "driver.h"
-
-#define QOR_VM_COMPLEX_UNARY_KERNELS(p, Fn, slot, C, op) QOR_VM_UNARY_FORMS(p, Fn, slot, C, C, op)
-#define QOR_VM_COMPLEX_BINARY_KERNELS(p, Fn, slot, C, op) QOR_VM_BINARY_FORMS(p, Fn, slot, C, C, op)

@@ -1,4 +1,4 @@
-// Kernel definitions of the exponential and logarithm functions.
+// The Ops of the exponential and logarithm functions, made kernels by driver.h.
 //
 // An Op of this family screens its input before computing:
 //
@@ -20,6 +20,3 @@
 
 #include "driver.h"
 #include "lane_bits.h"
-
-// The contiguous and strided kernels of one function slot, screened before.
-#define QOR_VM_SCREENED_KERNELS(p, Fn, slot, T, op) QOR_VM_UNARY_FORMS(p, Fn, slot, T, T, op)

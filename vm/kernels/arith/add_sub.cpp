@@ -6,7 +6,7 @@
 
 namespace ops = qor::vm::arith;
 
-QOR_VM_BINARY_KERNELS(s, Add, HA, float, (ops::AddOp<float, false>{}))
-QOR_VM_BINARY_KERNELS(d, Add, HA, double, (ops::AddOp<double, false>{}))
-QOR_VM_BINARY_KERNELS(s, Sub, HA, float, (ops::AddOp<float, true>{}))
-QOR_VM_BINARY_KERNELS(d, Sub, HA, double, (ops::AddOp<double, true>{}))
+QOR_VM_KERNEL_PAIR(s, Add, binary, HA, (ops::AddOp<float, false>{}))
+QOR_VM_KERNEL_PAIR(d, Add, binary, HA, (ops::AddOp<double, false>{}))
+QOR_VM_KERNEL_PAIR(s, Sub, binary, HA, (ops::AddOp<float, true>{}))
+QOR_VM_KERNEL_PAIR(d, Sub, binary, HA, (ops::AddOp<double, true>{}))

@@ -6,7 +6,7 @@
 
 namespace ops = qor::vm::arith;
 
-QOR_VM_BINARY_KERNELS(s, Fmod, HA, float, (ops::ReduceOp<float, false>{}))
-QOR_VM_BINARY_KERNELS(d, Fmod, HA, double, (ops::ReduceOp<double, false>{}))
-QOR_VM_BINARY_KERNELS(s, Remainder, HA, float, (ops::ReduceOp<float, true>{}))
-QOR_VM_BINARY_KERNELS(d, Remainder, HA, double, (ops::ReduceOp<double, true>{}))
+QOR_VM_KERNEL_PAIR(s, Fmod, binary, HA, (ops::ReduceOp<float, false>{}))
+QOR_VM_KERNEL_PAIR(d, Fmod, binary, HA, (ops::ReduceOp<double, false>{}))
+QOR_VM_KERNEL_PAIR(s, Remainder, binary, HA, (ops::ReduceOp<float, true>{}))
+QOR_VM_KERNEL_PAIR(d, Remainder, binary, HA, (ops::ReduceOp<double, true>{}))

@@ -7,7 +7,7 @@
 
 namespace ops = qor::vm::arith;
 
-QOR_VM_UNARY_KERNELS(s, Frac, HA, float, (qor::vm::QuietUnaryOp<float, ops::FracFn<float>>{}))
-QOR_VM_UNARY_KERNELS(d, Frac, HA, double, (qor::vm::QuietUnaryOp<double, ops::FracFn<double>>{}))
-QOR_VM_UNARY2_KERNELS(s, Modf, HA, float, (ops::ModfOp<float>{}))
-QOR_VM_UNARY2_KERNELS(d, Modf, HA, double, (ops::ModfOp<double>{}))
+QOR_VM_KERNEL_PAIR(s, Frac, unary, HA, (qor::vm::QuietUnaryOp<float, ops::FracFn<float>>{}))
+QOR_VM_KERNEL_PAIR(d, Frac, unary, HA, (qor::vm::QuietUnaryOp<double, ops::FracFn<double>>{}))
+QOR_VM_KERNEL_PAIR(s, Modf, two_out, HA, (ops::ModfOp<float>{}))
+QOR_VM_KERNEL_PAIR(d, Modf, two_out, HA, (ops::ModfOp<double>{}))

@@ -6,7 +6,7 @@
 
 namespace ops = qor::vm::arith;
 
-QOR_VM_UNARY_KERNELS(s, InvSqrt, HA, float, (ops::InvSqrtOp<ops::HaSingle>{}))
-QOR_VM_UNARY_KERNELS(s, InvSqrt, EP, float, (ops::InvSqrtOp<ops::EpSingle>{}))
-QOR_VM_UNARY_KERNELS(d, InvSqrt, HA, double, (ops::InvSqrtOp<ops::HaDouble>{}))
-QOR_VM_UNARY_KERNELS(d, InvSqrt, EP, double, (ops::InvSqrtOp<ops::EpDouble>{}))
+QOR_VM_KERNEL_PAIR(s, InvSqrt, unary, HA, (ops::InvSqrtOp<ops::HaSingle>{}))
+QOR_VM_KERNEL_PAIR(s, InvSqrt, unary, EP, (ops::InvSqrtOp<ops::EpSingle>{}))
+QOR_VM_KERNEL_PAIR(d, InvSqrt, unary, HA, (ops::InvSqrtOp<ops::HaDouble>{}))
+QOR_VM_KERNEL_PAIR(d, InvSqrt, unary, EP, (ops::InvSqrtOp<ops::EpDouble>{}))

@@ -7,13 +7,13 @@
 
 namespace ops = qor::vm::arith;
 
-QOR_VM_BINARY_KERNELS(s, Fmax, HA, float, (qor::vm::QuietBinaryOp<float, ops::FmaxFn<float>>{}))
-QOR_VM_BINARY_KERNELS(d, Fmax, HA, double, (qor::vm::QuietBinaryOp<double, ops::FmaxFn<double>>{}))
-QOR_VM_BINARY_KERNELS(s, Fmin, HA, float, (qor::vm::QuietBinaryOp<float, ops::FminFn<float>>{}))
-QOR_VM_BINARY_KERNELS(d, Fmin, HA, double, (qor::vm::QuietBinaryOp<double, ops::FminFn<double>>{}))
-QOR_VM_BINARY_KERNELS(s, MaxMag, HA, float, (qor::vm::QuietBinaryOp<float, ops::MagnitudeFn<float, true>>{}))
-QOR_VM_BINARY_KERNELS(d, MaxMag, HA, double, (qor::vm::QuietBinaryOp<double, ops::MagnitudeFn<double, true>>{}))
-QOR_VM_BINARY_KERNELS(s, MinMag, HA, float, (qor::vm::QuietBinaryOp<float, ops::MagnitudeFn<float, false>>{}))
-QOR_VM_BINARY_KERNELS(d, MinMag, HA, double, (qor::vm::QuietBinaryOp<double, ops::MagnitudeFn<double, false>>{}))
-QOR_VM_BINARY_KERNELS(s, Fdim, HA, float, (ops::FdimOp<float>{}))
-QOR_VM_BINARY_KERNELS(d, Fdim, HA, double, (ops::FdimOp<double>{}))
+QOR_VM_KERNEL_PAIR(s, Fmax, binary, HA, (qor::vm::QuietBinaryOp<float, ops::FmaxFn<float>>{}))
+QOR_VM_KERNEL_PAIR(d, Fmax, binary, HA, (qor::vm::QuietBinaryOp<double, ops::FmaxFn<double>>{}))
+QOR_VM_KERNEL_PAIR(s, Fmin, binary, HA, (qor::vm::QuietBinaryOp<float, ops::FminFn<float>>{}))
+QOR_VM_KERNEL_PAIR(d, Fmin, binary, HA, (qor::vm::QuietBinaryOp<double, ops::FminFn<double>>{}))
+QOR_VM_KERNEL_PAIR(s, MaxMag, binary, HA, (qor::vm::QuietBinaryOp<float, ops::MagnitudeFn<float, true>>{}))
+QOR_VM_KERNEL_PAIR(d, MaxMag, binary, HA, (qor::vm::QuietBinaryOp<double, ops::MagnitudeFn<double, true>>{}))
+QOR_VM_KERNEL_PAIR(s, MinMag, binary, HA, (qor::vm::QuietBinaryOp<float, ops::MagnitudeFn<float, false>>{}))
+QOR_VM_KERNEL_PAIR(d, MinMag, binary, HA, (qor::vm::QuietBinaryOp<double, ops::MagnitudeFn<double, false>>{}))
+QOR_VM_KERNEL_PAIR(s, Fdim, binary, HA, (ops::FdimOp<float>{}))
+QOR_VM_KERNEL_PAIR(d, Fdim, binary, HA, (ops::FdimOp<double>{}))

@@ -6,11 +6,11 @@
 
 namespace ops = qor::vm::arith;
 
-QOR_VM_BINARY_KERNELS(s, Mul, HA, float, (ops::MulOp<float>{}))
-QOR_VM_BINARY_KERNELS(d, Mul, HA, double, (ops::MulOp<double>{}))
-QOR_VM_BINARY_KERNELS(s, Div, HA, float, (ops::DivOp<float>{}))
-QOR_VM_BINARY_KERNELS(d, Div, HA, double, (ops::DivOp<double>{}))
-QOR_VM_UNARY_KERNELS(s, Inv, HA, float, (ops::InvOp<float>{}))
-QOR_VM_UNARY_KERNELS(d, Inv, HA, double, (ops::InvOp<double>{}))
-QOR_VM_UNARY_KERNELS(s, Sqr, HA, float, (ops::SqrOp<float>{}))
-QOR_VM_UNARY_KERNELS(d, Sqr, HA, double, (ops::SqrOp<double>{}))
+QOR_VM_KERNEL_PAIR(s, Mul, binary, HA, (ops::MulOp<float>{}))
+QOR_VM_KERNEL_PAIR(d, Mul, binary, HA, (ops::MulOp<double>{}))
+QOR_VM_KERNEL_PAIR(s, Div, binary, HA, (ops::DivOp<float>{}))
+QOR_VM_KERNEL_PAIR(d, Div, binary, HA, (ops::DivOp<double>{}))
+QOR_VM_KERNEL_PAIR(s, Inv, unary, HA, (ops::InvOp<float>{}))
+QOR_VM_KERNEL_PAIR(d, Inv, unary, HA, (ops::InvOp<double>{}))
+QOR_VM_KERNEL_PAIR(s, Sqr, unary, HA, (ops::SqrOp<float>{}))
+QOR_VM_KERNEL_PAIR(d, Sqr, unary, HA, (ops::SqrOp<double>{}))

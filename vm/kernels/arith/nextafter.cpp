@@ -7,5 +7,5 @@
 
 namespace ops = qor::vm::arith;
 
-QOR_VM_BINARY_KERNELS(s, NextAfter, HA, float, (qor::vm::QuietBinaryOp<float, ops::NextAfterFn<float>>{}))
-QOR_VM_BINARY_KERNELS(d, NextAfter, HA, double, (qor::vm::QuietBinaryOp<double, ops::NextAfterFn<double>>{}))
+QOR_VM_KERNEL_PAIR(s, NextAfter, binary, HA, (qor::vm::QuietBinaryOp<float, ops::NextAfterFn<float>>{}))
+QOR_VM_KERNEL_PAIR(d, NextAfter, binary, HA, (qor::vm::QuietBinaryOp<double, ops::NextAfterFn<double>>{}))

@@ -8,8 +8,8 @@
 namespace ops = qor::vm::arith;
 
 #define QOR_ROUNDING_KERNELS(Name)                                                                       \
-    QOR_VM_UNARY_KERNELS(s, Name, HA, float, (qor::vm::QuietUnaryOp<float, ops::Name##Fn<float>>{}))     \
-    QOR_VM_UNARY_KERNELS(d, Name, HA, double, (qor::vm::QuietUnaryOp<double, ops::Name##Fn<double>>{}))
+    QOR_VM_KERNEL_PAIR(s, Name, unary, HA, (qor::vm::QuietUnaryOp<float, ops::Name##Fn<float>>{}))     \
+    QOR_VM_KERNEL_PAIR(d, Name, unary, HA, (qor::vm::QuietUnaryOp<double, ops::Name##Fn<double>>{}))
 
 QOR_ROUNDING_KERNELS(Ceil)
 QOR_ROUNDING_KERNELS(Floor)

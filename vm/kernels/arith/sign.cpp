@@ -6,7 +6,23 @@
 
 namespace ops = qor::vm::arith;
 
-QOR_VM_QUIET_UNARY_KERNELS_FLUSH_AWARE(s, Abs, float, ops::AbsFn)
-QOR_VM_QUIET_UNARY_KERNELS_FLUSH_AWARE(d, Abs, double, ops::AbsFn)
-QOR_VM_QUIET_BINARY_KERNELS_FLUSH_AWARE(s, CopySign, float, ops::CopySignFn)
-QOR_VM_QUIET_BINARY_KERNELS_FLUSH_AWARE(d, CopySign, double, ops::CopySignFn)
+// Bit operations see no DAZ, so under the flush-to-zero mode these kernels
+// flush subnormals themselves (Fn<T, true>); otherwise they take the plain
+// variant (Fn<T, false>), an operation per vector cheaper.
+namespace {
+
+template <template <class, bool> class Fn, class T, template <class, class> class Quiet>
+struct ByFlushMode {
+    template <class Go>
+    void operator()(Go&& go) const {
+        if (qor::vm::flush_mode()) go(Quiet<T, Fn<T, true>>{});
+        else go(Quiet<T, Fn<T, false>>{});
+    }
+};
+
+}  // namespace
+
+QOR_VM_KERNEL_PAIR(s, Abs, unary, HA, (ByFlushMode<ops::AbsFn, float, qor::vm::QuietUnaryOp>{}))
+QOR_VM_KERNEL_PAIR(d, Abs, unary, HA, (ByFlushMode<ops::AbsFn, double, qor::vm::QuietUnaryOp>{}))
+QOR_VM_KERNEL_PAIR(s, CopySign, binary, HA, (ByFlushMode<ops::CopySignFn, float, qor::vm::QuietBinaryOp>{}))
+QOR_VM_KERNEL_PAIR(d, CopySign, binary, HA, (ByFlushMode<ops::CopySignFn, double, qor::vm::QuietBinaryOp>{}))

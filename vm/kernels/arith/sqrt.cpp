@@ -6,5 +6,5 @@
 
 namespace ops = qor::vm::arith;
 
-QOR_VM_UNARY_KERNELS(s, Sqrt, HA, float, (ops::SqrtOp<float>{}))
-QOR_VM_UNARY_KERNELS(d, Sqrt, HA, double, (ops::SqrtOp<double>{}))
+QOR_VM_KERNEL_PAIR(s, Sqrt, unary, HA, (ops::SqrtOp<float>{}))
+QOR_VM_KERNEL_PAIR(d, Sqrt, unary, HA, (ops::SqrtOp<double>{}))

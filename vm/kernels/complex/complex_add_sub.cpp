@@ -6,11 +6,11 @@
 
 namespace ops = qor::vm::complex;
 
-QOR_VM_COMPLEX_BINARY_KERNELS(c, Add, HA, qor_complex8, (ops::ComplexAddOp<qor_complex8, false, true>{}))
-QOR_VM_COMPLEX_BINARY_KERNELS(c, Add, EP, qor_complex8, (ops::ComplexAddOp<qor_complex8, false, false>{}))
-QOR_VM_COMPLEX_BINARY_KERNELS(z, Add, HA, qor_complex16, (ops::ComplexAddOp<qor_complex16, false, true>{}))
-QOR_VM_COMPLEX_BINARY_KERNELS(z, Add, EP, qor_complex16, (ops::ComplexAddOp<qor_complex16, false, false>{}))
-QOR_VM_COMPLEX_BINARY_KERNELS(c, Sub, HA, qor_complex8, (ops::ComplexAddOp<qor_complex8, true, true>{}))
-QOR_VM_COMPLEX_BINARY_KERNELS(c, Sub, EP, qor_complex8, (ops::ComplexAddOp<qor_complex8, true, false>{}))
-QOR_VM_COMPLEX_BINARY_KERNELS(z, Sub, HA, qor_complex16, (ops::ComplexAddOp<qor_complex16, true, true>{}))
-QOR_VM_COMPLEX_BINARY_KERNELS(z, Sub, EP, qor_complex16, (ops::ComplexAddOp<qor_complex16, true, false>{}))
+QOR_VM_KERNEL_PAIR(c, Add, binary, HA, (ops::ComplexAddOp<qor_complex8, false, true>{}))
+QOR_VM_KERNEL_PAIR(c, Add, binary, EP, (ops::ComplexAddOp<qor_complex8, false, false>{}))
+QOR_VM_KERNEL_PAIR(z, Add, binary, HA, (ops::ComplexAddOp<qor_complex16, false, true>{}))
+QOR_VM_KERNEL_PAIR(z, Add, binary, EP, (ops::ComplexAddOp<qor_complex16, false, false>{}))
+QOR_VM_KERNEL_PAIR(c, Sub, binary, HA, (ops::ComplexAddOp<qor_complex8, true, true>{}))
+QOR_VM_KERNEL_PAIR(c, Sub, binary, EP, (ops::ComplexAddOp<qor_complex8, true, false>{}))
+QOR_VM_KERNEL_PAIR(z, Sub, binary, HA, (ops::ComplexAddOp<qor_complex16, true, true>{}))
+QOR_VM_KERNEL_PAIR(z, Sub, binary, EP, (ops::ComplexAddOp<qor_complex16, true, false>{}))

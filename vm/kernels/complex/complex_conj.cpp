@@ -6,5 +6,5 @@
 
 namespace ops = qor::vm::complex;
 
-QOR_VM_COMPLEX_UNARY_KERNELS(c, Conj, HA, qor_complex8, ops::ConjOp<qor_complex8>{})
-QOR_VM_COMPLEX_UNARY_KERNELS(z, Conj, HA, qor_complex16, ops::ConjOp<qor_complex16>{})
+QOR_VM_KERNEL_PAIR(c, Conj, unary, HA, ops::ConjOp<qor_complex8>{})
+QOR_VM_KERNEL_PAIR(z, Conj, unary, HA, ops::ConjOp<qor_complex16>{})

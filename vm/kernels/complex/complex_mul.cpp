@@ -6,11 +6,11 @@
 
 namespace ops = qor::vm::complex;
 
-QOR_VM_COMPLEX_BINARY_KERNELS(c, Mul, HA, qor_complex8, (ops::ComplexMulOp<qor_complex8, false, true>{}))
-QOR_VM_COMPLEX_BINARY_KERNELS(c, Mul, EP, qor_complex8, (ops::ComplexMulOp<qor_complex8, false, false>{}))
-QOR_VM_COMPLEX_BINARY_KERNELS(z, Mul, HA, qor_complex16, (ops::ComplexMulOp<qor_complex16, false, true>{}))
-QOR_VM_COMPLEX_BINARY_KERNELS(z, Mul, EP, qor_complex16, (ops::ComplexMulOp<qor_complex16, false, false>{}))
-QOR_VM_COMPLEX_BINARY_KERNELS(c, MulByConj, HA, qor_complex8, (ops::ComplexMulOp<qor_complex8, true, true>{}))
-QOR_VM_COMPLEX_BINARY_KERNELS(c, MulByConj, EP, qor_complex8, (ops::ComplexMulOp<qor_complex8, true, false>{}))
-QOR_VM_COMPLEX_BINARY_KERNELS(z, MulByConj, HA, qor_complex16, (ops::ComplexMulOp<qor_complex16, true, true>{}))
-QOR_VM_COMPLEX_BINARY_KERNELS(z, MulByConj, EP, qor_complex16, (ops::ComplexMulOp<qor_complex16, true, false>{}))
+QOR_VM_KERNEL_PAIR(c, Mul, binary, HA, (ops::ComplexMulOp<qor_complex8, false, true>{}))
+QOR_VM_KERNEL_PAIR(c, Mul, binary, EP, (ops::ComplexMulOp<qor_complex8, false, false>{}))
+QOR_VM_KERNEL_PAIR(z, Mul, binary, HA, (ops::ComplexMulOp<qor_complex16, false, true>{}))
+QOR_VM_KERNEL_PAIR(z, Mul, binary, EP, (ops::ComplexMulOp<qor_complex16, false, false>{}))
+QOR_VM_KERNEL_PAIR(c, MulByConj, binary, HA, (ops::ComplexMulOp<qor_complex8, true, true>{}))
+QOR_VM_KERNEL_PAIR(c, MulByConj, binary, EP, (ops::ComplexMulOp<qor_complex8, true, false>{}))
+QOR_VM_KERNEL_PAIR(z, MulByConj, binary, HA, (ops::ComplexMulOp<qor_complex16, true, true>{}))
+QOR_VM_KERNEL_PAIR(z, MulByConj, binary, EP, (ops::ComplexMulOp<qor_complex16, true, false>{}))

@@ -6,9 +6,9 @@
 
 namespace ops = qor::vm::explog;
 
-QOR_VM_SCREENED_KERNELS(d, Exp, HA, double, (ops::DoubleExp<qor::vm::Variant::HA>{}))
-QOR_VM_SCREENED_KERNELS(d, Exp, LA, double, (ops::DoubleExp<qor::vm::Variant::LA>{}))
-QOR_VM_SCREENED_KERNELS(d, Exp, EP, double, (ops::DoubleExp<qor::vm::Variant::EP>{}))
-QOR_VM_SCREENED_KERNELS(s, Exp, HA, float, (ops::SingleExp<qor::vm::Variant::HA>{}))
-QOR_VM_SCREENED_KERNELS(s, Exp, LA, float, (ops::SingleExp<qor::vm::Variant::LA>{}))
-QOR_VM_SCREENED_KERNELS(s, Exp, EP, float, (ops::SingleExp<qor::vm::Variant::EP>{}))
+QOR_VM_KERNEL_PAIR(d, Exp, unary, HA, (ops::DoubleExp<qor::vm::Variant::HA>{}))
+QOR_VM_KERNEL_PAIR(d, Exp, unary, LA, (ops::DoubleExp<qor::vm::Variant::LA>{}))
+QOR_VM_KERNEL_PAIR(d, Exp, unary, EP, (ops::DoubleExp<qor::vm::Variant::EP>{}))
+QOR_VM_KERNEL_PAIR(s, Exp, unary, HA, (ops::SingleExp<qor::vm::Variant::HA>{}))
+QOR_VM_KERNEL_PAIR(s, Exp, unary, LA, (ops::SingleExp<qor::vm::Variant::LA>{}))
+QOR_VM_KERNEL_PAIR(s, Exp, unary, EP, (ops::SingleExp<qor::vm::Variant::EP>{}))

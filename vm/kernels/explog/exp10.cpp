@@ -6,5 +6,5 @@
 
 namespace ops = qor::vm::explog;
 
-QOR_VM_SCREENED_KERNELS(d, Exp10, HA, double, (ops::DoubleExp10{}))
-QOR_VM_SCREENED_KERNELS(s, Exp10, HA, float, (ops::SingleExp10{}))
+QOR_VM_KERNEL_PAIR(d, Exp10, unary, HA, (ops::DoubleExp10{}))
+QOR_VM_KERNEL_PAIR(s, Exp10, unary, HA, (ops::SingleExp10{}))

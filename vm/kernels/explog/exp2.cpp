@@ -6,5 +6,5 @@
 
 namespace ops = qor::vm::explog;
 
-QOR_VM_SCREENED_KERNELS(d, Exp2, HA, double, (ops::DoubleExp2{}))
-QOR_VM_SCREENED_KERNELS(s, Exp2, HA, float, (ops::SingleExp2{}))
+QOR_VM_KERNEL_PAIR(d, Exp2, unary, HA, (ops::DoubleExp2{}))
+QOR_VM_KERNEL_PAIR(s, Exp2, unary, HA, (ops::SingleExp2{}))

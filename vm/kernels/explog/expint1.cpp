@@ -6,7 +6,7 @@
 
 namespace ops = qor::vm::explog;
 
-QOR_VM_SCREENED_KERNELS(d, ExpInt1, HA, double, (ops::DoubleExpInt1<ops::Quality::High>{}))
-QOR_VM_SCREENED_KERNELS(d, ExpInt1, EP, double, (ops::DoubleExpInt1<ops::Quality::Mid>{}))
-QOR_VM_SCREENED_KERNELS(s, ExpInt1, HA, float, (ops::SingleExpInt1<ops::Quality::Mid>{}))
-QOR_VM_SCREENED_KERNELS(s, ExpInt1, EP, float, (ops::SingleExpInt1<ops::Quality::Low>{}))
+QOR_VM_KERNEL_PAIR(d, ExpInt1, unary, HA, (ops::DoubleExpInt1<ops::Quality::High>{}))
+QOR_VM_KERNEL_PAIR(d, ExpInt1, unary, EP, (ops::DoubleExpInt1<ops::Quality::Mid>{}))
+QOR_VM_KERNEL_PAIR(s, ExpInt1, unary, HA, (ops::SingleExpInt1<ops::Quality::Mid>{}))
+QOR_VM_KERNEL_PAIR(s, ExpInt1, unary, EP, (ops::SingleExpInt1<ops::Quality::Low>{}))

@@ -6,5 +6,5 @@
 
 namespace ops = qor::vm::explog;
 
-QOR_VM_SCREENED_KERNELS(d, Expm1, HA, double, (ops::DoubleExpm1{}))
-QOR_VM_SCREENED_KERNELS(s, Expm1, HA, float, (ops::SingleExpm1{}))
+QOR_VM_KERNEL_PAIR(d, Expm1, unary, HA, (ops::DoubleExpm1{}))
+QOR_VM_KERNEL_PAIR(s, Expm1, unary, HA, (ops::SingleExpm1{}))

@@ -6,9 +6,9 @@
 
 namespace ops = qor::vm::explog;
 
-QOR_VM_SCREENED_KERNELS(d, Ln, HA, double, (ops::DoubleLn<qor::vm::Variant::HA>{}))
-QOR_VM_SCREENED_KERNELS(d, Ln, LA, double, (ops::DoubleLn<qor::vm::Variant::LA>{}))
-QOR_VM_SCREENED_KERNELS(d, Ln, EP, double, (ops::DoubleLn<qor::vm::Variant::EP>{}))
-QOR_VM_SCREENED_KERNELS(s, Ln, HA, float, (ops::SingleLn<qor::vm::Variant::HA>{}))
-QOR_VM_SCREENED_KERNELS(s, Ln, LA, float, (ops::SingleLn<qor::vm::Variant::LA>{}))
-QOR_VM_SCREENED_KERNELS(s, Ln, EP, float, (ops::SingleLn<qor::vm::Variant::EP>{}))
+QOR_VM_KERNEL_PAIR(d, Ln, unary, HA, (ops::DoubleLn<qor::vm::Variant::HA>{}))
+QOR_VM_KERNEL_PAIR(d, Ln, unary, LA, (ops::DoubleLn<qor::vm::Variant::LA>{}))
+QOR_VM_KERNEL_PAIR(d, Ln, unary, EP, (ops::DoubleLn<qor::vm::Variant::EP>{}))
+QOR_VM_KERNEL_PAIR(s, Ln, unary, HA, (ops::SingleLn<qor::vm::Variant::HA>{}))
+QOR_VM_KERNEL_PAIR(s, Ln, unary, LA, (ops::SingleLn<qor::vm::Variant::LA>{}))
+QOR_VM_KERNEL_PAIR(s, Ln, unary, EP, (ops::SingleLn<qor::vm::Variant::EP>{}))

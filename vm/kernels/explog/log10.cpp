@@ -6,8 +6,8 @@
 
 namespace ops = qor::vm::explog;
 
-QOR_VM_SCREENED_KERNELS(d, Log10, HA, double, (ops::DoubleLog10<true>{}))
-QOR_VM_SCREENED_KERNELS(d, Log10, LA, double, (ops::DoubleLog10<false>{}))
-QOR_VM_SCREENED_KERNELS(s, Log10, HA, float, (ops::SingleLog10<qor::vm::log_single::Variant::HA>{}))
-QOR_VM_SCREENED_KERNELS(s, Log10, LA, float, (ops::SingleLog10<qor::vm::log_single::Variant::LA>{}))
-QOR_VM_SCREENED_KERNELS(s, Log10, EP, float, (ops::SingleLog10<qor::vm::log_single::Variant::EP>{}))
+QOR_VM_KERNEL_PAIR(d, Log10, unary, HA, (ops::DoubleLog10<true>{}))
+QOR_VM_KERNEL_PAIR(d, Log10, unary, LA, (ops::DoubleLog10<false>{}))
+QOR_VM_KERNEL_PAIR(s, Log10, unary, HA, (ops::SingleLog10<qor::vm::log_single::Variant::HA>{}))
+QOR_VM_KERNEL_PAIR(s, Log10, unary, LA, (ops::SingleLog10<qor::vm::log_single::Variant::LA>{}))
+QOR_VM_KERNEL_PAIR(s, Log10, unary, EP, (ops::SingleLog10<qor::vm::log_single::Variant::EP>{}))

@@ -6,7 +6,7 @@
 
 namespace ops = qor::vm::explog;
 
-QOR_VM_SCREENED_KERNELS(d, Log1p, HA, double, (ops::DoubleLog1p{}))
-QOR_VM_SCREENED_KERNELS(s, Log1p, HA, float, (ops::SingleLog1p<qor::vm::log_single::Variant::HA>{}))
-QOR_VM_SCREENED_KERNELS(s, Log1p, LA, float, (ops::SingleLog1p<qor::vm::log_single::Variant::LA>{}))
-QOR_VM_SCREENED_KERNELS(s, Log1p, EP, float, (ops::SingleLog1p<qor::vm::log_single::Variant::EP>{}))
+QOR_VM_KERNEL_PAIR(d, Log1p, unary, HA, (ops::DoubleLog1p{}))
+QOR_VM_KERNEL_PAIR(s, Log1p, unary, HA, (ops::SingleLog1p<qor::vm::log_single::Variant::HA>{}))
+QOR_VM_KERNEL_PAIR(s, Log1p, unary, LA, (ops::SingleLog1p<qor::vm::log_single::Variant::LA>{}))
+QOR_VM_KERNEL_PAIR(s, Log1p, unary, EP, (ops::SingleLog1p<qor::vm::log_single::Variant::EP>{}))

@@ -6,5 +6,5 @@
 
 namespace ops = qor::vm::explog;
 
-QOR_VM_SCREENED_KERNELS(d, Log2, HA, double, (ops::DoubleLog2{}))
-QOR_VM_SCREENED_KERNELS(s, Log2, HA, float, (ops::SingleLog2{}))
+QOR_VM_KERNEL_PAIR(d, Log2, unary, HA, (ops::DoubleLog2{}))
+QOR_VM_KERNEL_PAIR(s, Log2, unary, HA, (ops::SingleLog2{}))

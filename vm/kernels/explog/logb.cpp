@@ -6,5 +6,5 @@
 
 namespace ops = qor::vm::explog;
 
-QOR_VM_SCREENED_KERNELS(d, Logb, HA, double, (ops::DoubleLogb{}))
-QOR_VM_SCREENED_KERNELS(s, Logb, HA, float, (ops::SingleLogb{}))
+QOR_VM_KERNEL_PAIR(d, Logb, unary, HA, (ops::DoubleLogb{}))
+QOR_VM_KERNEL_PAIR(s, Logb, unary, HA, (ops::SingleLogb{}))

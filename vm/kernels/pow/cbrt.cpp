@@ -7,9 +7,9 @@
 using qor::vm::cbrt_core::Acc;
 using qor::vm::cbrt_core::CbrtOp;
 
-QOR_VM_UNARY_KERNELS(d, Cbrt, HA, double, (CbrtOp<double, Acc::HA>{}))
-QOR_VM_UNARY_KERNELS(d, Cbrt, LA, double, (CbrtOp<double, Acc::LA>{}))
-QOR_VM_UNARY_KERNELS(d, Cbrt, EP, double, (CbrtOp<double, Acc::EP>{}))
-QOR_VM_UNARY_KERNELS(s, Cbrt, HA, float, (CbrtOp<float, Acc::HA>{}))
-QOR_VM_UNARY_KERNELS(s, Cbrt, LA, float, (CbrtOp<float, Acc::LA>{}))
-QOR_VM_UNARY_KERNELS(s, Cbrt, EP, float, (CbrtOp<float, Acc::EP>{}))
+QOR_VM_KERNEL_PAIR(d, Cbrt, unary, HA, (CbrtOp<double, Acc::HA>{}))
+QOR_VM_KERNEL_PAIR(d, Cbrt, unary, LA, (CbrtOp<double, Acc::LA>{}))
+QOR_VM_KERNEL_PAIR(d, Cbrt, unary, EP, (CbrtOp<double, Acc::EP>{}))
+QOR_VM_KERNEL_PAIR(s, Cbrt, unary, HA, (CbrtOp<float, Acc::HA>{}))
+QOR_VM_KERNEL_PAIR(s, Cbrt, unary, LA, (CbrtOp<float, Acc::LA>{}))
+QOR_VM_KERNEL_PAIR(s, Cbrt, unary, EP, (CbrtOp<float, Acc::EP>{}))

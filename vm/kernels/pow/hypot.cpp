@@ -7,9 +7,9 @@
 using qor::vm::pow_core::HypotOp;
 using qor::vm::pow_core::Method;
 
-QOR_VM_BINARY_KERNELS(d, Hypot, HA, double, (HypotOp<double, Method::Exact>{}))
-QOR_VM_BINARY_KERNELS(d, Hypot, LA, double, (HypotOp<double, Method::Plain>{}))
-QOR_VM_BINARY_KERNELS(d, Hypot, EP, double, (HypotOp<double, Method::Plain>{}))
-QOR_VM_BINARY_KERNELS(s, Hypot, HA, float, (HypotOp<float, Method::Exact>{}))
-QOR_VM_BINARY_KERNELS(s, Hypot, LA, float, (HypotOp<float, Method::Plain>{}))
-QOR_VM_BINARY_KERNELS(s, Hypot, EP, float, (HypotOp<float, Method::Plain>{}))
+QOR_VM_KERNEL_PAIR(d, Hypot, binary, HA, (HypotOp<double, Method::Exact>{}))
+QOR_VM_KERNEL_PAIR(d, Hypot, binary, LA, (HypotOp<double, Method::Plain>{}))
+QOR_VM_KERNEL_PAIR(d, Hypot, binary, EP, (HypotOp<double, Method::Plain>{}))
+QOR_VM_KERNEL_PAIR(s, Hypot, binary, HA, (HypotOp<float, Method::Exact>{}))
+QOR_VM_KERNEL_PAIR(s, Hypot, binary, LA, (HypotOp<float, Method::Plain>{}))
+QOR_VM_KERNEL_PAIR(s, Hypot, binary, EP, (HypotOp<float, Method::Plain>{}))

@@ -12,9 +12,9 @@ using qor::vm::pow_core::DoublePow;
 using qor::vm::pow_core::Kind;
 using qor::vm::pow_core::SinglePow;
 
-QOR_VM_POW_KERNELS(d, Pow, HA, double, (DoublePow<Kind::Pow, Acc::HA>{}))
-QOR_VM_POW_KERNELS(d, Pow, LA, double, (DoublePow<Kind::Pow, Acc::LA>{}))
-QOR_VM_POW_KERNELS(d, Pow, EP, double, (DoublePow<Kind::Pow, Acc::EP>{}))
-QOR_VM_POW_KERNELS(s, Pow, HA, float, (SinglePow<Kind::Pow, Acc::HA>{}))
-QOR_VM_POW_KERNELS(s, Pow, LA, float, (SinglePow<Kind::Pow, Acc::LA>{}))
-QOR_VM_POW_KERNELS(s, Pow, EP, float, (SinglePow<Kind::Pow, Acc::EP>{}))
+QOR_VM_KERNEL_PAIR(d, Pow, binary, HA, (DoublePow<Kind::Pow, Acc::HA>{}))
+QOR_VM_KERNEL_PAIR(d, Pow, binary, LA, (DoublePow<Kind::Pow, Acc::LA>{}))
+QOR_VM_KERNEL_PAIR(d, Pow, binary, EP, (DoublePow<Kind::Pow, Acc::EP>{}))
+QOR_VM_KERNEL_PAIR(s, Pow, binary, HA, (SinglePow<Kind::Pow, Acc::HA>{}))
+QOR_VM_KERNEL_PAIR(s, Pow, binary, LA, (SinglePow<Kind::Pow, Acc::LA>{}))
+QOR_VM_KERNEL_PAIR(s, Pow, binary, EP, (SinglePow<Kind::Pow, Acc::EP>{}))

@@ -4,5 +4,5 @@
 #include "../driver.h"
 #include "pow2o3_ops.h"
 
-QOR_VM_UNARY_KERNELS(d, Pow2o3, HA, double, (qor::vm::cbrt_core::Pow2o3Op<double>{}))
-QOR_VM_UNARY_KERNELS(s, Pow2o3, HA, float, (qor::vm::cbrt_core::Pow2o3Op<float>{}))
+QOR_VM_KERNEL_PAIR(d, Pow2o3, unary, HA, (qor::vm::cbrt_core::Pow2o3Op<double>{}))
+QOR_VM_KERNEL_PAIR(s, Pow2o3, unary, HA, (qor::vm::cbrt_core::Pow2o3Op<float>{}))

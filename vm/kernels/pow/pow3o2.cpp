@@ -4,5 +4,5 @@
 #include "../driver.h"
 #include "pow3o2_ops.h"
 
-QOR_VM_UNARY_KERNELS(d, Pow3o2, HA, double, (qor::vm::pow_core::Pow3o2Op<double>{}))
-QOR_VM_UNARY_KERNELS(s, Pow3o2, HA, float, (qor::vm::pow_core::Pow3o2Op<float>{}))
+QOR_VM_KERNEL_PAIR(d, Pow3o2, unary, HA, (qor::vm::pow_core::Pow3o2Op<double>{}))
+QOR_VM_KERNEL_PAIR(s, Pow3o2, unary, HA, (qor::vm::pow_core::Pow3o2Op<float>{}))

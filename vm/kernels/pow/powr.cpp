@@ -13,9 +13,9 @@ using qor::vm::pow_core::DoublePow;
 using qor::vm::pow_core::Kind;
 using qor::vm::pow_core::SinglePow;
 
-QOR_VM_POW_KERNELS(d, Powr, HA, double, (DoublePow<Kind::Powr, Acc::HA>{}))
-QOR_VM_POW_KERNELS(d, Powr, LA, double, (DoublePow<Kind::Powr, Acc::LA>{}))
-QOR_VM_POW_KERNELS(d, Powr, EP, double, (DoublePow<Kind::Powr, Acc::EP>{}))
-QOR_VM_POW_KERNELS(s, Powr, HA, float, (SinglePow<Kind::Powr, Acc::HA>{}))
-QOR_VM_POW_KERNELS(s, Powr, LA, float, (SinglePow<Kind::Powr, Acc::LA>{}))
-QOR_VM_POW_KERNELS(s, Powr, EP, float, (SinglePow<Kind::Powr, Acc::EP>{}))
+QOR_VM_KERNEL_PAIR(d, Powr, binary, HA, (DoublePow<Kind::Powr, Acc::HA>{}))
+QOR_VM_KERNEL_PAIR(d, Powr, binary, LA, (DoublePow<Kind::Powr, Acc::LA>{}))
+QOR_VM_KERNEL_PAIR(d, Powr, binary, EP, (DoublePow<Kind::Powr, Acc::EP>{}))
+QOR_VM_KERNEL_PAIR(s, Powr, binary, HA, (SinglePow<Kind::Powr, Acc::HA>{}))
+QOR_VM_KERNEL_PAIR(s, Powr, binary, LA, (SinglePow<Kind::Powr, Acc::LA>{}))
+QOR_VM_KERNEL_PAIR(s, Powr, binary, EP, (SinglePow<Kind::Powr, Acc::EP>{}))

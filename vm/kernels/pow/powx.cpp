@@ -4,10 +4,12 @@
 #include "../pow_loop.h"
 #include "powx_ops.h"
 
-#define QOR_POWX_RUN(A, kind) qor::vm::pow_core::powx_##kind<qor::vm::pow_core::Acc::A>
-QOR_VM_POWX_KERNELS(d, HA, double, QOR_POWX_RUN(HA, double))
-QOR_VM_POWX_KERNELS(d, LA, double, QOR_POWX_RUN(LA, double))
-QOR_VM_POWX_KERNELS(d, EP, double, QOR_POWX_RUN(EP, double))
-QOR_VM_POWX_KERNELS(s, HA, float, QOR_POWX_RUN(HA, single))
-QOR_VM_POWX_KERNELS(s, LA, float, QOR_POWX_RUN(LA, single))
-QOR_VM_POWX_KERNELS(s, EP, float, QOR_POWX_RUN(EP, single))
+using qor::vm::pow_core::Acc;
+using qor::vm::pow_core::PowxMethod;
+
+QOR_VM_KERNEL_PAIR(d, Powx, scalar, HA, (PowxMethod<double, Acc::HA>{}))
+QOR_VM_KERNEL_PAIR(d, Powx, scalar, LA, (PowxMethod<double, Acc::LA>{}))
+QOR_VM_KERNEL_PAIR(d, Powx, scalar, EP, (PowxMethod<double, Acc::EP>{}))
+QOR_VM_KERNEL_PAIR(s, Powx, scalar, HA, (PowxMethod<float, Acc::HA>{}))
+QOR_VM_KERNEL_PAIR(s, Powx, scalar, LA, (PowxMethod<float, Acc::LA>{}))
+QOR_VM_KERNEL_PAIR(s, Powx, scalar, EP, (PowxMethod<float, Acc::EP>{}))

@@ -19,6 +19,7 @@
 #pragma once
 
 #include <cstdlib>
+#include <type_traits>
 
 #include "../pow_loop.h"
 #include "pow_ops.h"
@@ -174,30 +175,29 @@ struct SinglePowxGeneral : PowxBase<float> {
 inline constexpr double kMaxPlainPower = 0x1p20;
 inline constexpr int kMaxDoubleDoubleSteps = 6;
 
-template <Acc A, class AV, class RV>
-void powx_double(int n, AV a, double b, RV r, const char* name) {
-    if (b == 0.0) return run_marked_unary(PowxOne<double>{{b}}, n, a, r, name);
-    if (b == 1.0) return run_marked_unary(PowxIdentity<double>{{b}}, n, a, r, name);
-    if (b == 0.5) return run_marked_unary(PowxSqrt<double>{{b}}, n, a, r, name);
-    if (std::trunc(b) == b && std::fabs(b) <= kMaxPlainPower) {
-        const uint64_t e = uint64_t(std::fabs(b));
-        if (A == Acc::EP) return run_marked_unary(DoublePowIntPlain{{b}, e, b < 0}, n, a, r, name);
-        if (power_steps(e) + (b < 0) <= kMaxDoubleDoubleSteps)
-            return run_marked_unary(DoublePowIntDD{{b}, e, b < 0}, n, a, r, name);
-    }
-    run_marked_unary(DoublePowxGeneral<A>{{b}}, n, a, r, name);
-}
+// The method of the kernels: picks the Op for the exponent b and hands it
+// to go.
+template <class Real, Acc A>
+struct PowxMethod {
+    static constexpr bool kSingle = std::is_same_v<Real, float>;
 
-template <Acc A, class AV, class RV>
-void powx_single(int n, AV a, float b, RV r, const char* name) {
-    if (b == 0.0f) return run_marked_unary(PowxOne<float>{{b}}, n, a, r, name);
-    if (b == 1.0f) return run_marked_unary(PowxIdentity<float>{{b}}, n, a, r, name);
-    if (b == 0.5f) return run_marked_unary(PowxSqrt<float>{{b}}, n, a, r, name);
-    if (std::trunc(b) == b && std::fabs(b) <= float(kMaxPlainPower)) {
-        const uint64_t e = uint64_t(std::fabs(b));
-        return run_marked_unary(SinglePowInt{{b}, e, b < 0}, n, a, r, name);
+    template <class Go>
+    void operator()(Go&& go, Real b) const {
+        if (b == Real(0)) return go(PowxOne<Real>{{b}});
+        if (b == Real(1)) return go(PowxIdentity<Real>{{b}});
+        if (b == Real(0.5)) return go(PowxSqrt<Real>{{b}});
+        if (std::trunc(b) == b && std::fabs(b) <= Real(kMaxPlainPower)) {
+            const uint64_t e = uint64_t(std::fabs(b));
+            if constexpr (kSingle) {
+                return go(SinglePowInt{{b}, e, b < 0});
+            } else {
+                if (A == Acc::EP) return go(DoublePowIntPlain{{b}, e, b < 0});
+                if (power_steps(e) + (b < 0) <= kMaxDoubleDoubleSteps) return go(DoublePowIntDD{{b}, e, b < 0});
+            }
+        }
+        if constexpr (kSingle) go(SinglePowxGeneral<A>{{b}});
+        else go(DoublePowxGeneral<A>{{b}});
     }
-    run_marked_unary(SinglePowxGeneral<A>{{b}}, n, a, r, name);
-}
+};
 
 }  // namespace qor::vm::pow_core
