@@ -34,26 +34,33 @@ struct QuietBinaryOp {
 
 // Kernels made of bit operations see no DAZ: under the flush-to-zero mode
 // they flush subnormals themselves (Fn<T, true>), which costs an operation
-// per vector, so these loops read the mode and take the plain variant
-// (Fn<T, false>) otherwise.
+// per vector, so these loops read the mode, once, and take the plain
+// variant (Fn<T, false>) otherwise.
 namespace qor::vm {
 
-inline bool flush_mode() { return wanted_mxcsr(current_mode()) == kMxcsrFlushToZero; }
+inline uint32_t quiet_call_control() {
+    const uint32_t mode = cached_mode();
+    return wanted_mxcsr(mode ? mode : current_mode());
+}
 
 template <template <class, bool> class Fn, class T, class A, class R>
 void run_quiet_unary(int n, A a, R r, const char* name) {
-    if (flush_mode())
-        run_unary(QuietUnaryOp<T, Fn<T, true>>{}, n, a, r, name);
+    if (n <= 0) return;
+    const uint32_t wanted = quiet_call_control();
+    if (wanted == kMxcsrFlushToZero)
+        run_under(QuietUnaryOp<T, Fn<T, true>>{}, wanted, n, name, a, r);
     else
-        run_unary(QuietUnaryOp<T, Fn<T, false>>{}, n, a, r, name);
+        run_under(QuietUnaryOp<T, Fn<T, false>>{}, wanted, n, name, a, r);
 }
 
 template <template <class, bool> class Fn, class T, class A, class B, class R>
 void run_quiet_binary(int n, A a, B b, R r, const char* name) {
-    if (flush_mode())
-        run_binary(QuietBinaryOp<T, Fn<T, true>>{}, n, a, b, r, name);
+    if (n <= 0) return;
+    const uint32_t wanted = quiet_call_control();
+    if (wanted == kMxcsrFlushToZero)
+        run_under(QuietBinaryOp<T, Fn<T, true>>{}, wanted, n, name, a, b, r);
     else
-        run_binary(QuietBinaryOp<T, Fn<T, false>>{}, n, a, b, r, name);
+        run_under(QuietBinaryOp<T, Fn<T, false>>{}, wanted, n, name, a, b, r);
 }
 
 }  // namespace qor::vm
