@@ -382,13 +382,20 @@ public:
                 // Flags raised before the call would hide the call's own:
                 // the general path clears them first.
                 if ((entry & Op::flag_screen) || !outputs_apart(n, AllSeq{})) return resume(0, n);
+                // The elements after the whole blocks first, on masks, so
+                // that nothing waits behind the last read of the flags.
+                // The outputs overlap no input: the general path may
+                // compute any stretch again.
                 const ptrdiff_t whole = n - n % kBlock;
+                for (ptrdiff_t j = whole; j < n; j += W)
+                    if (!clear_step(j, n - j < W ? int(n - j) : W)) [[unlikely]] return resume(0, n);
                 while (i < whole) {
                     const ptrdiff_t end = i + kFlagChunk < whole ? i + kFlagChunk : whole;
                     unmasked_blocks(i, end);
                     if (FpEnvironment::flags() & Op::flag_screen) [[unlikely]] return resume(i, n);
                     i = end;
                 }
+                return;
             }
         }
         for (; i + kBlock <= n; i += kBlock)
