@@ -4,6 +4,8 @@
 // `static V apply(V a)` or `static V apply(V a, V b)` over Simd<T>.
 #pragma once
 
+#include <type_traits>
+
 #include "driver.h"
 
 namespace qor::vm {
@@ -38,29 +40,40 @@ struct QuietBinaryOp {
 // variant (Fn<T, false>) otherwise.
 namespace qor::vm {
 
-inline uint32_t quiet_call_control() {
+template <template <class, bool> class Fn, class T, class... Views>
+[[gnu::always_inline]] inline void run_quiet_under(uint32_t mode, int n, const char* name, Views... views) {
+    using Plain = std::conditional_t<sizeof...(Views) == 2, QuietUnaryOp<T, Fn<T, false>>, QuietBinaryOp<T, Fn<T, false>>>;
+    using Flushing = std::conditional_t<sizeof...(Views) == 2, QuietUnaryOp<T, Fn<T, true>>, QuietBinaryOp<T, Fn<T, true>>>;
+    const uint32_t wanted = wanted_mxcsr(mode);
+    if (wanted == kMxcsrFlushToZero)
+        run_under(Flushing{}, wanted, n, name, views...);
+    else
+        run_under(Plain{}, wanted, n, name, views...);
+}
+
+// A thread whose mode is not set yet, out of line so that the kernel entry
+// makes no call that returns to it.
+template <template <class, bool> class Fn, class T, class... Views>
+[[gnu::noinline, gnu::cold]] void run_quiet_first(int n, const char* name, Views... views) {
+    run_quiet_under<Fn, T>(current_mode(), n, name, views...);
+}
+
+template <template <class, bool> class Fn, class T, class... Views>
+[[gnu::always_inline]] inline void run_quiet(int n, const char* name, Views... views) {
+    if (n <= 0) return;
     const uint32_t mode = cached_mode();
-    return wanted_mxcsr(mode ? mode : current_mode());
+    if (mode == 0) [[unlikely]] return run_quiet_first<Fn, T>(n, name, views...);
+    run_quiet_under<Fn, T>(mode, n, name, views...);
 }
 
 template <template <class, bool> class Fn, class T, class A, class R>
-void run_quiet_unary(int n, A a, R r, const char* name) {
-    if (n <= 0) return;
-    const uint32_t wanted = quiet_call_control();
-    if (wanted == kMxcsrFlushToZero)
-        run_under(QuietUnaryOp<T, Fn<T, true>>{}, wanted, n, name, a, r);
-    else
-        run_under(QuietUnaryOp<T, Fn<T, false>>{}, wanted, n, name, a, r);
+[[gnu::always_inline]] inline void run_quiet_unary(int n, A a, R r, const char* name) {
+    run_quiet<Fn, T>(n, name, a, r);
 }
 
 template <template <class, bool> class Fn, class T, class A, class B, class R>
-void run_quiet_binary(int n, A a, B b, R r, const char* name) {
-    if (n <= 0) return;
-    const uint32_t wanted = quiet_call_control();
-    if (wanted == kMxcsrFlushToZero)
-        run_under(QuietBinaryOp<T, Fn<T, true>>{}, wanted, n, name, a, b, r);
-    else
-        run_under(QuietBinaryOp<T, Fn<T, false>>{}, wanted, n, name, a, b, r);
+[[gnu::always_inline]] inline void run_quiet_binary(int n, A a, B b, R r, const char* name) {
+    run_quiet<Fn, T>(n, name, a, b, r);
 }
 
 }  // namespace qor::vm
