@@ -1,5 +1,5 @@
 // Arithmetic and rounding kernels against a plain scalar loop compiled with
-// -O3 -msse4.2, in cache (n = 1000) and streaming (n = 10^6).  CPE and
+// -O3 -msse4.2, in cache (n = 1000) and streaming (n = 2^20).  CPE and
 // CPEmin are time-stamp ticks per element over the whole run and for the
 // fastest batch.
 #include <cmath>
@@ -13,7 +13,7 @@
 namespace qor::bench {
 namespace {
 
-constexpr long kSizes[] = {1000, 1000000};
+constexpr long kSizes[] = {1000, 1 << 20};
 
 // Registers one benchmark: `call(a, b, r, n)` runs once over arrays of n
 // elements of T filled with uniform values in [lo, hi).

@@ -34,7 +34,7 @@ void register_call(const std::string& label, Add add) {
             std::vector<double> r(n);
             // Many calls between two counter reads, so that the counter's
             // own cost does not swamp a one-element call.
-            const long calls = n < 1000 ? 64 : 1;
+            const long calls = n <= 1000 ? 64 : 1;
             uint64_t ticks = 0, fastest = ~uint64_t{0};
             for (auto _ : st) {
                 const uint64_t t0 = __rdtsc();

@@ -367,14 +367,14 @@ public:
         : op_(op), ctx_(ctx), name_(name), views_(views...) {}
 
     // The fast path of a call of n > 0 elements under the MXCSR control
-    // `wanted`.  It runs while MXCSR already holds that control and no
+    // `wanted`, given MXCSR as read on entry (the one read of the call's
+    // fast path).  It runs while MXCSR already holds that control and no
     // element is marked, and hands the rest of the call to the general path
     // otherwise: a stretch is stored only after its mask came out clear, so
     // the general path can start over at that stretch.  Every exit is a
     // jump, never a call that returns here, so the path keeps its values in
     // registers that need no saving.
-    QOR_LOOP_INLINE void fast(ptrdiff_t n, uint32_t wanted) const {
-        const uint32_t entry = read_mxcsr();
+    QOR_LOOP_INLINE void fast(ptrdiff_t n, uint32_t wanted, uint32_t entry) const {
         if ((entry & kMxcsrControl) != wanted) [[unlikely]] return resume(0, n);
         ptrdiff_t i = 0;
         if constexpr (FlagScreened<Op> && (kContig<Views> && ...)) {
@@ -663,7 +663,7 @@ private:
 // control `wanted`.
 template <class Op, class... Views>
 QOR_LOOP_INLINE void run_under(const Op& op, uint32_t wanted, ptrdiff_t n, const char* name, Views... views) {
-    Loop<Op, Views...>(op, nullptr, name, views...).fast(n, wanted);
+    Loop<Op, Views...>(op, nullptr, name, views...).fast(n, wanted, read_mxcsr());
 }
 
 // Runs op over n elements: inputs first, then outputs.  The mode is read
@@ -672,13 +672,14 @@ QOR_LOOP_INLINE void run_under(const Op& op, uint32_t wanted, ptrdiff_t n, const
 template <class Op, class... Views>
 QOR_LOOP_INLINE void run(const Op& op, ptrdiff_t n, const char* name, Views... views) {
     if (n <= 0) return;
+    const uint32_t entry = read_mxcsr();
     uint32_t wanted = kMxcsrPlain;
     if constexpr (Op::reads_mode) {
         const uint32_t mode = cached_mode();
         if (!mode) [[unlikely]] return Loop<Op, Views...>::general(op, name, 0, n, views...);
         wanted = wanted_mxcsr(mode);
     }
-    run_under(op, wanted, n, name, views...);
+    Loop<Op, Views...>(op, nullptr, name, views...).fast(n, wanted, entry);
 }
 
 // The names the kernels call the loop by.
