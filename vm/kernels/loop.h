@@ -367,13 +367,12 @@ public:
         : op_(op), ctx_(ctx), name_(name), views_(views...) {}
 
     // The fast path of a call of n > 0 elements under the MXCSR control
-    // `wanted`, given MXCSR as read on entry (the one read of the call's
-    // fast path).  It runs while MXCSR already holds that control and no
-    // element is marked, and hands the rest of the call to the general path
-    // otherwise: a stretch is stored only after its mask came out clear, so
-    // the general path can start over at that stretch.  Every exit is a
-    // jump, never a call that returns here, so the path keeps its values in
-    // registers that need no saving.
+    // `wanted`, given MXCSR as read on entry.  It runs while MXCSR already
+    // holds that control and no element is marked, and hands the rest of
+    // the call to the general path otherwise: a stretch is stored only after
+    // its mask came out clear, so the general path can start over at that
+    // stretch.  Every exit is a jump, never a call that returns here, so the
+    // path keeps its values in registers that need no saving.
     QOR_LOOP_INLINE void fast(ptrdiff_t n, uint32_t wanted, uint32_t entry) const {
         if ((entry & kMxcsrControl) != wanted) [[unlikely]] return resume(0, n);
         ptrdiff_t i = 0;
