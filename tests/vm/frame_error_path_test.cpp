@@ -103,13 +103,17 @@ TEST_F(FrameErrorPath, LongCallsReportEveryStretchInOrderApartAndInPlace) {
     run([] {
         qor_lum_kernel_SetMode(QOR_VM_ERRMODE_CALLBACK);
         qor_lum_kernel_SetErrorCallBack(CallbackLog::callback);
-        // Errors only past the first few thousand elements; in place, one
-        // early, one late and one in the tail, from a caller whose overflow
-        // flag is already raised and must stay raised.
+        // Apart: errors only past the first few thousand elements, or only
+        // in the last element.  In place: one early, one late and one near
+        // the end, from a caller whose overflow flag is already raised and
+        // must stay raised.
         const int n = 5003;
-        for (bool in_place : {false, true}) {
+        const struct {
+            bool in_place;
+            std::vector<int> bad;
+        } cases[] = {{false, {3000, 4500}}, {false, {5002}}, {true, {7, 3000, 5001}}};
+        for (const auto& [in_place, bad] : cases) {
             CallbackLog::reset();
-            const std::vector<int> bad = in_place ? std::vector<int>{7, 3000, 5001} : std::vector<int>{3000, 4500};
             std::vector<double> a(n, 1.5), b(n, 0.25), r(n);
             for (int i : bad) a[i] = b[i] = DBL_MAX;
             double* out = in_place ? a.data() : r.data();

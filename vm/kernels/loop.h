@@ -381,16 +381,15 @@ public:
                 // Flags raised before the call would hide the call's own:
                 // the general path clears them first.
                 if ((entry & Op::flag_screen) || !outputs_apart(n, AllSeq{})) return resume(0, n);
-                // The elements after the whole blocks first, on masks, so
+                // The elements after the whole steps first, on masks, so
                 // that nothing waits behind the last read of the flags.
                 // The outputs overlap no input: the general path may
                 // compute any stretch again.
-                const ptrdiff_t whole = n - n % kBlock;
-                for (ptrdiff_t j = whole; j < n; j += W)
-                    if (!clear_step(j, n - j < W ? int(n - j) : W)) [[unlikely]] return resume(0, n);
+                const ptrdiff_t whole = n - n % W;
+                if (whole < n && !clear_step(whole, int(n - whole))) [[unlikely]] return resume(0, n);
                 while (i < whole) {
                     const ptrdiff_t end = i + kFlagChunk < whole ? i + kFlagChunk : whole;
-                    unmasked_blocks(i, end);
+                    unmasked_steps(i, end);
                     if (FpEnvironment::flags() & Op::flag_screen) [[unlikely]] return resume(i, n);
                     i = end;
                 }
@@ -526,18 +525,21 @@ private:
         return true;
     }
 
-    // Blocks i .. end - 1 with no masks: the flags judge them afterwards.
-    QOR_LOOP_INLINE void unmasked_blocks(ptrdiff_t i, ptrdiff_t end) const {
-        for (; i < end; i += kBlock) {
+    // Steps i .. end - 1 (whole steps) with no masks: the flags judge them
+    // afterwards.
+    QOR_LOOP_INLINE void unmasked_steps(ptrdiff_t i, ptrdiff_t end) const {
+        auto step = [&](ptrdiff_t j) {
+            Packs p;
+            Mask m;
+            load_inputs(p, j, InSeq{});
+            compute<false>(p, m);
+            store_outputs(p, j, OutSeq{});
+        };
+        for (; i + kBlock <= end; i += kBlock) {
             #pragma GCC unroll 16
-            for (int s = 0; s < kSteps; ++s) {
-                Packs p;
-                Mask m;
-                load_inputs(p, i + s * W, InSeq{});
-                compute<false>(p, m);
-                store_outputs(p, i + s * W, OutSeq{});
-            }
+            for (int s = 0; s < kSteps; ++s) step(i + s * W);
         }
+        for (; i < end; i += W) step(i);
     }
 
     QOR_LOOP_INLINE void block(ptrdiff_t i) {
@@ -591,7 +593,7 @@ private:
         env.clear_entry_flags(Op::flag_screen);
         for (ptrdiff_t i = start; i < whole; i += kFlagChunk) {
             const ptrdiff_t end = i + kFlagChunk < whole ? i + kFlagChunk : whole;
-            unmasked_blocks(i, end);
+            unmasked_steps(i, end);
             if (env.flags() & Op::flag_screen) {
                 for (ptrdiff_t j = i; j < end; j += W) {
                     Packs p;
