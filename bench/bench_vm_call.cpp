@@ -18,9 +18,15 @@ namespace {
 
 using AddKernel = void (*)(int, const double*, const double*, double*);
 
+template <class F> struct CountType;
+template <class C, class... R> struct CountType<void (*)(C, R...)> { using type = C; };
+template <class F> using CountOf = typename CountType<F>::type;
+
 constexpr long kSizes[] = {1, 16, 1000, 1 << 20};
 
-void register_call(const std::string& label, AddKernel add) {
+// The public call takes a 64-bit count, the kernel entry and the loop an int.
+template <class Add>
+void register_call(const std::string& label, Add add) {
     for (long n : kSizes) {
         benchmark::RegisterBenchmark((label + "/" + std::to_string(n)).c_str(), [=](benchmark::State& st) {
             auto a = uniform_array<double>(n, 0.5, 1000.0, 1);
@@ -28,12 +34,12 @@ void register_call(const std::string& label, AddKernel add) {
             std::vector<double> r(n);
             // Many calls between two counter reads, so that the counter's
             // own cost does not swamp a one-element call.
-            const long calls = n < 1000 ? 64 : 1;
+            const long calls = n <= 1000 ? 64 : 1;
             uint64_t ticks = 0, fastest = ~uint64_t{0};
             for (auto _ : st) {
                 const uint64_t t0 = __rdtsc();
                 for (long c = 0; c < calls; ++c) {
-                    add(int(n), a.data(), b.data(), r.data());
+                    add(static_cast<CountOf<Add>>(n), a.data(), b.data(), r.data());
                     benchmark::ClobberMemory();
                 }
                 const uint64_t batch = __rdtsc() - t0;

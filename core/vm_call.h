@@ -62,7 +62,7 @@ struct Forward<void (*)(A...)> {
             if ((fits<A>(args) && ...)) [[likely]] {
                 return kernel(static_cast<A>(args)...);
             }
-            split(std::index_sequence_for<A...>{}, std::tuple<P...>(args...));
+            split(kernel, std::index_sequence_for<A...>{}, args...);
         }
     }
 
@@ -108,8 +108,12 @@ private:
         }
     }
 
-    template <std::size_t... I, class Tuple>
-    [[gnu::noinline, gnu::cold]] void split(std::index_sequence<I...>, const Tuple& t) const {
+    // Static and given its arguments as they came, so that the fast path
+    // keeps the kernel in a register instead of building the object.
+    template <std::size_t... I, class... P>
+    [[gnu::noinline, gnu::cold]] static void split(void (*kernel)(A...), std::index_sequence<I...>, P... args) {
+        using Tuple = std::tuple<P...>;
+        const Tuple t(args...);
         static_assert(widened<0, Tuple>, "the first argument of a split call is its count");
         const int64_t n = std::get<0>(t);
         if (n <= 0) return;

@@ -12,6 +12,7 @@
 #include <cstring>
 #include <limits>
 #include <string>
+#include <vector>
 
 #include "frame_support.h"
 #include "qor/qor_serv.h"
@@ -95,6 +96,43 @@ TEST_F(FrameErrorPath, CallbackReceivesEachOffendingElementInOrder) {
         EXPECT_EQ(CallbackLog::records[0].code, QOR_VM_STATUS_DOMAIN);
         EXPECT_STREQ(CallbackLog::records[0].name, "vdSub");
         EXPECT_EQ(CallbackLog::records[0].name_length, 5);
+    });
+}
+
+TEST_F(FrameErrorPath, LongCallsReportEveryStretchInOrderApartAndInPlace) {
+    run([] {
+        qor_lum_kernel_SetMode(QOR_VM_ERRMODE_CALLBACK);
+        qor_lum_kernel_SetErrorCallBack(CallbackLog::callback);
+        // Apart: errors only past the first few thousand elements, or only
+        // in the last element.  In place: one early, one late and one near
+        // the end, from a caller whose overflow flag is already raised and
+        // must stay raised.
+        const int n = 5003;
+        const struct {
+            bool in_place;
+            std::vector<int> bad;
+        } cases[] = {{false, {3000, 4500}}, {false, {5002}}, {true, {7, 3000, 5001}}};
+        for (const auto& [in_place, bad] : cases) {
+            CallbackLog::reset();
+            std::vector<double> a(n, 1.5), b(n, 0.25), r(n);
+            for (int i : bad) a[i] = b[i] = DBL_MAX;
+            double* out = in_place ? a.data() : r.data();
+            frame_test::set_mxcsr(0x1F80 | (in_place ? frame_test::kMxcsrOverflow : 0u));
+            _lumdAdd(n, a.data(), b.data(), out);
+            EXPECT_TRUE(frame_test::mxcsr() & frame_test::kMxcsrOverflow);
+            frame_test::set_mxcsr(0x1F80);
+            ASSERT_EQ(CallbackLog::records.size(), bad.size());
+            int wrong = 0;
+            for (std::size_t k = 0, i = 0; i < std::size_t(n); ++i) {
+                const bool is_bad = k < bad.size() && int(i) == bad[k];
+                if (is_bad) {
+                    EXPECT_EQ(CallbackLog::records[k].index, int(i));
+                    EXPECT_EQ(CallbackLog::records[k++].arg2, DBL_MAX);
+                }
+                wrong += out[i] != (is_bad ? kInf : 1.75);
+            }
+            EXPECT_EQ(wrong, 0) << (in_place ? "in place" : "apart");
+        }
     });
 }
 

@@ -339,7 +339,7 @@ TEST_F(FrameReporter, MixedTypesFillTheRecordPerArrayAndCountTheIndexInArguments
     qor_complex16 whole[6] = {{0, 0}, {0, 0}, {0, 0}, {1.5, -2.5}, {3.0, 4.0}, {0, 0}};
     double abs_r[3] = {10, 20, 30};
     state_->base = whole;
-    qor::vm::CallContext ctx(false);
+    qor::vm::CallContext ctx;
     // Complex in, real out (Abs): index counted in 16-byte elements, the
     // result written back without an imaginary part.
     report<qor_complex16, double>(ctx, QOR_VM_STATUS_OVERFLOW, 1, whole + 2, 1, whole + 2, 1, abs_r, 1, abs_r, 1,

@@ -1,8 +1,7 @@
-// What a kernel call needs from the calling thread, read once at its start:
-// the thread's state record, the mode word, the MXCSR control the mode asks
-// for and the error callback.  The loop and the reporters take it by
-// reference, so an element that reports reaches the state without a second
-// lookup.
+// What the error path of a kernel call needs from the calling thread: its
+// state record, looked up once.  A call whose elements all finish on the
+// vector path never builds one; the reporters read the mode and the callback
+// from the record when they run, so the fast path loads neither.
 //
 // The x87 unit is left alone unless an error's except action raises a flag:
 // that action saves the caller's control word here before it first loads an
@@ -20,14 +19,7 @@ namespace qor::vm {
 
 class CallContext {
 public:
-    // `reads_mode`: the kernel honours the mode's flush-to-zero setting;
-    // otherwise it runs under the plain control whatever the mode says.
-    explicit CallContext(bool reads_mode) : state(thread_state()) {
-        if (state->mode == 0) current_mode();
-        mode = state->mode;
-        callback = state->callback;
-        mxcsr = reads_mode ? wanted_mxcsr(mode) : kMxcsrPlain;
-    }
+    CallContext() : state(thread_state()) {}
     ~CallContext() {
         if (x87_saved_ && (x87_control_ & kX87Masks) != kX87Masks) load_x87_control(x87_control_);
     }
@@ -51,10 +43,10 @@ public:
     // is used as the caller left it and not given back afterwards.
     void leave_x87_alone() { x87_saved_ = true; x87_control_ = kX87Masks; }
 
+    // The thread's mode word, set from the environment on first use.
+    uint32_t mode() const { return state->mode ? state->mode : current_mode(); }
+
     ThreadState* state;
-    uint32_t mode;
-    uint32_t mxcsr;
-    qor_vm_error_callback callback;
 
 private:
     static constexpr uint16_t kX87Masks = 0x3F;

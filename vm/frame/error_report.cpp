@@ -28,7 +28,7 @@ template <class A, class R>
 void report(CallContext& ctx, int code, std::ptrdiff_t index, const A* a, std::ptrdiff_t inca, const A* b,
             std::ptrdiff_t incb, R* r1, std::ptrdiff_t incr1, R* r2, std::ptrdiff_t incr2, const char* name) {
     ThreadState* state = ctx.state;
-    const uint32_t mode = ctx.mode;
+    const uint32_t mode = ctx.mode();
     const uint32_t errmode = mode & QOR_VM_ERRMODE_MASK;
     if (errmode == QOR_VM_ERRMODE_NOERR) return;
     state->status = code;
@@ -60,8 +60,8 @@ void report(CallContext& ctx, int code, std::ptrdiff_t index, const A* a, std::p
         widen(r1[i * incr1], rec.res1, rec.res1_im);
         widen(r2[i * incr2], rec.res2, rec.res2_im);
     }
-    if ((mode & QOR_VM_ERRMODE_CALLBACK) && ctx.callback) {
-        if (ctx.callback(&rec) != 0) return;
+    if ((mode & QOR_VM_ERRMODE_CALLBACK) && state->callback) {
+        if (state->callback(&rec) != 0) return;
     }
     if (mode & 0x2F00) run_default_actions(rec, mode, ctx);
     // A kernel of one result passes its output as both r1 and r2, so res1
@@ -75,7 +75,7 @@ void report(CallContext& ctx, int code, std::ptrdiff_t index, const A* a, std::p
 template <class T>
 void report_strided(int code, int index, const T* a, int inca, const T* b, int incb, T* r1, int incr1, T* r2,
                     int incr2, const char* name) {
-    CallContext ctx(false);
+    CallContext ctx;
     ctx.leave_x87_alone();
     report<T, T>(ctx, code, index, a, inca, b, incb, r1, incr1, r2, incr2, name);
 }

@@ -22,6 +22,7 @@ constexpr uint32_t kFlagOverflow = 0x08;
 constexpr uint32_t kFlagUnderflow = 0x10;
 constexpr uint32_t kFlagInexact = 0x20;
 
+constexpr uint32_t kMxcsrControl = 0xFFC0;     // the bits a kernel sets; below them the flags
 constexpr uint32_t kMxcsrPlain = 0x1F80;       // all masked, nearest, no FTZ/DAZ
 constexpr uint32_t kMxcsrFlushToZero = 0x9FC0; // all masked, nearest, FTZ and DAZ
 
@@ -37,11 +38,13 @@ inline uint16_t read_x87_control() {
 
 inline void load_x87_control(uint16_t cw) { asm volatile("fldcw %0" : : "m"(cw) : "memory"); }
 
+inline uint32_t read_mxcsr() { return _mm_getcsr(); }
+
 class FpEnvironment {
 public:
     explicit FpEnvironment(uint32_t wanted) : wanted_(wanted) {
         mxcsr_ = _mm_getcsr();
-        if ((mxcsr_ & 0xFFC0) != wanted) {
+        if ((mxcsr_ & kMxcsrControl) != wanted) {
             _mm_setcsr((mxcsr_ & 0xFFFF003F) | wanted);
             mxcsr_changed_ = true;
         }

@@ -76,8 +76,12 @@ QOR_EXPORT const void* qor_lum_kernel_SetInterfInputVectorPointer(const void* ba
     return base;
 }
 
+// Read by every public call: the cached record's mode without a call, the
+// full lookup only for a thread that has none yet.
 QOR_EXPORT int32_t qor_lum_kernel_GetTTableIndex(void) {
-    return static_cast<int32_t>(current_mode() & 15) - 1;
+    uint32_t mode = qor::vm::cached_mode();
+    if (mode == 0) [[unlikely]] mode = current_mode();
+    return static_cast<int32_t>(mode & 15) - 1;
 }
 
 QOR_EXPORT int32_t qor_lum_kernel_GetTTableIndexM(const void*, uint32_t mode) {

@@ -43,6 +43,17 @@ inline ThreadState* thread_state() {
     cached_record = {s, generation};
     return s;
 }
+
+// The calling thread's mode word when its record is cached and the mode is
+// set, 0 otherwise: no call, so that a kernel's fast path needs no saved
+// registers; on 0 the caller takes its general path.
+inline uint32_t cached_mode() {
+    const uint32_t generation = slot_generation.load(std::memory_order_acquire);
+    const ThreadState* s = cached_record.record;
+    return s && cached_record.generation == generation ? s->mode : 0;
+}
+#else
+inline uint32_t cached_mode() { return thread_state()->mode; }
 #endif
 
 // The calling thread's mode word, initialised from the environment on first

@@ -103,7 +103,12 @@ private:
 
     template <class Scalars, class... Views>
     void go_with(int n, const Scalars& scalars, Views... views) const {
-        std::apply([&](auto... s) { op_([&](const auto& op) { run(op, n, name_, views...); }, s...); }, scalars);
+        // A method that already read the mode passes the MXCSR control with its Op.
+        auto run_op = [&](const auto& op, auto... wanted) {
+            if constexpr (sizeof...(wanted) == 0) run(op, n, name_, views...);
+            else if (n > 0) run_under(op, wanted..., n, name_, views...);
+        };
+        std::apply([&](auto... s) { op_(run_op, s...); }, scalars);
     }
 
     const Op& op_;

@@ -32,6 +32,11 @@
 // rescanning only a chunk that raised one.  An Op with `exponent()` (Powx)
 // reports that scalar as its second argument.  Masks are packs of the first
 // view's element type unless the Op names another as `using Mask = E`.
+//
+// A call runs on a fast path while MXCSR holds the wanted control and no
+// element is marked: no context, no environment to give back.  The first
+// marked stretch, or a control to change, hands the rest of the call to the
+// general path, which sets the environment, fixes and reports.
 #pragma once
 
 #include <algorithm>
@@ -164,8 +169,10 @@ concept FlagScreened = requires { Op::flag_screen; };
 
 // Elements judged by one read of the flags.  Reading MXCSR waits for every
 // computation before it, so a short call is cheaper on the masks of the
-// block path: the flags judge only calls of kFlagMin elements or more.
-constexpr ptrdiff_t kFlagChunk = 512;
+// block path: the flags judge only calls of kFlagMin elements or more, and
+// a chunk is long enough that a call in cache reads them once; a chunk that
+// raised a flag is scanned again.
+constexpr ptrdiff_t kFlagChunk = 2048;
 constexpr ptrdiff_t kFlagMin = 64;
 
 inline bool disjoint(const void* x, std::size_t x_bytes, const void* y, std::size_t y_bytes) {
@@ -356,19 +363,62 @@ class Loop {
     template <std::size_t J> using ElemOf = typename std::tuple_element_t<J, std::tuple<Views...>>::Elem;
 
 public:
-    Loop(const Op& op, CallContext& ctx, const char* name, Views... views)
-        : op_(op), ctx_(&ctx), name_(name), views_(views...) {}
+    Loop(const Op& op, CallContext* ctx, const char* name, Views... views)
+        : op_(op), ctx_(ctx), name_(name), views_(views...) {}
 
-    QOR_LOOP_INLINE void operator()(ptrdiff_t n) {
-        FpEnvironment env(ctx_->mxcsr);
+    // The fast path of a call of n > 0 elements under the MXCSR control
+    // `wanted`, given MXCSR as read on entry.  It runs while MXCSR already
+    // holds that control and no element is marked, and hands the rest of
+    // the call to the general path otherwise: a stretch is stored only after
+    // its mask came out clear, so the general path can start over at that
+    // stretch.  Every exit is a jump, never a call that returns here, so the
+    // path keeps its values in registers that need no saving.
+    QOR_LOOP_INLINE void fast(ptrdiff_t n, uint32_t wanted, uint32_t entry) const {
+        if ((entry & kMxcsrControl) != wanted) [[unlikely]] return resume(0, n);
         ptrdiff_t i = 0;
         if constexpr (FlagScreened<Op> && (kContig<Views> && ...)) {
-            static_assert(kScreen == loop_detail::Screen::after);
-            if (n >= kFlagMin && outputs_apart(n, AllSeq{}))
-                i = flag_screened(env, n);
+            if (n >= kFlagMin) {
+                // Flags raised before the call would hide the call's own:
+                // the general path clears them first.
+                if ((entry & Op::flag_screen) || !outputs_apart(n, AllSeq{})) return resume(0, n);
+                // The elements after the whole steps first, on masks, so
+                // that nothing waits behind the last read of the flags.
+                // The outputs overlap no input: the general path may
+                // compute any stretch again.
+                const ptrdiff_t whole = n - n % W;
+                if (whole < n && !clear_step(whole, int(n - whole))) [[unlikely]] return resume(0, n);
+                while (i < whole) {
+                    const ptrdiff_t end = i + kFlagChunk < whole ? i + kFlagChunk : whole;
+                    unmasked_steps(i, end);
+                    if (FpEnvironment::flags() & Op::flag_screen) [[unlikely]] return resume(i, n);
+                    i = end;
+                }
+                return;
+            }
         }
-        for (; i + kBlock <= n; i += kBlock) block(i);
-        if (i < n) tail(i, int(n - i));
+        for (; i + kBlock <= n; i += kBlock)
+            if (!clear_block(i)) [[unlikely]] return resume(i, n);
+        for (; i + W <= n; i += W)
+            if (!clear_step(i, W)) [[unlikely]] return resume(i, n);
+        // Fewer than W left: one element when a register holds two.
+        if (i < n && !clear_step(i, W == 2 ? 1 : int(n - i))) [[unlikely]] return resume(i, n);
+    }
+
+    // The general path over elements start .. n - 1: the floating-point
+    // environment set and given back, masks fixed and reported.  Its own
+    // function, so that the fast path never pays for its setup.
+    [[gnu::noinline]] static void general(Op op, const char* name, ptrdiff_t start, ptrdiff_t n, Views... views) {
+        CallContext ctx;
+        Loop loop(op, &ctx, name, views...);
+        FpEnvironment env(Op::reads_mode ? wanted_mxcsr(ctx.mode()) : kMxcsrPlain);
+        ptrdiff_t i = start;
+        if constexpr (FlagScreened<Op> && (kContig<Views> && ...)) {
+            static_assert(kScreen == loop_detail::Screen::after);
+            if (n - start >= kFlagMin && start % kBlock == 0 && loop.outputs_apart(n, AllSeq{}))
+                i = loop.flag_screened(env, start, n);
+        }
+        for (; i + kBlock <= n; i += kBlock) loop.block(i);
+        if (i < n) loop.tail(i, int(n - i));
     }
 
 private:
@@ -437,6 +487,61 @@ private:
         (loop_detail::save<W>(loop_detail::at<J>(args).data() + at, loop_detail::at<J>(p)), ...);
     }
 
+    QOR_LOOP_INLINE void resume(ptrdiff_t i, ptrdiff_t n) const { resume(i, n, AllSeq{}); }
+    template <std::size_t... J>
+    QOR_LOOP_INLINE void resume(ptrdiff_t i, ptrdiff_t n, std::index_sequence<J...>) const {
+        general(op_, name_, i, n, std::get<J>(views_)...);
+    }
+
+    // One block on the fast path: stored when no element is marked.
+    QOR_LOOP_INLINE bool clear_block(ptrdiff_t i) const {
+        Packs p[kSteps];
+        Mask m[kSteps];
+        #pragma GCC unroll 16
+        for (int s = 0; s < kSteps; ++s) load_inputs(p[s], i + s * W, InSeq{});
+        #pragma GCC unroll 16
+        for (int s = 0; s < kSteps; ++s) compute<true>(p[s], m[s]);
+        if constexpr (kMarks) {
+            Mask any = m[0];
+            #pragma GCC unroll 16
+            for (int s = 1; s < kSteps; ++s) any = loop_detail::either<W, MaskE>(any, m[s]);
+            if (loop_detail::bits<W, MaskE>(any)) return false;
+        }
+        #pragma GCC unroll 16
+        for (int s = 0; s < kSteps; ++s) store_outputs(p[s], i + s * W, OutSeq{});
+        return true;
+    }
+
+    // One step of count <= W elements on the fast path, likewise.
+    QOR_LOOP_INLINE bool clear_step(ptrdiff_t i, int count) const {
+        Packs p;
+        Mask m;
+        if (count == W) load_inputs(p, i, InSeq{}); else load_inputs_part(p, i, count, InSeq{});
+        compute<true>(p, m);
+        if constexpr (kMarks) {
+            if (loop_detail::bits<W, MaskE>(m) & ((1u << count) - 1)) return false;
+        }
+        if (count == W) store_outputs(p, i, OutSeq{}); else store_outputs_part(p, i, count, OutSeq{});
+        return true;
+    }
+
+    // Steps i .. end - 1 (whole steps) with no masks: the flags judge them
+    // afterwards.
+    QOR_LOOP_INLINE void unmasked_steps(ptrdiff_t i, ptrdiff_t end) const {
+        auto step = [&](ptrdiff_t j) {
+            Packs p;
+            Mask m;
+            load_inputs(p, j, InSeq{});
+            compute<false>(p, m);
+            store_outputs(p, j, OutSeq{});
+        };
+        for (; i + kBlock <= end; i += kBlock) {
+            #pragma GCC unroll 16
+            for (int s = 0; s < kSteps; ++s) step(i + s * W);
+        }
+        for (; i < end; i += W) step(i);
+    }
+
     QOR_LOOP_INLINE void block(ptrdiff_t i) {
         Packs p[kSteps];
         Mask m[kSteps];
@@ -481,23 +586,14 @@ private:
         }
     }
 
-    // Whole blocks judged by the flags each chunk raised; returns where the
-    // blocks end.
-    QOR_LOOP_INLINE ptrdiff_t flag_screened(FpEnvironment& env, ptrdiff_t n) {
+    // Whole blocks from start (a block boundary) judged by the flags each
+    // chunk raised; returns where the blocks end.
+    QOR_LOOP_INLINE ptrdiff_t flag_screened(FpEnvironment& env, ptrdiff_t start, ptrdiff_t n) {
         const ptrdiff_t whole = n - n % kBlock;
         env.clear_entry_flags(Op::flag_screen);
-        for (ptrdiff_t i = 0; i < whole; i += kFlagChunk) {
+        for (ptrdiff_t i = start; i < whole; i += kFlagChunk) {
             const ptrdiff_t end = i + kFlagChunk < whole ? i + kFlagChunk : whole;
-            for (ptrdiff_t j = i; j < end; j += kBlock) {
-                #pragma GCC unroll 16
-                for (int s = 0; s < kSteps; ++s) {
-                    Packs p;
-                    Mask m;
-                    load_inputs(p, j + s * W, InSeq{});
-                    compute<false>(p, m);
-                    store_outputs(p, j + s * W, OutSeq{});
-                }
-            }
+            unmasked_steps(i, end);
             if (env.flags() & Op::flag_screen) {
                 for (ptrdiff_t j = i; j < end; j += W) {
                     Packs p;
@@ -564,21 +660,28 @@ private:
     std::tuple<Views...> views_;
 };
 
-// Runs op over n elements: inputs first, then outputs.  The call's context
-// is resolved here, once.
+// Runs op over n elements: inputs first, then outputs, under the MXCSR
+// control `wanted`.
 template <class Op, class... Views>
-void run(const Op& op, ptrdiff_t n, const char* name, Views... views) {
-    CallContext ctx(Op::reads_mode);
-    Loop<Op, Views...>(op, ctx, name, views...)(n);
+QOR_LOOP_INLINE void run_under(const Op& op, uint32_t wanted, ptrdiff_t n, const char* name, Views... views) {
+    Loop<Op, Views...>(op, nullptr, name, views...).fast(n, wanted, read_mxcsr());
 }
 
-// The names the kernels call the loop by.
-template <class Op, class A, class R>
-void run_unary(const Op& op, int n, A a, R r, const char* name) { run(op, n, name, a, r); }
-template <class Op, class A, class B, class R>
-void run_binary(const Op& op, int n, A a, B b, R r, const char* name) { run(op, n, name, a, b, r); }
-template <class Op, class A, class R>
-void run_marked_unary(const Op& op, int n, A a, R r, const char* name) { run(op, n, name, a, r); }
+// Runs op over n elements: inputs first, then outputs.  The mode is read
+// once, from the thread's cached record; without one the general path
+// looks it up.
+template <class Op, class... Views>
+QOR_LOOP_INLINE void run(const Op& op, ptrdiff_t n, const char* name, Views... views) {
+    if (n <= 0) return;
+    const uint32_t entry = read_mxcsr();
+    uint32_t wanted = kMxcsrPlain;
+    if constexpr (Op::reads_mode) {
+        const uint32_t mode = cached_mode();
+        if (!mode) [[unlikely]] return Loop<Op, Views...>::general(op, name, 0, n, views...);
+        wanted = wanted_mxcsr(mode);
+    }
+    Loop<Op, Views...>(op, nullptr, name, views...).fast(n, wanted, entry);
+}
 
 }  // namespace qor::vm
 

@@ -4,6 +4,8 @@
 // `static V apply(V a)` or `static V apply(V a, V b)` over Simd<T>.
 #pragma once
 
+#include <type_traits>
+
 #include "driver.h"
 
 namespace qor::vm {
@@ -34,54 +36,20 @@ struct QuietBinaryOp {
 
 // Kernels made of bit operations see no DAZ: under the flush-to-zero mode
 // they flush subnormals themselves (Fn<T, true>), which costs an operation
-// per vector, so these loops read the mode and take the plain variant
-// (Fn<T, false>) otherwise.
+// per vector, so the method reads the mode once, picks the plain variant
+// (Fn<T, false>) otherwise, and hands the loop the control it computed.
 namespace qor::vm {
 
-inline bool flush_mode() { return wanted_mxcsr(current_mode()) == kMxcsrFlushToZero; }
-
-template <template <class, bool> class Fn, class T, class A, class R>
-void run_quiet_unary(int n, A a, R r, const char* name) {
-    if (flush_mode())
-        run_unary(QuietUnaryOp<T, Fn<T, true>>{}, n, a, r, name);
-    else
-        run_unary(QuietUnaryOp<T, Fn<T, false>>{}, n, a, r, name);
-}
-
-template <template <class, bool> class Fn, class T, class A, class B, class R>
-void run_quiet_binary(int n, A a, B b, R r, const char* name) {
-    if (flush_mode())
-        run_binary(QuietBinaryOp<T, Fn<T, true>>{}, n, a, b, r, name);
-    else
-        run_binary(QuietBinaryOp<T, Fn<T, false>>{}, n, a, b, r, name);
-}
+template <template <class, bool> class Fn, class T, template <class, class> class Quiet>
+struct ByFlushMode {
+    template <class Go>
+    void operator()(Go&& go) const {
+        uint32_t mode = cached_mode();
+        if (!mode) [[unlikely]] mode = current_mode();
+        const uint32_t wanted = wanted_mxcsr(mode);
+        if (wanted == kMxcsrFlushToZero) go(Quiet<T, Fn<T, true>>{}, wanted);
+        else go(Quiet<T, Fn<T, false>>{}, wanted);
+    }
+};
 
 }  // namespace qor::vm
-
-#define QOR_VM_QUIET_UNARY_KERNELS_FLUSH_AWARE(p, Name, T, Fn)                                           \
-    QOR_EXTERN_C void qor_vmk_##p##Name##_HA(int n, const T* a, T* r) {                                  \
-        qor::vm::run_quiet_unary<Fn, T>(n, qor::vm::Contig<T>(a), qor::vm::Contig<T>(r), "v" #p #Name);   \
-    }                                                                                                   \
-    QOR_EXTERN_C void qor_vmk_##p##Name##I_HA(int n, const T* a, int inca, T* r, int incr) {             \
-        if (inca == 1 && incr == 1)                                                                     \
-            qor::vm::run_quiet_unary<Fn, T>(n, qor::vm::Contig<T>(a), qor::vm::Contig<T>(r),              \
-                                            "v" #p #Name "I");                                          \
-        else                                                                                            \
-            qor::vm::run_quiet_unary<Fn, T>(n, qor::vm::Strided<T>(a, inca), qor::vm::Strided<T>(r, incr), \
-                                            "v" #p #Name "I");                                          \
-    }
-
-#define QOR_VM_QUIET_BINARY_KERNELS_FLUSH_AWARE(p, Name, T, Fn)                                          \
-    QOR_EXTERN_C void qor_vmk_##p##Name##_HA(int n, const T* a, const T* b, T* r) {                      \
-        qor::vm::run_quiet_binary<Fn, T>(n, qor::vm::Contig<T>(a), qor::vm::Contig<T>(b),                 \
-                                         qor::vm::Contig<T>(r), "v" #p #Name);                          \
-    }                                                                                                   \
-    QOR_EXTERN_C void qor_vmk_##p##Name##I_HA(int n, const T* a, int inca, const T* b, int incb, T* r,    \
-                                              int incr) {                                               \
-        if (inca == 1 && incb == 1 && incr == 1)                                                        \
-            qor::vm::run_quiet_binary<Fn, T>(n, qor::vm::Contig<T>(a), qor::vm::Contig<T>(b),             \
-                                             qor::vm::Contig<T>(r), "v" #p #Name "I");                  \
-        else                                                                                            \
-            qor::vm::run_quiet_binary<Fn, T>(n, qor::vm::Strided<T>(a, inca), qor::vm::Strided<T>(b, incb), \
-                                             qor::vm::Strided<T>(r, incr), "v" #p #Name "I");           \
-    }

@@ -6,21 +6,7 @@
 
 namespace ops = qor::vm::arith;
 
-// Bit operations see no DAZ, so under the flush-to-zero mode these kernels
-// flush subnormals themselves (Fn<T, true>); otherwise they take the plain
-// variant (Fn<T, false>), an operation per vector cheaper.
-namespace {
-
-template <template <class, bool> class Fn, class T, template <class, class> class Quiet>
-struct ByFlushMode {
-    template <class Go>
-    void operator()(Go&& go) const {
-        if (qor::vm::flush_mode()) go(Quiet<T, Fn<T, true>>{});
-        else go(Quiet<T, Fn<T, false>>{});
-    }
-};
-
-}  // namespace
+using qor::vm::ByFlushMode;
 
 QOR_VM_KERNEL_PAIR(s, Abs, unary, HA, (ByFlushMode<ops::AbsFn, float, qor::vm::QuietUnaryOp>{}))
 QOR_VM_KERNEL_PAIR(d, Abs, unary, HA, (ByFlushMode<ops::AbsFn, double, qor::vm::QuietUnaryOp>{}))
