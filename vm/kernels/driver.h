@@ -52,26 +52,26 @@ public:
 
     // unary, binary, two results, complex to real, real to complex
     template <class... E>
-    void operator()(int n, E*... p) const { go(n, contig(p)...); }
+    [[gnu::always_inline]] inline void operator()(int n, E*... p) const { go(n, contig(p)...); }
 
     template <class A, class R>
-    void operator()(int n, A* a, int inca, R* r, int incr) const {
+    [[gnu::always_inline]] inline void operator()(int n, A* a, int inca, R* r, int incr) const {
         if (inca == 1 && incr == 1) go(n, contig(a), contig(r));
         else go(n, strided(a, inca), strided(r, incr));
     }
 
     template <class A, class B, class R>
-    void operator()(int n, A* a, int inca, B* b, int incb, R* r, int incr) const {
+    [[gnu::always_inline]] inline void operator()(int n, A* a, int inca, B* b, int incb, R* r, int incr) const {
         if (inca == 1 && incb == 1 && incr == 1) go(n, contig(a), contig(b), contig(r));
         else go(n, strided(a, inca), strided(b, incb), strided(r, incr));
     }
 
     // One scalar after the argument array (Powx).
     template <class A, KindScalar S, class R>
-    void operator()(int n, A* a, S b, R* r) const { go_with(n, std::tuple(b), contig(a), contig(r)); }
+    [[gnu::always_inline]] inline void operator()(int n, A* a, S b, R* r) const { go_with(n, std::tuple(b), contig(a), contig(r)); }
 
     template <class A, KindScalar S, class R>
-    void operator()(int n, A* a, int inca, S b, R* r, int incr) const {
+    [[gnu::always_inline]] inline void operator()(int n, A* a, int inca, S b, R* r, int incr) const {
         if (inca == 1 && incr == 1) go_with(n, std::tuple(b), contig(a), contig(r));
         else go_with(n, std::tuple(b), strided(a, inca), strided(r, incr));
     }
@@ -81,12 +81,12 @@ public:
     // broadcast parameters in registers instead of reloading them after
     // every store.
     template <class A, class B, KindScalar S, class R>
-    [[gnu::flatten]] void operator()(int n, A* a, B* b, S s1, S s2, S s3, S s4, R* r) const {
+    [[gnu::flatten, gnu::always_inline]] inline void operator()(int n, A* a, B* b, S s1, S s2, S s3, S s4, R* r) const {
         go_with(n, std::tuple(s1, s2, s3, s4), contig(a), contig(b), contig(r));
     }
 
     template <class A, class B, KindScalar S, class R>
-    [[gnu::flatten]] void operator()(int n, A* a, int inca, B* b, int incb, S s1, S s2, S s3, S s4, R* r,
+    [[gnu::flatten, gnu::always_inline]] inline void operator()(int n, A* a, int inca, B* b, int incb, S s1, S s2, S s3, S s4, R* r,
                                      int incr) const {
         if (inca == 1 && incb == 1 && incr == 1)
             go_with(n, std::tuple(s1, s2, s3, s4), contig(a), contig(b), contig(r));
@@ -96,13 +96,13 @@ public:
 
 private:
     template <class... Views>
-    void go(int n, Views... views) const {
+    [[gnu::always_inline]] inline void go(int n, Views... views) const {
         if constexpr (requires { Op::reads_mode; }) run(op_, n, name_, views...);
         else go_with(n, std::tuple(), views...);
     }
 
     template <class Scalars, class... Views>
-    void go_with(int n, const Scalars& scalars, Views... views) const {
+    [[gnu::always_inline]] inline void go_with(int n, const Scalars& scalars, Views... views) const {
         // A method that already read the mode passes the MXCSR control with its Op.
         auto run_op = [&](const auto& op, auto... wanted) {
             if constexpr (sizeof...(wanted) == 0) run(op, n, name_, views...);
