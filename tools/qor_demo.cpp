@@ -87,12 +87,12 @@ void run_pair(const Pair& p) {
     }
     double tq, ts;
     if (p.binary) {
-        auto q = reinterpret_cast<void (*)(int, const T*, const T*, T*)>(p.qor);
+        auto q = reinterpret_cast<void (*)(int64_t, const T*, const T*, T*)>(p.qor);
         auto c = reinterpret_cast<void (*)(int, const T*, const T*, T*)>(p.peer);
         tq = best_ticks([&] { q(kN, a.data(), b.data(), r.data()); });
         ts = best_ticks([&] { c(kN, a.data(), b.data(), s.data()); });
     } else {
-        auto q = reinterpret_cast<void (*)(int, const T*, T*)>(p.qor);
+        auto q = reinterpret_cast<void (*)(int64_t, const T*, T*)>(p.qor);
         auto c = reinterpret_cast<void (*)(int, const T*, T*)>(p.peer);
         tq = best_ticks([&] { q(kN, a.data(), r.data()); });
         ts = best_ticks([&] { c(kN, a.data(), s.data()); });
