@@ -1,42 +1,10 @@
-// InvSqrt: every entry point and form against MPFR within EP's bits (the
-// ulp bounds of each slot are checked by accuracy_test.cpp), special values
-// and reports.
+// InvSqrt: special values and reports (the ulp bounds of every slot and
+// form are checked by accuracy_test.cpp).
 #include "arith_support.h"
 
 namespace {
 
 using namespace arith_test;
-
-// Every entry and form on a mix of positive values and specials: HA within
-// one ulp of the correctly rounded value, EP within its bits.
-template <class T>
-void check_forms(const Row<Unary<T>, UnaryI<T>>& row, int ep_bits) {
-    MpfrFormat<T> format;
-    auto want = [](T x) -> T {
-        if (x == 0) return std::copysign(std::numeric_limits<T>::infinity(), x);
-        return mpfr_apply<T>(
-            [](mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr, mpfr_rnd_t m) { return mpfr_rec_sqrt(r, a, m); }, x);
-    };
-    const int lo = std::numeric_limits<T>::min_exponent - std::numeric_limits<T>::digits;
-    auto x = random_log_uniform<T>(2000, lo, std::numeric_limits<T>::max_exponent - 1, 61);
-    for (T& v : x) v = std::fabs(v);
-    for (T e : edge_values<T>()) x.push_back(e);
-    const int digits = std::numeric_limits<T>::digits;
-    // Slots 0-2 are the HA kernel, slot 3 the EP one; check_unary cannot tell
-    // them apart, so the tolerance is EP's, and HA is held to one ulp below.
-    auto close = [&](T got, T expected, T) {
-        if (!std::isfinite(expected) || expected == 0) return same(got, expected);
-        const T ulp = std::nextafter(expected, std::numeric_limits<T>::infinity()) - expected;
-        return std::fabs(got - expected) <= std::ldexp(ulp, digits - ep_bits);
-    };
-    ReportLog log;
-    check_unary(row, x, want, close);
-}
-
-TEST(ArithInvSqrt, FormsAndSlots) {
-    check_forms<double>(ARITH_UNARY_ROW(d, InvSqrt), 32);
-    check_forms<float>(ARITH_UNARY_ROW(s, InvSqrt), 20);
-}
 
 // Within a relative 2^-30 (double) or 2^-20 (single): both variants.
 template <class T>

@@ -1,13 +1,11 @@
 // Helpers for the tests of the real arithmetic and rounding kernels: the
 // entry points of a row in every slot, input sets (edge values, random bit
-// patterns, wide-range numbers), MPFR as the correctly rounded oracle, a
-// checker that runs a kernel through every entry point, both forms, odd
-// lengths and strides and verifies results and untouched memory, and scoped
-// mode and callback settings.
+// patterns, wide-range numbers), a checker that runs a kernel through every
+// entry point, both forms, odd lengths and strides and verifies results and
+// untouched memory, and scoped mode and callback settings.
 #pragma once
 
 #include <gtest/gtest.h>
-#include <mpfr.h>
 #include <xmmintrin.h>
 
 #include <cfloat>
@@ -174,49 +172,6 @@ void edge_pairs(std::vector<T>& a, std::vector<T>& b) {
             a.push_back(x);
             b.push_back(y);
         }
-}
-
-// ---- MPFR as the correctly rounded oracle --------------------------------------
-// Exponent range and precision of T, so that mpfr_subnormalize rounds exactly
-// as IEEE does, subnormals included.
-template <class T>
-class MpfrFormat {
-public:
-    static constexpr int precision = std::numeric_limits<T>::digits;
-    MpfrFormat() : emin_(mpfr_get_emin()), emax_(mpfr_get_emax()) {
-        mpfr_set_emin(std::numeric_limits<T>::min_exponent - precision + 1);
-        mpfr_set_emax(std::numeric_limits<T>::max_exponent);
-    }
-    ~MpfrFormat() {
-        mpfr_set_emin(emin_);
-        mpfr_set_emax(emax_);
-    }
-    MpfrFormat(const MpfrFormat&) = delete;
-    MpfrFormat& operator=(const MpfrFormat&) = delete;
-
-private:
-    mpfr_exp_t emin_, emax_;
-};
-
-inline void mpfr_from(mpfr_t m, double x) { mpfr_set_d(m, x, MPFR_RNDN); }
-inline void mpfr_from(mpfr_t m, float x) { mpfr_set_flt(m, x, MPFR_RNDN); }
-template <class T> T mpfr_to(const mpfr_t m);
-template <> inline double mpfr_to<double>(const mpfr_t m) { return mpfr_get_d(m, MPFR_RNDN); }
-template <> inline float mpfr_to<float>(const mpfr_t m) { return mpfr_get_flt(m, MPFR_RNDN); }
-
-// f(r, x, y, rnd) evaluated on a and b and rounded to T.  Needs a live
-// MpfrFormat<T>.
-template <class T, class F>
-T mpfr_apply(F f, T a, T b = T(0)) {
-    mpfr_t x, y, r;
-    mpfr_inits2(MpfrFormat<T>::precision, x, y, r, (mpfr_ptr)nullptr);
-    mpfr_from(x, a);
-    mpfr_from(y, b);
-    int t = f(r, x, y, MPFR_RNDN);
-    mpfr_subnormalize(r, t, MPFR_RNDN);
-    T out = mpfr_to<T>(r);
-    mpfr_clears(x, y, r, (mpfr_ptr)nullptr);
-    return out;
 }
 
 // ---- running a kernel through all its entry points and forms --------------------
