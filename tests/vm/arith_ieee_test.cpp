@@ -26,19 +26,6 @@ void binary_inputs(std::vector<T>& a, std::vector<T>& b) {
     b.insert(b.end(), small.rbegin(), small.rend());
 }
 
-// In-place operation (r == a) takes the per-block screen instead of the
-// flag-screened path; results must be the same.
-TEST(ArithIeee, InPlaceResultsMatch) {
-    std::vector<double> a, b;
-    binary_inputs(a, b);
-    std::vector<double> want(a.size()), r = a;
-    _lumdDiv(int(a.size()), a.data(), b.data(), want.data());
-    _lumdDiv(int(r.size()), r.data(), b.data(), r.data());
-    Mismatches<double> m{"vdDiv in place"};
-    for (size_t i = 0; i < a.size(); ++i)
-        if (!same(r[i], want[i])) m.add(i, show(a[i]) + ", " + show(b[i]), r[i], want[i]);
-}
-
 // ---- LinearFrac -------------------------------------------------------------------
 template <class T>
 T linear_frac(T a, T b, const T* p) {

@@ -171,7 +171,7 @@ TEST(ArithMode, CallbackReplacesResultAndStatusKeepsLastCode) {
 TEST(ArithMode, InPlaceCalls) {
     ReportLog log;
     std::vector<double> a = random_mixed<double>(1001, 71), b = random_mixed<double>(1001, 72);
-    for (auto k : {_lumdMul, _lumdFmax, _lumdFmod, _lumdNextAfter}) {
+    for (auto k : {_lumdMul, _lumdDiv, _lumdFmax, _lumdFmod, _lumdNextAfter}) {
         std::vector<double> want(a.size()), r = a;
         k(int(a.size()), a.data(), b.data(), want.data());
         k(int(a.size()), r.data(), b.data(), r.data());
