@@ -166,45 +166,6 @@ WorstCase measure_unary(UnaryKernel<T> kernel, MpfrUnary f, std::span<const T> a
 }
 
 template <class T>
-WorstCase measure_binary(BinaryKernel<T> kernel, MpfrBinary f, std::span<const T> a, std::span<const T> b,
-                         double limit, int precision) {
-    WorstCase w;
-    mpfr_t x, z, y;
-    mpfr_init2(x, std::numeric_limits<T>::digits);
-    mpfr_init2(z, std::numeric_limits<T>::digits);
-    mpfr_init2(y, precision);
-    const std::size_t size = std::min(a.size(), b.size());
-    std::vector<T> out(std::min(size, kChunk));
-    for (std::size_t at = 0; at < size; at += kChunk) {
-        const std::size_t n = std::min(kChunk, size - at);
-        kernel(int(n), a.data() + at, b.data() + at, out.data());
-        for (std::size_t i = 0; i < n; ++i) {
-            set_value(x, a[at + i]);
-            set_value(z, b[at + i]);
-            f(y, x, z, MPFR_RNDN);
-            note(w, ulp_error<T>(out[i], y), limit, a[at + i], b[at + i], out[i], y);
-        }
-    }
-    mpfr_clear(x);
-    mpfr_clear(z);
-    mpfr_clear(y);
-    return w;
-}
-
-template <class T>
-double unary_error(MpfrUnary f, T x, T got, int precision) {
-    mpfr_t mx, y;
-    mpfr_init2(mx, std::numeric_limits<T>::digits);
-    mpfr_init2(y, precision);
-    set_value(mx, x);
-    f(y, mx, MPFR_RNDN);
-    const double err = ulp_error<T>(got, y);
-    mpfr_clear(mx);
-    mpfr_clear(y);
-    return err;
-}
-
-template <class T>
 double binary_error(MpfrBinary f, T x, T z, T got, int precision) {
     mpfr_t mx, mz, y;
     mpfr_init2(mx, std::numeric_limits<T>::digits);
@@ -222,12 +183,6 @@ double binary_error(MpfrBinary f, T x, T z, T got, int precision) {
 
 template WorstCase measure_unary<float>(UnaryKernel<float>, MpfrUnary, std::span<const float>, double, int);
 template WorstCase measure_unary<double>(UnaryKernel<double>, MpfrUnary, std::span<const double>, double, int);
-template WorstCase measure_binary<float>(BinaryKernel<float>, MpfrBinary, std::span<const float>,
-                                         std::span<const float>, double, int);
-template WorstCase measure_binary<double>(BinaryKernel<double>, MpfrBinary, std::span<const double>,
-                                          std::span<const double>, double, int);
-template double unary_error<float>(MpfrUnary, float, float, int);
-template double unary_error<double>(MpfrUnary, double, double, int);
 template double binary_error<float>(MpfrBinary, float, float, float, int);
 template double binary_error<double>(MpfrBinary, double, double, double, int);
 

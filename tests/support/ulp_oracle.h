@@ -63,13 +63,7 @@ template <class T>
 WorstCase measure_unary(UnaryKernel<T> kernel, MpfrUnary f, std::span<const T> args, double limit = 0,
                         int precision = 160);
 
-template <class T>
-WorstCase measure_binary(BinaryKernel<T> kernel, MpfrBinary f, std::span<const T> a, std::span<const T> b,
-                         double limit = 0, int precision = 160);
-
-// Error of one value: f(x) (or f(x, y)) at `precision` bits against got.
-template <class T>
-double unary_error(MpfrUnary f, T x, T got, int precision = 160);
+// Error of one value: f(x, y) at `precision` bits against got.
 template <class T>
 double binary_error(MpfrBinary f, T x, T y, T got, int precision = 160);
 
