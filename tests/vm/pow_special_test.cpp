@@ -15,11 +15,6 @@ struct Case {
 };
 
 template <class T>
-constexpr T kInf = std::numeric_limits<T>::infinity();
-template <class T>
-constexpr T kNaN = std::numeric_limits<T>::quiet_NaN();
-
-template <class T>
 std::vector<Case<T>> pow_cases() {
     const T inf = kInf<T>, nan = kNaN<T>, z = T(0);
     using L = std::numeric_limits<T>;
@@ -73,13 +68,6 @@ std::vector<Case<T>> powr_cases() {
         {T(9), T(0.5), T(3), 0}, {T(2), T(std::numeric_limits<T>::max_exponent), inf, 3},
         {T(2), T(std::numeric_limits<T>::min_exponent - std::numeric_limits<T>::digits - 2), z, 4},
     };
-}
-
-template <class T>
-std::string show(T x) {
-    char s[64];
-    std::snprintf(s, sizeof s, "%a", double(x));
-    return s;
 }
 
 // Distance in ulps of want (finite, non-zero).

@@ -1,5 +1,6 @@
 // Shared pieces of the power and root tests: argument pairs for x^y, the
-// ulp limits of the accuracy slots and bitwise comparison.
+// ulp limits of the accuracy slots, special values, bitwise comparison and
+// printing.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -9,6 +10,7 @@
 #include <cstdio>
 #include <limits>
 #include <random>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -48,10 +50,23 @@ struct Limits {
     static constexpr double ep = explog_test::bits_limit<T>(sizeof(T) == 8 ? 26 : 11);
 };
 
+template <class T>
+constexpr T kInf = std::numeric_limits<T>::infinity();
+template <class T>
+constexpr T kNaN = std::numeric_limits<T>::quiet_NaN();
+
 // Bitwise equality, any NaN matching any NaN.
 template <class T>
 bool same(T a, T b) {
     return (std::isnan(a) && std::isnan(b)) || bits_of(a) == bits_of(b);
+}
+
+// A value in hexadecimal, for failure messages.
+template <class T>
+std::string show(T x) {
+    char s[64];
+    std::snprintf(s, sizeof s, "%a", double(x));
+    return s;
 }
 
 }  // namespace pow_test

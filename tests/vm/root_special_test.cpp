@@ -8,22 +8,10 @@ namespace {
 using explog_test::expect_strided_matches;
 
 template <class T>
-constexpr T kInf = std::numeric_limits<T>::infinity();
-template <class T>
-constexpr T kNaN = std::numeric_limits<T>::quiet_NaN();
-
-template <class T>
 struct UnaryCase {
     T x, want;
     int code;
 };
-
-template <class T>
-std::string show(T x) {
-    char s[64];
-    std::snprintf(s, sizeof s, "%a", double(x));
-    return s;
-}
 
 template <class T>
 void check_unary(UnaryKernel<T> k, const std::vector<UnaryCase<T>>& cases, const char* what) {
