@@ -12,14 +12,6 @@ constexpr double kOverflow = 709.782712893384;
 constexpr double kZeroBelow = -745.1332191019411;
 constexpr double kSubnormalBelow = -708.3964185322641;
 
-// Runs the kernel on the arguments (callback reporting) and returns results.
-template <class T>
-std::vector<T> run(UnaryKernel<T> k, const std::vector<T>& args) {
-    std::vector<T> out(args.size());
-    k(int(args.size()), args.data(), out.data());
-    return out;
-}
-
 TEST(ExpSpecial, DoubleThresholdsAndCodes) {
     const double inf = std::numeric_limits<double>::infinity();
     const std::vector<double> args = {kOverflow,       next_up(kOverflow), kZeroBelow, next_down(kZeroBelow),

@@ -5,13 +5,6 @@
 namespace explog_test {
 namespace {
 
-template <class T>
-std::vector<T> run(UnaryKernel<T> k, const std::vector<T>& args) {
-    std::vector<T> out(args.size());
-    k(int(args.size()), args.data(), out.data());
-    return out;
-}
-
 // ln(-0) = -inf (2), ln(-1) = NaN (1), ln(1) = +0, ln of the smallest
 // subnormal finite, ln(-inf) = NaN (1), ln(+inf) = +inf and ln(NaN) = NaN
 // without a report; the same for the other logarithms of one argument.

@@ -56,6 +56,14 @@ constexpr double bits_limit(int bits) {
     return std::ldexp(1.0, std::numeric_limits<T>::digits - 1 - bits);
 }
 
+// Runs the kernel on the arguments and returns the results.
+template <class T>
+std::vector<T> run(UnaryKernel<T> k, const std::vector<T>& args) {
+    std::vector<T> out(args.size());
+    k(int(args.size()), args.data(), out.data());
+    return out;
+}
+
 // A strided kernel must give, element by element, the contiguous kernel's
 // results; elements between the strided ones stay untouched.
 template <class T>
