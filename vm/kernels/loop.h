@@ -72,18 +72,24 @@ using std::ptrdiff_t;
 // ---- registers of one element type ------------------------------------------
 template <class E> struct Lanes;
 
+// What the loop needs of the vector helpers S of element type E.
+template <class S, class E>
+struct LanesOf {
+    using V = typename S::V;
+    static V load(const E* p) { return S::load(p); }
+    static void store(E* p, V x) { S::store(p, x); }
+    static V gather(const E* p, ptrdiff_t inc) { return S::gather(p, inc); }
+    static void scatter(E* p, ptrdiff_t inc, V x) { S::scatter(p, inc, x); }
+    static V bit_or(V x, V y) { return S::bit_or(x, y); }
+    static V bit_andnot(V m, V x) { return S::bit_andnot(m, x); }
+};
+
 template <class T>
     requires std::is_floating_point_v<T>
-struct Lanes<T> {
+struct Lanes<T> : LanesOf<simd::Simd<T>, T> {
     using S = simd::Simd<T>;
     using V = typename S::V;
     static constexpr int per_vector = S::lanes;
-    static V load(const T* p) { return S::load(p); }
-    static void store(T* p, V x) { S::store(p, x); }
-    static V gather(const T* p, ptrdiff_t inc) { return S::gather(p, inc); }
-    static void scatter(T* p, ptrdiff_t inc, V x) { S::scatter(p, inc, x); }
-    static V bit_or(V x, V y) { return S::bit_or(x, y); }
-    static V bit_andnot(V m, V x) { return S::bit_andnot(m, x); }
     static unsigned bits(V m) { return unsigned(S::movemask(m)); }  // one per element
     // Elements i .. i + count - 1 of v, count < per_vector, in a register
     // padded with element i; built in registers, as a store of the parts and
@@ -102,16 +108,10 @@ struct Lanes<T> {
 
 template <class C>
     requires std::is_same_v<C, qor_complex8> || std::is_same_v<C, qor_complex16>
-struct Lanes<C> {
+struct Lanes<C> : LanesOf<simd::CSimd<C>, C> {
     using S = simd::CSimd<C>;
     using V = typename S::V;
     static constexpr int per_vector = S::per_vector;
-    static V load(const C* p) { return S::load(p); }
-    static void store(C* p, V x) { S::store(p, x); }
-    static V gather(const C* p, ptrdiff_t inc) { return S::gather(p, inc); }
-    static void scatter(C* p, ptrdiff_t inc, V x) { S::scatter(p, inc, x); }
-    static V bit_or(V x, V y) { return S::bit_or(x, y); }
-    static V bit_andnot(V m, V x) { return S::bit_andnot(m, x); }
     static unsigned bits(V m) { return S::element_bits(m); }
     // A lone single complex element fills both halves of its register.
     template <class View>
