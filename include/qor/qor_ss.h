@@ -1,0 +1,433 @@
+/* Summary statistics: the exported interface of the kernel library.
+ *
+ * A task (SSTask) describes a data set and the results wanted from it.  It
+ * holds addresses only, never copies: the integers it points to (dimension,
+ * observation count, storage codes, indices) and the arrays (observations,
+ * weights, results) are read at the moment a compute entry runs, so a caller
+ * may change them between two calls without editing the task again.  With
+ * wide_ints non-zero every integer the task points to is an int64_t, else an
+ * int32_t.
+ *
+ * Layouts
+ * - Observations: SS_OBS_VARIABLES_IN_ROWS (p rows of n observations;
+ *   observation j of variable i at i*n + j) or SS_OBS_OBSERVATIONS_IN_ROWS
+ *   (n rows of p values; at j*p + i).
+ * - Per-variable results (mean, moments, sums, ...): p values, the result of
+ *   variable i at index i; variables left out by `indices` are not written.
+ * - Matrices (covariance, correlation, cross-product, parametrized
+ *   correlation): p x p in the form that their storage code names,
+ *     SS_MATRIX_STORAGE_FULL          all p*p entries, element (i, j) at i*p + j;
+ *     SS_MATRIX_STORAGE_UPPER_PACKED  the upper triangle row by row:
+ *                                     (0,0) (0,1) ... (0,p-1) (1,1) ... (p-1,p-1);
+ *     SS_MATRIX_STORAGE_LOWER_PACKED  the lower triangle row by row:
+ *                                     (0,0) (1,0) (1,1) (2,0) ... (p-1,p-1).
+ *   Entries that pair a variable left out by `indices` are not written.
+ *
+ * Every function returns 0 or one of the negative SS_ERR_ codes. */
+#ifndef QOR_SS_H
+#define QOR_SS_H
+
+#include "qor_threading.h"
+#include "qor_types.h"
+
+#ifndef QOR_SS_API
+#  ifdef QOR_BUILDING_KERNELS
+#    define QOR_SS_API QOR_EXPORT
+#  else
+#    define QOR_SS_API QOR_IMPORT
+#  endif
+#endif
+
+QOR_BEGIN_C
+
+/* ---- Status codes ---------------------------------------------------------- */
+
+enum {
+    SS_OK = 0,
+    SS_ERR_BAD_PARAM_CODE = -3,
+    SS_ERR_NO_MEMORY = -4000,
+    SS_ERR_DIM = -4001,
+    SS_ERR_OBS_COUNT = -4002,
+    SS_ERR_OBS_STORAGE = -4003,
+    SS_ERR_INDICES = -4004,
+    SS_ERR_WEIGHTS = -4005,
+    SS_ERR_MEAN = -4006,
+    SS_ERR_RAW_MOMENT2 = -4007,
+    SS_ERR_RAW_MOMENT3 = -4008,
+    SS_ERR_RAW_MOMENT4 = -4009,
+    SS_ERR_CENTRAL_MOMENT2 = -4010,
+    SS_ERR_CENTRAL_MOMENT3 = -4011,
+    SS_ERR_CENTRAL_MOMENT4 = -4012,
+    SS_ERR_KURTOSIS = -4013,
+    SS_ERR_SKEWNESS = -4014,
+    SS_ERR_MIN = -4015,
+    SS_ERR_MAX = -4016,
+    SS_ERR_VARIATION = -4017,
+    SS_ERR_COV = -4018,
+    SS_ERR_COR = -4019,
+    SS_ERR_ACC_WEIGHTS = -4020,
+    SS_ERR_QUANT_ORDERS = -4021,
+    SS_ERR_QUANT_ORDER_COUNT = -4022,
+    SS_ERR_QUANTILES = -4023,
+    SS_ERR_ORDER_STATS = -4024,
+    SS_ERR_ROBUST_COV = -4027,
+    SS_ERR_ROBUST_MEAN = -4028,
+    SS_ERR_METHOD = -4029,
+    SS_ERR_TASK = -4031,
+    SS_ERR_OBS = -4032,
+    SS_ERR_POOLED_COV = -4034,
+    SS_ERR_POOLED_MEAN = -4035,
+    SS_ERR_GROUP_COVS = -4036,
+    SS_ERR_GROUP_MEANS = -4037,
+    SS_ERR_GROUP_INDICES = -4038,
+    SS_ERR_OUTLIER_PARAMS = -4039,
+    SS_ERR_OUTLIER_PARAM_COUNT = -4040,
+    SS_ERR_OUTLIER_WEIGHTS = -4041,
+    SS_ERR_RCOV_PARAMS = -4042,
+    SS_ERR_RCOV_PARAM_COUNT = -4043,
+    SS_ERR_STORAGE = -4044,
+    SS_ERR_PARTIAL_INDEX = -4045,
+    SS_ERR_PARTIAL_COV = -4046,
+    SS_ERR_PARTIAL_COR = -4047,
+    SS_ERR_MV_PARAMS = -4048,
+    SS_ERR_MV_PARAM_COUNT = -4049,
+    SS_ERR_MV_INIT_COUNT = -4052,
+    SS_ERR_MV_INIT = -4053,
+    SS_ERR_MV_SIM = -4054,
+    SS_ERR_MV_SIM_COUNT = -4055,
+    SS_ERR_MV_EST_COUNT = -4056,
+    SS_ERR_MV_EST = -4057,
+    SS_ERR_MV_PRIOR_COUNT = -4061,
+    SS_ERR_MV_PRIOR = -4062,
+    SS_ERR_SQ_PARAM_COUNT_PTR = -4064,
+    SS_ERR_SQ_PARAMS = -4065,
+    SS_ERR_SQ_PARAM_COUNT = -4066,
+    SS_ERR_SQ_ORDERS = -4068,
+    SS_ERR_SQ_ORDER_COUNT = -4069,
+    SS_ERR_SQ_QUANTILES = -4070,
+    SS_ERR_PARAM_COR = -4071,
+    SS_ERR_SUM = -4074,
+    SS_ERR_RAW_SUM2 = -4075,
+    SS_ERR_RAW_SUM3 = -4076,
+    SS_ERR_RAW_SUM4 = -4077,
+    SS_ERR_CENTRAL_SUM2 = -4078,
+    SS_ERR_CENTRAL_SUM3 = -4079,
+    SS_ERR_CENTRAL_SUM4 = -4080,
+    SS_ERR_CP = -4081,
+    SS_ERR_MEDIAN_ABS_DEV = -4082,
+    SS_ERR_MEAN_ABS_DEV = -4083,
+    SS_ERR_SORTED = -4084,
+    SS_ERR_INPLACE_INDICES = -4085,
+    SS_ERR_EIGEN = -5030
+};
+
+/* ---- Parameter codes of the edit operations --------------------------------
+ * "i": __rixiSSEditTask (address of an integer or integer array);
+ * "r": __rixdSSEditTask / __rixsSSEditTask (address of reals). */
+
+enum {
+    SS_PARAM_DIM = 1,                    /* i */
+    SS_PARAM_OBS_COUNT = 2,              /* i */
+    SS_PARAM_OBS = 3,                    /* r */
+    SS_PARAM_OBS_STORAGE = 4,            /* i */
+    SS_PARAM_INDICES = 5,                /* i */
+    SS_PARAM_WEIGHTS = 6,                /* r */
+    SS_PARAM_MEAN = 7,                   /* r */
+    SS_PARAM_RAW_MOMENT2 = 8,            /* r */
+    SS_PARAM_RAW_MOMENT3 = 9,            /* r */
+    SS_PARAM_RAW_MOMENT4 = 10,           /* r */
+    SS_PARAM_CENTRAL_MOMENT2 = 11,       /* r */
+    SS_PARAM_CENTRAL_MOMENT3 = 12,       /* r */
+    SS_PARAM_CENTRAL_MOMENT4 = 13,       /* r */
+    SS_PARAM_KURTOSIS = 14,              /* r */
+    SS_PARAM_SKEWNESS = 15,              /* r */
+    SS_PARAM_MIN = 16,                   /* r */
+    SS_PARAM_MAX = 17,                   /* r */
+    SS_PARAM_VARIATION = 18,             /* r */
+    SS_PARAM_COV = 19,                   /* r */
+    SS_PARAM_COV_STORAGE = 20,           /* i */
+    SS_PARAM_COR = 21,                   /* r */
+    SS_PARAM_COR_STORAGE = 22,           /* i */
+    SS_PARAM_ACC_WEIGHTS = 23,           /* r */
+    SS_PARAM_QUANT_ORDER_COUNT = 24,     /* i */
+    SS_PARAM_QUANT_ORDERS = 25,          /* r */
+    SS_PARAM_QUANTILES = 26,             /* r */
+    SS_PARAM_ORDER_STATS = 27,           /* r */
+    SS_PARAM_GROUP_INDICES = 28,         /* i */
+    SS_PARAM_POOLED_COV_STORAGE = 29,    /* i */
+    SS_PARAM_POOLED_MEAN = 30,           /* r */
+    SS_PARAM_POOLED_COV = 31,            /* r */
+    SS_PARAM_REQUESTED_GROUPS = 32,      /* i */
+    SS_PARAM_GROUP_MEANS = 33,           /* r */
+    SS_PARAM_GROUP_COV_STORAGE = 34,     /* i */
+    SS_PARAM_GROUP_COVS = 35,            /* r */
+    SS_PARAM_ROBUST_COV_STORAGE = 36,    /* i */
+    SS_PARAM_RCOV_PARAM_COUNT = 37,      /* i */
+    SS_PARAM_RCOV_PARAMS = 38,           /* r */
+    SS_PARAM_ROBUST_MEAN = 39,           /* r */
+    SS_PARAM_ROBUST_COV = 40,            /* r */
+    SS_PARAM_OUTLIER_PARAM_COUNT = 41,   /* i */
+    SS_PARAM_OUTLIER_PARAMS = 42,        /* r */
+    SS_PARAM_OUTLIER_WEIGHTS = 43,       /* r */
+    SS_PARAM_ORDER_STATS_STORAGE = 44,   /* i */
+    SS_PARAM_PARTIAL_INDEX = 45,         /* i */
+    SS_PARAM_PARTIAL_COV = 46,           /* r */
+    SS_PARAM_PARTIAL_COV_STORAGE = 47,   /* i */
+    SS_PARAM_PARTIAL_COR = 48,           /* r */
+    SS_PARAM_PARTIAL_COR_STORAGE = 49,   /* i */
+    SS_PARAM_MV_PARAM_COUNT = 50,        /* i */
+    SS_PARAM_MV_PARAMS = 51,             /* r */
+    SS_PARAM_MV_INIT_COUNT = 52,         /* i */
+    SS_PARAM_MV_INIT = 53,               /* r */
+    SS_PARAM_MV_SIM_COUNT = 54,          /* i */
+    SS_PARAM_MV_SIM = 55,                /* r */
+    SS_PARAM_MV_EST_COUNT = 56,          /* i */
+    SS_PARAM_MV_EST = 57,                /* r */
+    SS_PARAM_MV_PRIOR_COUNT = 58,        /* i */
+    SS_PARAM_MV_PRIOR = 59,              /* r */
+    SS_PARAM_PARAM_COR = 60,             /* r */
+    SS_PARAM_PARAM_COR_STORAGE = 61,     /* i */
+    SS_PARAM_SQ_PARAM_COUNT = 62,        /* i */
+    SS_PARAM_SQ_PARAMS = 63,             /* r */
+    SS_PARAM_SQ_ORDER_COUNT = 64,        /* i */
+    SS_PARAM_SQ_ORDERS = 65,             /* r */
+    SS_PARAM_SQ_QUANTILES = 66,          /* r */
+    SS_PARAM_SUM = 67,                   /* r */
+    SS_PARAM_RAW_SUM2 = 68,              /* r */
+    SS_PARAM_RAW_SUM3 = 69,              /* r */
+    SS_PARAM_RAW_SUM4 = 70,              /* r */
+    SS_PARAM_CENTRAL_SUM2 = 71,          /* r */
+    SS_PARAM_CENTRAL_SUM3 = 72,          /* r */
+    SS_PARAM_CENTRAL_SUM4 = 73,          /* r */
+    SS_PARAM_CP = 74,                    /* r */
+    SS_PARAM_CP_STORAGE = 75,            /* i */
+    SS_PARAM_MEDIAN_ABS_DEV = 76,        /* r */
+    SS_PARAM_MEAN_ABS_DEV = 77,          /* r */
+    SS_PARAM_SORTED = 78,                /* r */
+    SS_PARAM_SORTED_STORAGE = 79         /* i */
+};
+
+/* ---- Storage codes ----------------------------------------------------------- */
+
+enum {
+    SS_OBS_VARIABLES_IN_ROWS = 0x10000,
+    SS_OBS_OBSERVATIONS_IN_ROWS = 0x20000,
+    SS_MATRIX_STORAGE_FULL = 0,
+    SS_MATRIX_STORAGE_UPPER_PACKED = 1,
+    SS_MATRIX_STORAGE_LOWER_PACKED = 2
+};
+
+/* ---- Estimate mask bits (64-bit) ------------------------------------------- */
+
+#define SS_EST_MEAN UINT64_C(0x1)                      /* bit 0 */
+#define SS_EST_RAW_MOMENT2 UINT64_C(0x2)               /* bit 1 */
+#define SS_EST_RAW_MOMENT3 UINT64_C(0x4)               /* bit 2 */
+#define SS_EST_RAW_MOMENT4 UINT64_C(0x8)               /* bit 3 */
+#define SS_EST_CENTRAL_MOMENT2 UINT64_C(0x10)          /* bit 4 */
+#define SS_EST_CENTRAL_MOMENT3 UINT64_C(0x20)          /* bit 5 */
+#define SS_EST_CENTRAL_MOMENT4 UINT64_C(0x40)          /* bit 6 */
+#define SS_EST_KURTOSIS UINT64_C(0x80)                 /* bit 7 */
+#define SS_EST_SKEWNESS UINT64_C(0x100)                /* bit 8 */
+#define SS_EST_VARIATION UINT64_C(0x200)               /* bit 9 */
+#define SS_EST_MIN UINT64_C(0x400)                     /* bit 10 */
+#define SS_EST_MAX UINT64_C(0x800)                     /* bit 11 */
+#define SS_EST_COV UINT64_C(0x1000)                    /* bit 12 */
+#define SS_EST_COR UINT64_C(0x2000)                    /* bit 13 */
+#define SS_EST_QUANTILES UINT64_C(0x10000)             /* bit 16 */
+#define SS_EST_ORDER_STATS UINT64_C(0x20000)           /* bit 17 */
+#define SS_EST_SUM UINT64_C(0x2000000)                 /* bit 25 */
+#define SS_EST_RAW_SUM2 UINT64_C(0x4000000)            /* bit 26 */
+#define SS_EST_RAW_SUM3 UINT64_C(0x8000000)            /* bit 27 */
+#define SS_EST_RAW_SUM4 UINT64_C(0x10000000)           /* bit 28 */
+#define SS_EST_CENTRAL_SUM2 UINT64_C(0x20000000)       /* bit 29 */
+#define SS_EST_CENTRAL_SUM3 UINT64_C(0x40000000)       /* bit 30 */
+#define SS_EST_CENTRAL_SUM4 UINT64_C(0x80000000)       /* bit 31 */
+#define SS_EST_CP UINT64_C(0x100000000)                /* bit 32 */
+#define SS_EST_MEDIAN_ABS_DEV UINT64_C(0x200000000)    /* bit 33 */
+#define SS_EST_MEAN_ABS_DEV UINT64_C(0x400000000)      /* bit 34 */
+
+/* ---- Method codes (bit flags) -------------------------------------------- */
+
+enum {
+    SS_METHOD_OBS_1 = 1,             /* from observations */
+    SS_METHOD_OBS_2 = 2,             /* from observations */
+    SS_METHOD_PARAMETRIZE = 4,       /* correlation repair */
+    SS_METHOD_STREAM_1 = 64,
+    SS_METHOD_STREAM_2 = 128,
+    SS_METHOD_OBS_3 = 256,           /* from observations around the task's supplied mean */
+    SS_METHOD_SUMS_1 = 512,          /* from sums accumulated earlier */
+    SS_METHOD_SUMS_2 = 1024,         /* from sums accumulated earlier */
+    SS_METHOD_SORT = 0x100000        /* bit 20 */
+};
+
+/* ---- The task record --------------------------------------------------------
+ * Pointers are the caller's and may be null until set.  Integer pointers
+ * address int32_t or, with wide_ints, int64_t values. */
+
+enum { SS_TASK_KIND = 2, SS_CLEANUP_ROOM = 8 };
+
+typedef struct SSTask SSTask;
+typedef void (*SSCleanup)(SSTask* task);
+
+struct SSTask {
+    uint32_t wide_ints;
+    int32_t task_kind;   /* SS_TASK_KIND */
+    int32_t precision;   /* 1 double, 0 single */
+    const void* dim;
+    const void* obs_count;
+    const void* indices;
+    void* obs;
+    void* weights;
+    void* acc_weights;   /* W1 (sum of weights) and W2 (sum of squared weights) so far */
+    const void* obs_storage;
+    void* param_cor;
+    const void* param_cor_storage;
+    void* mean;
+    void* raw_moment2;
+    void* raw_moment3;
+    void* raw_moment4;
+    void* central_moment2;
+    void* central_moment3;
+    void* central_moment4;
+    void* sum;
+    void* raw_sum2;
+    void* raw_sum3;
+    void* raw_sum4;
+    void* central_sum2;
+    void* central_sum3;
+    void* central_sum4;
+    void* kurtosis;
+    void* skewness;
+    void* variation;
+    void* min;
+    void* max;
+    const void* cov_storage;
+    void* cov;
+    const void* cor_storage;
+    void* cor;
+    const void* cp_storage;
+    void* cp;
+    const void* group_indices;
+    const void* requested_groups;
+    void* group_means;
+    void* group_covs;
+    const void* group_cov_storage;
+    void* pooled_mean;
+    void* pooled_cov;
+    const void* pooled_cov_storage;
+    const void* quant_order_count;
+    void* quant_orders;
+    void* quantiles;
+    void* order_stats;
+    const void* order_stats_storage;
+    const void* sq_order_count;
+    void* sq_orders;
+    void* sq_quantiles;
+    void* sq_state;
+    const void* sq_param_count;
+    void* sq_params;
+    void* mean_abs_dev;
+    void* median_abs_dev;
+    const void* rcov_param_count;
+    void* rcov_params;
+    void* robust_mean;
+    void* robust_cov;
+    const void* robust_cov_storage;
+    const void* outlier_param_count;
+    void* outlier_params;
+    void* outlier_weights;
+    const void* partial_index;
+    void* partial_cov;
+    const void* partial_cov_storage;
+    void* partial_cor;
+    const void* partial_cor_storage;
+    const void* mv_param_count;
+    void* mv_params;
+    const void* mv_init_count;
+    void* mv_init;
+    const void* mv_prior_count;
+    void* mv_prior;
+    const void* mv_sim_count;
+    void* mv_sim;
+    const void* mv_est_count;
+    void* mv_est;
+    uint64_t mahal_inputs[8];
+    int64_t cleanup_count;
+    SSCleanup cleanup[SS_CLEANUP_ROOM];
+    void* sorted;
+    const void* sorted_storage;
+    void* work;          /* task-owned, released by __rixSSDeleteTask */
+};
+
+/* ---- Task operations ----------------------------------------------------------- */
+
+/* Validates, allocates and fills a task.  The integers are read as int64_t
+ * when wide_ints is non-zero.  Order of the checks: dim (-4001); with obs
+ * given: storage pointer (-4044), storage code (-4003), count (-4002);
+ * allocation (-4000).  On failure *task is left null. */
+QOR_SS_API int32_t __rixdSSNewTask(SSTask** task, const void* dim, const void* obs_count, const void* obs_storage,
+                                   const double* obs, const double* weights, const void* indices, uint32_t wide_ints);
+QOR_SS_API int32_t __rixsSSNewTask(SSTask** task, const void* dim, const void* obs_count, const void* obs_storage,
+                                   const float* obs, const float* weights, const void* indices, uint32_t wide_ints);
+
+/* Registers one address.  A code of the other form, or outside 1 to 79,
+ * gives -3; a null address gives the code's own status.  A failed edit
+ * changes nothing. */
+QOR_SS_API int32_t __rixiSSEditTask(SSTask* task, int32_t code, const void* value);
+QOR_SS_API int32_t __rixdSSEditTask(SSTask* task, int32_t code, const double* value);
+QOR_SS_API int32_t __rixsSSEditTask(SSTask* task, int32_t code, const float* value);
+
+/* Grouped edits: a null argument leaves its field as it was.  Only the
+ * task pointer is checked (-4031). */
+#define QOR_SS_GROUPED_EDITS(p, T)                                                                                \
+    QOR_SS_API int32_t __rix##p##SSEditMoments(SSTask* task, T* mean, T* raw_moment2, T* raw_moment3,             \
+                                               T* raw_moment4, T* central_moment2, T* central_moment3,            \
+                                               T* central_moment4);                                               \
+    QOR_SS_API int32_t __rix##p##SSEditSums(SSTask* task, T* sum, T* raw_sum2, T* raw_sum3, T* raw_sum4,         \
+                                            T* central_sum2, T* central_sum3, T* central_sum4);                  \
+    QOR_SS_API int32_t __rix##p##SSEditCovCor(SSTask* task, T* mean, T* cov, const void* cov_storage, T* cor,     \
+                                              const void* cor_storage);                                           \
+    QOR_SS_API int32_t __rix##p##SSEditCP(SSTask* task, T* mean, T* sum, T* cp, const void* cp_storage);          \
+    QOR_SS_API int32_t __rix##p##SSEditPartialCovCor(SSTask* task, const void* partial_index, T* cov,             \
+                                                     const void* cov_storage, T* cor, const void* cor_storage,    \
+                                                     T* partial_cov, const void* partial_cov_storage,             \
+                                                     T* partial_cor, const void* partial_cor_storage);            \
+    QOR_SS_API int32_t __rix##p##SSEditQuantiles(SSTask* task, const void* quant_order_count, T* quant_orders,   \
+                                                 T* quantiles, T* order_stats, const void* order_stats_storage); \
+    QOR_SS_API int32_t __rix##p##SSEditStreamQuantiles(SSTask* task, const void* sq_order_count, T* sq_orders,   \
+                                                       T* sq_quantiles, const void* sq_param_count,              \
+                                                       T* sq_params);                                             \
+    QOR_SS_API int32_t __rix##p##SSEditPooledCovariance(SSTask* task, const void* group_indices, T* pooled_mean,  \
+                                                        T* pooled_cov, const void* requested_groups,             \
+                                                        T* group_means, T* group_covs);                          \
+    QOR_SS_API int32_t __rix##p##SSEditRCov(SSTask* task, const void* robust_cov_storage,                         \
+                                            const void* rcov_param_count, T* rcov_params, T* robust_mean,         \
+                                            T* robust_cov);                                                       \
+    QOR_SS_API int32_t __rix##p##SSEditOutDetect(SSTask* task, const void* outlier_param_count,                  \
+                                                 T* outlier_params, T* outlier_weights);                          \
+    QOR_SS_API int32_t __rix##p##SSEditMissingVals(SSTask* task, const void* mv_param_count, T* mv_params,       \
+                                                   const void* mv_init_count, T* mv_init,                        \
+                                                   const void* mv_prior_count, T* mv_prior,                      \
+                                                   const void* mv_sim_count, T* mv_sim,                          \
+                                                   const void* mv_est_count, T* mv_est);                         \
+    QOR_SS_API int32_t __rix##p##SSEditMtxParametrz(SSTask* task, T* cor, const void* cor_storage, T* param_cor, \
+                                                    const void* param_cor_storage);
+
+QOR_SS_GROUPED_EDITS(d, double)
+QOR_SS_GROUPED_EDITS(s, float)
+
+/* Releases the task's own buffer, runs its clean-up routines in order of
+ * registration, frees the record and nulls *task.  A null address gives
+ * -4031; the record itself is not checked. */
+QOR_SS_API int32_t __rixSSDeleteTask(SSTask** task);
+
+/* ---- Compute entries ---------------------------------------------------------- */
+
+/* Basic statistics: any combination of the SS_EST_ bits 0-9, 12, 13 and
+ * 25-32, accumulated across calls through acc_weights. */
+QOR_SS_API int32_t _rixdSSBasic(SSTask* task, uint64_t estimates, int32_t method, const qor_threading* threading);
+QOR_SS_API int32_t _rixsSSBasic(SSTask* task, uint64_t estimates, int32_t method, const qor_threading* threading);
+
+QOR_END_C
+
+#endif
