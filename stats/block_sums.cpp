@@ -1,0 +1,128 @@
+#include "stats/block_sums.h"
+
+#include <emmintrin.h>
+
+#include <cstring>
+
+namespace qor::ss {
+namespace {
+
+// Two consecutive values as two double lanes.
+inline __m128d load2(const double* p) { return _mm_loadu_pd(p); }
+inline __m128d load2(const float* p) {
+    double bits;
+    std::memcpy(&bits, p, sizeof bits);
+    return _mm_cvtps_pd(_mm_castpd_ps(_mm_set_sd(bits)));
+}
+inline double lane_sum(__m128d v) { return _mm_cvtsd_f64(_mm_add_sd(v, _mm_unpackhi_pd(v, v))); }
+
+// Runs step(acc, i) over pairs of elements i, i + 1 for i below an even
+// bound, rotating over Chains independent accumulator sets so that the
+// additions of one set overlap those of the others; returns where the
+// vector part stopped.  Acc is a small struct of __m128d sums.
+template <int Chains, class Acc, class Step>
+int64_t pairs(int64_t count, Acc (&acc)[Chains], Step step) {
+    int64_t i = 0;
+    for (; i + 2 * Chains <= count; i += 2 * Chains)
+        for (int c = 0; c < Chains; ++c) step(acc[c], i + 2 * c);
+    for (; i + 2 <= count; i += 2) step(acc[0], i);
+    return i;
+}
+
+struct Sum1 {
+    __m128d s = _mm_setzero_pd();
+};
+struct Sum3 {
+    __m128d s2 = _mm_setzero_pd(), s3 = _mm_setzero_pd(), s4 = _mm_setzero_pd();
+};
+
+template <class T, bool Weighted>
+double sum_impl(const T* x, const T* w, int64_t count) {
+    Sum1 acc[4];
+    const int64_t done = pairs(count, acc, [&](Sum1& a, int64_t i) {
+        __m128d v = load2(x + i);
+        if constexpr (Weighted) v = _mm_mul_pd(v, load2(w + i));
+        a.s = _mm_add_pd(a.s, v);
+    });
+    double s = lane_sum(_mm_add_pd(_mm_add_pd(acc[0].s, acc[1].s), _mm_add_pd(acc[2].s, acc[3].s)));
+    for (int64_t i = done; i < count; ++i) s += Weighted ? double(w[i]) * double(x[i]) : double(x[i]);
+    return s;
+}
+
+// d = x − centre; the powers d², d³, d⁴ up to Order, weighted.
+template <class T, bool Weighted, int Order>
+void central_impl(const T* x, const T* w, int64_t count, double centre, double* sums) {
+    const __m128d c = _mm_set1_pd(centre);
+    Sum3 acc[2];
+    const int64_t done = pairs(count, acc, [&](Sum3& a, int64_t i) {
+        const __m128d d = _mm_sub_pd(load2(x + i), c);
+        const __m128d wd = Weighted ? _mm_mul_pd(d, load2(w + i)) : d;
+        const __m128d wd2 = _mm_mul_pd(wd, d);
+        a.s2 = _mm_add_pd(a.s2, wd2);
+        if constexpr (Order >= 3) {
+            const __m128d wd3 = _mm_mul_pd(wd2, d);
+            a.s3 = _mm_add_pd(a.s3, wd3);
+            if constexpr (Order >= 4) a.s4 = _mm_add_pd(a.s4, _mm_mul_pd(wd3, d));
+        }
+    });
+    double s[3] = {lane_sum(_mm_add_pd(acc[0].s2, acc[1].s2)), lane_sum(_mm_add_pd(acc[0].s3, acc[1].s3)),
+                   lane_sum(_mm_add_pd(acc[0].s4, acc[1].s4))};
+    for (int64_t i = done; i < count; ++i) {
+        const double d = double(x[i]) - centre;
+        double term = (Weighted ? double(w[i]) : 1.0) * d * d;
+        for (int k = 0; k < Order - 1; ++k, term *= d) s[k] += term;
+    }
+    for (int k = 0; k < Order - 1; ++k) sums[k] = s[k];
+}
+
+template <class T, bool Weighted>
+void central_dispatch(const T* x, const T* w, int64_t count, double centre, int max_order, double* sums) {
+    switch (max_order) {
+    case 2: return central_impl<T, Weighted, 2>(x, w, count, centre, sums);
+    case 3: return central_impl<T, Weighted, 3>(x, w, count, centre, sums);
+    default: return central_impl<T, Weighted, 4>(x, w, count, centre, sums);
+    }
+}
+
+}  // namespace
+
+template <class T>
+double block_sum(const T* x, const T* w, int64_t count) {
+    return w ? sum_impl<T, true>(x, w, count) : sum_impl<T, false>(x, w, count);
+}
+
+template <class T>
+void block_central_sums(const T* x, const T* w, int64_t count, double centre, int max_order, double* sums) {
+    if (w)
+        central_dispatch<T, true>(x, w, count, centre, max_order, sums);
+    else
+        central_dispatch<T, false>(x, w, count, centre, max_order, sums);
+}
+
+// Raw power sums are asked for rarely and cost little beside the central
+// ones: the plain central loop around 0 serves.
+template <class T>
+void block_raw_sums(const T* x, const T* w, int64_t count, int max_order, double* sums) {
+    block_central_sums(x, w, count, 0.0, max_order, sums);
+}
+
+template <class T>
+void block_weights(const T* w, int64_t count, double& w1, double& w2) {
+    if (!w) {
+        w1 = w2 = static_cast<double>(count);
+        return;
+    }
+    w1 = sum_impl<T, false>(w, nullptr, count);
+    w2 = sum_impl<T, true>(w, w, count);
+}
+
+#define QOR_SS_BLOCK_SUMS(T)                                                                      \
+    template double block_sum<T>(const T*, const T*, int64_t);                                    \
+    template void block_central_sums<T>(const T*, const T*, int64_t, double, int, double*);      \
+    template void block_raw_sums<T>(const T*, const T*, int64_t, int, double*);                   \
+    template void block_weights<T>(const T*, int64_t, double&, double&);
+QOR_SS_BLOCK_SUMS(double)
+QOR_SS_BLOCK_SUMS(float)
+#undef QOR_SS_BLOCK_SUMS
+
+}  // namespace qor::ss

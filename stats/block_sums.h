@@ -1,0 +1,30 @@
+// Sums over one block of a variable's observations, the inner loops of the
+// basic statistics.  A block is short enough to stay in cache (a 256 KiB
+// working set), so the central sums take a second pass over it around the
+// block's own mean: exact centring, no cancellation between large raw sums.
+// The loops run two double lanes with independent partial sums (floats are
+// widened to double on load); weights are optional (null: each counts 1).
+#pragma once
+
+#include <cstdint>
+
+namespace qor::ss {
+
+// Σ w_j x_j (Σ x_j without weights).
+template <class T>
+double block_sum(const T* x, const T* w, int64_t count);
+
+// Σ w_j (x_j − centre)^k for k = 2 .. max_order (max_order 2, 3 or 4),
+// stored in sums[k − 2].
+template <class T>
+void block_central_sums(const T* x, const T* w, int64_t count, double centre, int max_order, double* sums);
+
+// Σ w_j x_j^k for k = 2 .. max_order (2 to 4), stored in sums[k − 2].
+template <class T>
+void block_raw_sums(const T* x, const T* w, int64_t count, int max_order, double* sums);
+
+// Σ w_j and Σ w_j²; (count, count) without weights.
+template <class T>
+void block_weights(const T* w, int64_t count, double& w1, double& w2);
+
+}  // namespace qor::ss

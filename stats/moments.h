@@ -1,0 +1,70 @@
+// Running statistics of q variables over weighted observations, and the
+// pairwise merge that joins two such sets (a block into a thread's running
+// set, a thread's into the task's).
+//
+// For a set with total weight W, per variable: the mean m, the central sums
+// S_k = Σ w (x − m)^k for k = 2..4, the raw sums R_k = Σ w x^k for k = 1..4,
+// and for each pair the central cross sum C_ij = Σ w (x_i − m_i)(x_j − m_j),
+// kept in the upper triangle of a column-major q × q square (i ≤ j at
+// i + j·q, where a BLAS rank-k update leaves it).
+//
+// Merging A into B (Chan, Golub and LeVeque; Pébay for orders 3 and 4),
+// with W = Wa + Wb and δ = m_b − m_a:
+//   m  = m_a + δ·Wb/W
+//   S2 = S2a + S2b + δ²·Wa·Wb/W
+//   S3 = S3a + S3b + δ³·Wa·Wb·(Wa − Wb)/W² + 3δ·(Wa·S2b − Wb·S2a)/W
+//   S4 = S4a + S4b + δ⁴·Wa·Wb·(Wa² − Wa·Wb + Wb²)/W³
+//        + 6δ²·(Wa²·S2b + Wb²·S2a)/W² + 4δ·(Wa·S3b − Wb·S3a)/W
+//   C_ij = C_ij,a + C_ij,b + δ_i·δ_j·Wa·Wb/W
+//   R_k = R_k,a + R_k,b
+// Every term is a sum of like-signed or small corrections, so data with a
+// large mean and a small spread keep their digits.  Two sets centred on the
+// same supplied mean have δ = 0 and merge by plain addition.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace qor::ss {
+
+// Which parts a set carries.
+struct Tracked {
+    int central_order = 0;  // 0 (mean only) or 2..4
+    int raw_order = 0;      // 0 (none) or 1..4
+    bool cross = false;
+};
+
+// A set laid out in one array of doubles: W1, W2, then mean, S2..S4,
+// R1..R4 (q each), then the q × q cross sums when tracked.
+class Moments {
+public:
+    Moments() = default;
+    Moments(double* base, int64_t q, bool cross) : base_(base), q_(q), cross_(cross) {}
+
+    static size_t doubles(int64_t q, bool cross) {
+        return 2 + 9 * static_cast<size_t>(q) + (cross ? static_cast<size_t>(q * q) : 0);
+    }
+    int64_t q() const { return q_; }
+    bool has_cross() const { return cross_; }
+    double* data() const { return base_; }
+
+    double& w1() const { return base_[0]; }
+    double& w2() const { return base_[1]; }
+    double* mean() const { return base_ + 2; }
+    double* central(int k) const { return base_ + 2 + (k - 1) * q_; }  // k = 2..4
+    double* raw(int k) const { return base_ + 2 + (k + 3) * q_; }      // k = 1..4
+    double* cross() const { return base_ + 2 + 9 * q_; }
+    double& cross(int64_t i, int64_t j) const { return i <= j ? cross()[i + j * q_] : cross()[j + i * q_]; }
+
+    void clear() const;
+
+private:
+    double* base_ = nullptr;
+    int64_t q_ = 0;
+    bool cross_ = false;
+};
+
+// Adds `from` into `into` (same q); only the tracked parts are touched.
+void merge(const Moments& into, const Moments& from, const Tracked& tracked);
+
+}  // namespace qor::ss
