@@ -2,7 +2,6 @@
 // and the task readers the estimators share.
 #include <gtest/gtest.h>
 
-#include <cstddef>
 #include <cstring>
 #include <set>
 #include <utility>
@@ -36,6 +35,10 @@ SSTask with_sentinels(const SSTask& before, const std::vector<size_t>& offsets) 
 
 bool same(const SSTask& a, const SSTask& b) { return std::memcmp(&a, &b, sizeof(SSTask)) == 0; }
 
+std::vector<std::pair<int, SSTask*>> cleanups_run;
+void first_cleanup(SSTask* t) { cleanups_run.emplace_back(1, t); }
+void second_cleanup(SSTask* t) { cleanups_run.emplace_back(2, t); }
+
 #define AT(field) offsetof(SSTask, field)
 
 }  // namespace
@@ -44,29 +47,27 @@ TEST(EditTask, EveryCodeStoresItsFieldInItsFormAndReportsItsNullStatus) {
     const std::set<int32_t> integer_codes = {1,  2,  4,  5,  20, 22, 24, 28, 29, 32, 34, 36, 37, 41,
                                              44, 45, 47, 49, 50, 52, 54, 56, 58, 61, 62, 64, 75, 79};
     const std::pair<size_t, int32_t> codes[79] = {
-        {AT(dim), -4001}, {AT(obs_count), -4002}, {AT(obs), -4032}, {AT(obs_storage), -4044},
-        {AT(indices), -4004}, {AT(weights), -4005}, {AT(mean), -4006}, {AT(raw_moment2), -4007},
-        {AT(raw_moment3), -4008}, {AT(raw_moment4), -4009}, {AT(central_moment2), -4010},
-        {AT(central_moment3), -4011}, {AT(central_moment4), -4012}, {AT(kurtosis), -4013},
-        {AT(skewness), -4014}, {AT(min), -4015}, {AT(max), -4016}, {AT(variation), -4017}, {AT(cov), -4018},
-        {AT(cov_storage), -4044}, {AT(cor), -4019}, {AT(cor_storage), -4044}, {AT(acc_weights), -4020},
-        {AT(quant_order_count), -4022}, {AT(quant_orders), -4021}, {AT(quantiles), -4023},
+        {AT(dim), -4001}, {AT(obs_count), -4002}, {AT(obs), -4032}, {AT(obs_storage), -4044}, {AT(indices), -4004},
+        {AT(weights), -4005}, {AT(mean), -4006}, {AT(raw_moment2), -4007}, {AT(raw_moment3), -4008},
+        {AT(raw_moment4), -4009}, {AT(central_moment2), -4010}, {AT(central_moment3), -4011},
+        {AT(central_moment4), -4012}, {AT(kurtosis), -4013}, {AT(skewness), -4014}, {AT(min), -4015}, {AT(max), -4016},
+        {AT(variation), -4017}, {AT(cov), -4018}, {AT(cov_storage), -4044}, {AT(cor), -4019}, {AT(cor_storage), -4044},
+        {AT(acc_weights), -4020}, {AT(quant_order_count), -4022}, {AT(quant_orders), -4021}, {AT(quantiles), -4023},
         {AT(order_stats), -4024}, {AT(group_indices), -4038}, {AT(pooled_cov_storage), -4044},
-        {AT(pooled_mean), -4035}, {AT(pooled_cov), -4034}, {AT(requested_groups), -4038},
-        {AT(group_means), -4037}, {AT(group_cov_storage), -4044}, {AT(group_covs), -4036},
-        {AT(robust_cov_storage), -4044}, {AT(rcov_param_count), -4043}, {AT(rcov_params), -4042},
-        {AT(robust_mean), -4028}, {AT(robust_cov), -4027}, {AT(outlier_param_count), -4040},
-        {AT(outlier_params), -4039}, {AT(outlier_weights), -4041}, {AT(order_stats_storage), -4044},
-        {AT(partial_index), -4045}, {AT(partial_cov), -4046}, {AT(partial_cov_storage), -4044},
-        {AT(partial_cor), -4047}, {AT(partial_cor_storage), -4044}, {AT(mv_param_count), -4049},
-        {AT(mv_params), -4048}, {AT(mv_init_count), -4052}, {AT(mv_init), -4053}, {AT(mv_sim_count), -4055},
-        {AT(mv_sim), -4054}, {AT(mv_est_count), -4056}, {AT(mv_est), -4057}, {AT(mv_prior_count), -4061},
-        {AT(mv_prior), -4062}, {AT(param_cor), -4071}, {AT(param_cor_storage), -4044},
-        {AT(sq_param_count), -4066}, {AT(sq_params), -4065}, {AT(sq_order_count), -4069},
-        {AT(sq_orders), -4068}, {AT(sq_quantiles), -4070}, {AT(sum), -4006}, {AT(raw_sum2), -4075},
-        {AT(raw_sum3), -4076}, {AT(raw_sum4), -4077}, {AT(central_sum2), -4078}, {AT(central_sum3), -4079},
-        {AT(central_sum4), -4080}, {AT(cp), -4081}, {AT(cp_storage), -4044}, {AT(median_abs_dev), -4082},
-        {AT(mean_abs_dev), -4083}, {AT(sorted), -4084}, {AT(sorted_storage), -4044}};
+        {AT(pooled_mean), -4035}, {AT(pooled_cov), -4034}, {AT(requested_groups), -4038}, {AT(group_means), -4037},
+        {AT(group_cov_storage), -4044}, {AT(group_covs), -4036}, {AT(robust_cov_storage), -4044},
+        {AT(rcov_param_count), -4043}, {AT(rcov_params), -4042}, {AT(robust_mean), -4028}, {AT(robust_cov), -4027},
+        {AT(outlier_param_count), -4040}, {AT(outlier_params), -4039}, {AT(outlier_weights), -4041},
+        {AT(order_stats_storage), -4044}, {AT(partial_index), -4045}, {AT(partial_cov), -4046},
+        {AT(partial_cov_storage), -4044}, {AT(partial_cor), -4047}, {AT(partial_cor_storage), -4044},
+        {AT(mv_param_count), -4049}, {AT(mv_params), -4048}, {AT(mv_init_count), -4052}, {AT(mv_init), -4053},
+        {AT(mv_sim_count), -4055}, {AT(mv_sim), -4054}, {AT(mv_est_count), -4056}, {AT(mv_est), -4057},
+        {AT(mv_prior_count), -4061}, {AT(mv_prior), -4062}, {AT(param_cor), -4071}, {AT(param_cor_storage), -4044},
+        {AT(sq_param_count), -4066}, {AT(sq_params), -4065}, {AT(sq_order_count), -4069}, {AT(sq_orders), -4068},
+        {AT(sq_quantiles), -4070}, {AT(sum), -4006}, {AT(raw_sum2), -4075}, {AT(raw_sum3), -4076},
+        {AT(raw_sum4), -4077}, {AT(central_sum2), -4078}, {AT(central_sum3), -4079}, {AT(central_sum4), -4080},
+        {AT(cp), -4081}, {AT(cp_storage), -4044}, {AT(median_abs_dev), -4082}, {AT(mean_abs_dev), -4083},
+        {AT(sorted), -4084}, {AT(sorted_storage), -4044}};
     auto edit_i = [](SSTask* t, int32_t c, void* v) { return __rixiSSEditTask(t, c, v); };
     auto edit_d = [](SSTask* t, int32_t c, void* v) { return __rixdSSEditTask(t, c, static_cast<double*>(v)); };
     auto edit_s = [](SSTask* t, int32_t c, void* v) { return __rixsSSEditTask(t, c, static_cast<float*>(v)); };
@@ -79,10 +80,11 @@ TEST(EditTask, EveryCodeStoresItsFieldInItsFormAndReportsItsNullStatus) {
             SSTask* t = new_task();
             const SSTask before = *t;
             EXPECT_EQ(edit(nullptr, code, sentinel(0)), -4031);
-            EXPECT_EQ(edit(t, code, nullptr), right_form ? codes[code - 1].second : -3);
-            EXPECT_TRUE(same(*t, before));
             EXPECT_EQ(edit(t, code, sentinel(0)), right_form ? 0 : -3);
-            EXPECT_TRUE(same(*t, right_form ? with_sentinels(before, {codes[code - 1].first}) : before));
+            const SSTask after = right_form ? with_sentinels(before, {codes[code - 1].first}) : before;
+            EXPECT_TRUE(same(*t, after));
+            EXPECT_EQ(edit(t, code, nullptr), right_form ? codes[code - 1].second : -3);
+            EXPECT_TRUE(same(*t, after));
             __rixSSDeleteTask(&t);
         }
     }
@@ -103,15 +105,16 @@ void expect_group(int32_t (*edit)(SSTask*, A...), const std::vector<size_t>& fie
     SSTask* t = new_task();
     const SSTask before = *t;
     EXPECT_EQ(call_group(edit, nullptr, false, args), -4031);
-    EXPECT_EQ(call_group(edit, t, true, args), 0);
-    EXPECT_TRUE(same(*t, before));
     EXPECT_EQ(call_group(edit, t, false, args), 0);
-    EXPECT_TRUE(same(*t, with_sentinels(before, fields)));
+    const SSTask after = with_sentinels(before, fields);
+    EXPECT_TRUE(same(*t, after));
+    EXPECT_EQ(call_group(edit, t, true, args), 0);
+    EXPECT_TRUE(same(*t, after));
     __rixSSDeleteTask(&t);
 }
 
-#define EXPECT_GROUP(name, ...)                                                   \
-    expect_group(__rixd##name, {__VA_ARGS__});                                    \
+#define EXPECT_GROUP(name, ...)                 \
+    expect_group(__rixd##name, {__VA_ARGS__}); \
     expect_group(__rixs##name, {__VA_ARGS__})
 
 }  // namespace
@@ -188,14 +191,6 @@ TEST(NewTask, ChecksInOrderAndLeavesNoTaskOnFailure) {
     __rixSSDeleteTask(&t);
 }
 
-namespace {
-
-std::vector<std::pair<int, SSTask*>> cleanups_run;
-void first_cleanup(SSTask* t) { cleanups_run.emplace_back(1, t); }
-void second_cleanup(SSTask* t) { cleanups_run.emplace_back(2, t); }
-
-}  // namespace
-
 TEST(DeleteTask, ReleasesTheBufferRunsCleanupsInOrderAndNullsTheHandle) {
     SSTask* t = new_task();
     ASSERT_EQ(qor::ss::add_cleanup(*t, second_cleanup), 0);
@@ -213,7 +208,7 @@ TEST(DeleteTask, ReleasesTheBufferRunsCleanupsInOrderAndNullsTheHandle) {
 
 TEST(TaskReaders, EntryChecksSelectionAndCleanupRoom) {
     using namespace qor::ss;
-    const int64_t wide[6] = {2, 4, 0x10000 | 0x20000, int64_t{1} << 32, 1, 0};
+    const int64_t wide[8] = {2, 4, 0x10000 | 0x20000, int64_t{1} << 32, 1, 0, 0x20000 | 0x8000, 0x40000};
     SSTask t{};
     t.wide_ints = 1;
     t.dim = &wide[0];
@@ -225,6 +220,12 @@ TEST(TaskReaders, EntryChecksSelectionAndCleanupRoom) {
     EXPECT_EQ(read_shape(&t, shape), -4003);
     ASSERT_EQ(read_shape_by_bits(&t, shape), 0);
     EXPECT_TRUE(shape.p == 2 && shape.n == 4 && shape.variables_in_rows);
+    t.obs_storage = &wide[6];
+    EXPECT_EQ(read_shape(&t, shape), -4003);
+    ASSERT_EQ(read_shape_by_bits(&t, shape), 0);
+    EXPECT_FALSE(shape.variables_in_rows);
+    t.obs_storage = &wide[7];
+    EXPECT_EQ(read_shape_by_bits(&t, shape), -4003);
     t.obs_count = &wide[5];
     EXPECT_EQ(read_shape(&t, shape), -4002);
     t.dim = &wide[5];
@@ -234,10 +235,9 @@ TEST(TaskReaders, EntryChecksSelectionAndCleanupRoom) {
     t.indices = &wide[3];
     EXPECT_EQ((std::vector<bool>{variable_selected(t, 0), variable_selected(t, 1), variable_selected(t, 2)}),
               (std::vector<bool>{false, true, false}));
-    SSCleanup routines[SS_CLEANUP_ROOM + 1];
-    for (int k = 0; k <= SS_CLEANUP_ROOM; ++k) routines[k] = reinterpret_cast<SSCleanup>(uintptr_t{0x100} * (k + 1));
-    for (int k = 0; k < SS_CLEANUP_ROOM; ++k) EXPECT_EQ(add_cleanup(t, routines[k]), 0);
-    EXPECT_EQ(add_cleanup(t, routines[SS_CLEANUP_ROOM]), -4000);
-    EXPECT_EQ(add_cleanup(t, routines[0]), 0);
+    auto routine = [](uintptr_t k) { return reinterpret_cast<SSCleanup>(k << 8); };
+    for (uintptr_t k = 1; k <= SS_CLEANUP_ROOM; ++k) EXPECT_EQ(add_cleanup(t, routine(k)), 0);
+    EXPECT_EQ(add_cleanup(t, routine(SS_CLEANUP_ROOM + 1)), -4000);
+    EXPECT_EQ(add_cleanup(t, routine(1)), 0);
     EXPECT_EQ(t.cleanup_count, SS_CLEANUP_ROOM);
 }
