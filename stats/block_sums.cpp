@@ -32,8 +32,8 @@ int64_t pairs(int64_t count, Acc (&acc)[Chains], Step step) {
 struct Sum1 {
     __m128d s = _mm_setzero_pd();
 };
-struct Sum3 {
-    __m128d s2 = _mm_setzero_pd(), s3 = _mm_setzero_pd(), s4 = _mm_setzero_pd();
+struct Sum4 {
+    __m128d s1 = _mm_setzero_pd(), s2 = _mm_setzero_pd(), s3 = _mm_setzero_pd(), s4 = _mm_setzero_pd();
 };
 
 template <class T, bool Weighted>
@@ -49,35 +49,39 @@ double sum_impl(const T* x, const T* w, int64_t count) {
     return s;
 }
 
-// d = x − centre; the powers d², d³, d⁴ up to Order, weighted.
+// d = x − centre; the sums of d, d², d³, d⁴ up to Order, weighted.
 template <class T, bool Weighted, int Order>
 void central_impl(const T* x, const T* w, int64_t count, double centre, double* sums) {
     const __m128d c = _mm_set1_pd(centre);
-    Sum3 acc[2];
-    const int64_t done = pairs(count, acc, [&](Sum3& a, int64_t i) {
+    Sum4 acc[2];
+    const int64_t done = pairs(count, acc, [&](Sum4& a, int64_t i) {
         const __m128d d = _mm_sub_pd(load2(x + i), c);
         const __m128d wd = Weighted ? _mm_mul_pd(d, load2(w + i)) : d;
-        const __m128d wd2 = _mm_mul_pd(wd, d);
-        a.s2 = _mm_add_pd(a.s2, wd2);
-        if constexpr (Order >= 3) {
-            const __m128d wd3 = _mm_mul_pd(wd2, d);
-            a.s3 = _mm_add_pd(a.s3, wd3);
-            if constexpr (Order >= 4) a.s4 = _mm_add_pd(a.s4, _mm_mul_pd(wd3, d));
+        a.s1 = _mm_add_pd(a.s1, wd);
+        if constexpr (Order >= 2) {
+            const __m128d wd2 = _mm_mul_pd(wd, d);
+            a.s2 = _mm_add_pd(a.s2, wd2);
+            if constexpr (Order >= 3) {
+                const __m128d wd3 = _mm_mul_pd(wd2, d);
+                a.s3 = _mm_add_pd(a.s3, wd3);
+                if constexpr (Order >= 4) a.s4 = _mm_add_pd(a.s4, _mm_mul_pd(wd3, d));
+            }
         }
     });
-    double s[3] = {lane_sum(_mm_add_pd(acc[0].s2, acc[1].s2)), lane_sum(_mm_add_pd(acc[0].s3, acc[1].s3)),
-                   lane_sum(_mm_add_pd(acc[0].s4, acc[1].s4))};
+    double s[4] = {lane_sum(_mm_add_pd(acc[0].s1, acc[1].s1)), lane_sum(_mm_add_pd(acc[0].s2, acc[1].s2)),
+                   lane_sum(_mm_add_pd(acc[0].s3, acc[1].s3)), lane_sum(_mm_add_pd(acc[0].s4, acc[1].s4))};
     for (int64_t i = done; i < count; ++i) {
         const double d = double(x[i]) - centre;
-        double term = (Weighted ? double(w[i]) : 1.0) * d * d;
-        for (int k = 0; k < Order - 1; ++k, term *= d) s[k] += term;
+        double term = (Weighted ? double(w[i]) : 1.0) * d;
+        for (int k = 0; k < Order; ++k, term *= d) s[k] += term;
     }
-    for (int k = 0; k < Order - 1; ++k) sums[k] = s[k];
+    for (int k = 0; k < Order; ++k) sums[k] = s[k];
 }
 
 template <class T, bool Weighted>
 void central_dispatch(const T* x, const T* w, int64_t count, double centre, int max_order, double* sums) {
     switch (max_order) {
+    case 1: return central_impl<T, Weighted, 1>(x, w, count, centre, sums);
     case 2: return central_impl<T, Weighted, 2>(x, w, count, centre, sums);
     case 3: return central_impl<T, Weighted, 3>(x, w, count, centre, sums);
     default: return central_impl<T, Weighted, 4>(x, w, count, centre, sums);
@@ -103,7 +107,9 @@ void block_central_sums(const T* x, const T* w, int64_t count, double centre, in
 // ones: the plain central loop around 0 serves.
 template <class T>
 void block_raw_sums(const T* x, const T* w, int64_t count, int max_order, double* sums) {
-    block_central_sums(x, w, count, 0.0, max_order, sums);
+    double all[4];
+    block_central_sums(x, w, count, 0.0, max_order, all);
+    for (int k = 2; k <= max_order; ++k) sums[k - 2] = all[k - 1];
 }
 
 template <class T>

@@ -14,8 +14,8 @@ namespace qor::ss {
 template <class T>
 double block_sum(const T* x, const T* w, int64_t count);
 
-// Σ w_j (x_j − centre)^k for k = 2 .. max_order (max_order 2, 3 or 4),
-// stored in sums[k − 2].
+// Σ w_j (x_j − centre)^k for k = 1 .. max_order (1 to 4), stored in
+// sums[k − 1].
 template <class T>
 void block_central_sums(const T* x, const T* w, int64_t count, double centre, int max_order, double* sums);
 
