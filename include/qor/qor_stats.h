@@ -13,7 +13,7 @@
  *   qor_dss_edit_task(task, SS_PARAM_ACC_WEIGHTS, w);
  *   qor_dss_edit_cov_cor(task, &mean, &variance, &full, NULL, NULL);
  *   qor_dss_basic(task, SS_EST_MEAN | SS_EST_COV, SS_METHOD_OBS_1);
- *   qor_ss_delete_task(&task);      (mean 2.5, variance 5/3, w {4, 4})
+ *   qor_ss_delete_task(&task);   then mean = 2.5, variance = 5/3, w = {4, 4}
  *
  * Integers: every integer a task points to (p, n, storage codes, indices,
  * counts) is an int64_t, the library's count convention.
@@ -38,9 +38,9 @@
  * bits: mean, raw and central moments of orders 2 to 4, excess kurtosis,
  * skewness, variation coefficient, sums, raw and central sums of orders 2 to
  * 4, covariance, correlation and cross-product.  Each estimate needs its
- * result array registered, and some need others (a central moment the mean
- * and the lower raw moments, which are then filled too); the first one
- * missing is named by its status (SS_ERR_MEAN, ...).  The running state is
+ * result array registered, and some need others (a central moment needs the
+ * mean and the raw moments up to its order, which are then filled too); the
+ * first one missing is named by its status (SS_ERR_MEAN, ...).  The running state is
  * the accumulated weights (SS_PARAM_ACC_WEIGHTS, two reals: W1 the sum of
  * the weights so far, W2 the sum of their squares), registered before the
  * first call: results accumulate across calls, so a data set may be fed in
@@ -56,11 +56,12 @@
  *
  * Status: every call returns 0 or a negative code, SS_ERR_ of qor_ss.h.  The
  * core checks the task first and touches nothing when it fails: a null task
- * or handle address gives SS_ERR_TASK, and so does a task of the other
- * precision (a float task handed to a qor_dss_ call, or the reverse).  When
- * the kernels cannot be used (see qor_init in qor.h) every call returns the
- * qor_init status (-901 to -904, apart from every SS_ERR_ code).  A call
- * that creates a task sets *task to null when it fails. */
+ * or handle address (or a null *task to delete) gives SS_ERR_TASK, and so
+ * does a task of the other precision (a float task handed to a qor_dss_
+ * call, or the reverse).  When the kernels cannot be used (see qor_init in
+ * qor.h) every call returns the qor_init status (-901 to -904, apart from
+ * every SS_ERR_ code).  A call that creates a task sets *task to null when
+ * it fails. */
 #ifndef QOR_STATS_H
 #define QOR_STATS_H
 
