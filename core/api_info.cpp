@@ -55,6 +55,8 @@ QOR_EXPORT const char* qor_cpu_feature_name(int index) {
     return index >= 0 && index < QOR_CPU_FEATURE_COUNT ? qor::core::kFeatureNames[index].name : nullptr;
 }
 
-QOR_EXPORT int qor_get_max_threads(void) { return qor::core::thread_limit(); }
+QOR_EXPORT int qor_get_max_threads(void) { return qor::core::calling_thread_limit(); }
+
+QOR_EXPORT void qor_set_num_threads(int n) { qor::core::set_thread_cap(n); }
 
 }  // extern "C"

@@ -1,12 +1,13 @@
 // What the core takes from a loaded kernel library: its service functions,
 // the kernel and cost tables of every row this build exports, and its
-// random-number functions.
+// random-number and summary-statistics functions.
 #pragma once
 
 #include <cstdint>
 
 #include "qor/qor_vm.h"
 #include "rng_kernels.h"
+#include "stats_kernels.h"
 
 namespace qor::core {
 
@@ -35,6 +36,7 @@ struct KernelSet {
     RowTables tables;
     RowCosts costs;
     RngKernels rng;
+    StatsKernels stats;
 };
 
 // Name of a row and where its tables go.

@@ -72,6 +72,10 @@ bool bind_kernel_set(void* library, const LibraryAccess& access, KernelSet& k, s
     if (!bind_symbol(library, access, #symbol, k.rng.field, missing)) return false;
     QOR_CORE_RNG_EXPORTS
 #undef QOR_CORE_RNG_EXPORT
+#define QOR_CORE_STATS_EXPORT(field, symbol) \
+    if (!bind_symbol(library, access, #symbol, k.stats.field, missing)) return false;
+    QOR_CORE_STATS_EXPORTS
+#undef QOR_CORE_STATS_EXPORT
     return true;
 }
 

@@ -120,6 +120,17 @@ int thread_limit() {
     return limit;
 }
 
+namespace {
+thread_local int thread_cap = 0;
+}  // namespace
+
+void set_thread_cap(int n) { thread_cap = n > 0 ? n : 0; }
+
+int calling_thread_limit() {
+    const int limit = thread_limit();
+    return thread_cap > 0 && thread_cap < limit ? thread_cap : limit;
+}
+
 ThreadPool& global_pool() {
     static ThreadPool* pool = new ThreadPool(thread_limit());
     return *pool;
@@ -131,10 +142,12 @@ QOR_EXTERN_C {
 
 QOR_EXPORT void qor_rix_serv_threader_for(int count, int num_threads, void* context, qor_thread_worker worker) {
     if (!worker || count <= 0) return;
+    const int limit = qor::core::calling_thread_limit();
+    if (num_threads <= 0 || num_threads > limit) num_threads = limit;
     const std::function<void(int)> body = [&](int i) { worker(i, count, context); };
     qor::core::global_pool().parallel_for(count, num_threads, body);
 }
 
-QOR_EXPORT int qor_rix_serv_threader_get_num_threads_limit(void) { return qor::core::thread_limit(); }
+QOR_EXPORT int qor_rix_serv_threader_get_num_threads_limit(void) { return qor::core::calling_thread_limit(); }
 
 }  // extern "C"

@@ -71,4 +71,10 @@ constexpr int kMaxThreads = 1024;
 // process may run on.  Read once.
 int thread_limit();
 
+// The calling thread's own cap on its parallel loops (qor_set_num_threads):
+// n <= 0 removes it.  The limit a thread works under is the smaller of the
+// cap and thread_limit().
+void set_thread_cap(int n);
+int calling_thread_limit();
+
 }  // namespace qor::core

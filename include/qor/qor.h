@@ -29,11 +29,13 @@
  * (qor_vm_set_input_base), which makes it relative to that base.  The
  * BLAS/LAPACK routines (qor_linalg.h) keep their published 32-bit interface.
  *
- * Random numbers: streams, generators and distributions, qor_random.h. */
+ * Random numbers: streams, generators and distributions, qor_random.h.
+ * Summary statistics: tasks, edits and basic statistics, qor_stats.h. */
 #ifndef QOR_H
 #define QOR_H
 
 #include "qor_random.h"
+#include "qor_stats.h"
 #include "qor_types.h"
 #include "qor_vm.h"
 
@@ -96,10 +98,15 @@ QOR_CORE_API uint32_t qor_cpu_features(void);
 /* Name of feature bit 1 << index ("sse4.2", ...), null outside the range. */
 QOR_CORE_API const char* qor_cpu_feature_name(int index);
 
-/* Most threads a parallel loop of the library uses: QOR_NUM_THREADS when it
- * holds a positive number (at most 1024), otherwise the processors this
- * process may run on. */
+/* Most threads a parallel loop of the library uses for the calling thread:
+ * the process limit (QOR_NUM_THREADS when it holds a positive number, at
+ * most 1024, otherwise the processors this process may run on), lowered by
+ * the thread's own qor_set_num_threads. */
 QOR_CORE_API int qor_get_max_threads(void);
+/* Caps the parallel loops that the calling thread starts (summary
+ * statistics, data fitting) at n threads; n <= 0 removes the cap.  A cap
+ * above the process limit has no effect.  Other threads keep their own. */
+QOR_CORE_API void qor_set_num_threads(int n);
 
 /* ---- Vector math: mode, status, callback ------------------------------------- */
 

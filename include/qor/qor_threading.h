@@ -13,7 +13,8 @@ typedef void (*qor_thread_worker)(int index, int count, void* context);
 
 /* Runs worker(i, count, context) for every i in [0, count) on at most
  * num_threads threads (the caller's thread included) and returns when all
- * are done.  num_threads <= 0 means the thread limit.  The other threads
+ * are done.  num_threads <= 0, or above the calling thread's limit
+ * (qor_get_max_threads), means that limit.  The other threads
  * run their indices under the caller's vector-math mode word and error
  * callback and then get their own back; a vector-math status they record
  * becomes the caller's when the call returns. */

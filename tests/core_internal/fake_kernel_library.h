@@ -51,8 +51,10 @@ inline int32_t dll_cpu_version() { return reported_cpu_version; }
 inline void kernel_stub() {}
 inline const qor_vm_kernel table[3] = {&kernel_stub, &kernel_stub, &kernel_stub};
 inline const float costs[3] = {1.0f, 2.0f, 3.0f};
-// Distinct stand-in addresses for the random-number exports (never called).
+// Distinct stand-in addresses for the random-number and statistics exports
+// (never called).
 inline char rng_exports[64];
+inline char stats_exports[64];
 
 // Services wired to the functions above.
 inline qor::core::KernelServices services() {
@@ -74,7 +76,7 @@ struct Library {
     int handle = 0;  // its address is the library handle
 
     // A complete library: every service, every table of the rows on and
-    // every random-number export.
+    // every random-number and statistics export.
     Library() {
         symbols["dll_cpu_version"] = reinterpret_cast<void*>(&dll_cpu_version);
 #define QOR_FAKE_SYMBOL(ret, op, params) symbols["qor_lum_kernel_" #op] = reinterpret_cast<void*>(&op);
@@ -89,6 +91,10 @@ struct Library {
 #define QOR_CORE_RNG_EXPORT(field, symbol) symbols[#symbol] = &rng_exports[next_rng++];
         QOR_CORE_RNG_EXPORTS
 #undef QOR_CORE_RNG_EXPORT
+        int next_stats = 0;
+#define QOR_CORE_STATS_EXPORT(field, symbol) symbols[#symbol] = &stats_exports[next_stats++];
+        QOR_CORE_STATS_EXPORTS
+#undef QOR_CORE_STATS_EXPORT
     }
 
     qor::core::LibraryAccess access() {

@@ -1,0 +1,212 @@
+/* qor: summary statistics, as applications call them through the core library.
+ *
+ * A task (qor_ss_task) describes a data set and the results wanted from it.
+ * It holds addresses, never copies: the dimension p, the observation count
+ * n, the storage codes and the arrays are read when a compute call runs, so
+ * a caller may change them between two calls without editing the task.  A
+ * task is made for one precision (qor_dss_ for double, qor_sss_ for float),
+ * used by one thread at a time and ended by qor_ss_delete_task:
+ *   int64_t p = 1, n = 4, storage = SS_OBS_VARIABLES_IN_ROWS, full = SS_MATRIX_STORAGE_FULL;
+ *   double x[4] = {1, 2, 3, 4}, mean, variance, w[2] = {0, 0};
+ *   qor_ss_task* task;
+ *   qor_dss_new_task(&task, &p, &n, &storage, x, NULL, NULL);
+ *   qor_dss_edit_task(task, SS_PARAM_ACC_WEIGHTS, w);
+ *   qor_dss_edit_cov_cor(task, &mean, &variance, &full, NULL, NULL);
+ *   qor_dss_basic(task, SS_EST_MEAN | SS_EST_COV, SS_METHOD_OBS_1);
+ *   qor_ss_delete_task(&task);   then mean = 2.5, variance = 5/3, w = {4, 4}
+ *
+ * Integers: every integer a task points to (p, n, storage codes, indices,
+ * counts) is an int64_t, the library's count convention.
+ *
+ * Layouts
+ * - Observations: SS_OBS_VARIABLES_IN_ROWS (p rows of n observations;
+ *   observation j of variable i at i*n + j) or SS_OBS_OBSERVATIONS_IN_ROWS
+ *   (n rows of p values; at j*p + i).
+ * - Per-variable results (mean, moments, sums, ...): p values, the result of
+ *   variable i at index i; variables left out by the indices (an entry of 0)
+ *   are not written.
+ * - Matrices (covariance, correlation, cross-product, parametrized
+ *   correlation): p x p in the form that their storage code names,
+ *     SS_MATRIX_STORAGE_FULL          all p*p entries, element (i, j) at i*p + j;
+ *     SS_MATRIX_STORAGE_UPPER_PACKED  the upper triangle row by row:
+ *                                     (0,0) (0,1) ... (0,p-1) (1,1) ... (p-1,p-1);
+ *     SS_MATRIX_STORAGE_LOWER_PACKED  the lower triangle row by row:
+ *                                     (0,0) (1,0) (1,1) (2,0) ... (p-1,p-1).
+ *   Entries that pair a variable left out are not written.
+ *
+ * Basic statistics (qor_dss_basic): the estimate mask is a sum of SS_EST_
+ * bits: mean, raw and central moments of orders 2 to 4, excess kurtosis,
+ * skewness, variation coefficient, sums, raw and central sums of orders 2 to
+ * 4, covariance, correlation and cross-product.  Each estimate needs its
+ * result array registered, and some need others (a central moment needs the
+ * mean and the raw moments up to its order, which are then filled too); the
+ * first one missing is named by its status (SS_ERR_MEAN, ...).  The running state is
+ * the accumulated weights (SS_PARAM_ACC_WEIGHTS, two reals: W1 the sum of
+ * the weights so far, W2 the sum of their squares), registered before the
+ * first call: results accumulate across calls, so a data set may be fed in
+ * portions; set both to 0 to start over.
+ * Without weights every observation weighs 1.  Methods:
+ *   SS_METHOD_OBS_1, SS_METHOD_OBS_2  from the observations;
+ *   SS_METHOD_OBS_3                   central quantities around the mean the
+ *                                     caller supplied in the mean array;
+ *   SS_METHOD_SUMS_1, SS_METHOD_SUMS_2  means, moments and matrices from sums
+ *                                     and cross-products accumulated before,
+ *                                     without reading observations.
+ * The covariance is normalised by W1 - W2/W1 (n - 1 without weights).
+ *
+ * Status: every call returns 0 or a negative code, SS_ERR_ of qor_ss.h.  The
+ * core checks the task first and touches nothing when it fails: a null task
+ * or handle address (or a null *task to delete) gives SS_ERR_TASK, and so
+ * does a task of the other precision (a float task handed to a qor_dss_
+ * call, or the reverse).  When the kernels cannot be used (see qor_init in
+ * qor.h) every call returns the qor_init status (-901 to -904, apart from
+ * every SS_ERR_ code).  A call that creates a task sets *task to null when
+ * it fails. */
+#ifndef QOR_STATS_H
+#define QOR_STATS_H
+
+#include "qor_ss.h"
+#include "qor_types.h"
+
+
+QOR_BEGIN_C
+
+typedef SSTask qor_ss_task;
+
+/* ---- Tasks --------------------------------------------------------------------
+ * p is required (at least 1); n and storage are read only when obs is given;
+ * weights and indices may be null (every weight 1, every variable). */
+QOR_CORE_API int qor_dss_new_task(qor_ss_task** task, const int64_t* p, const int64_t* n, const int64_t* obs_storage,
+                                  const double* obs, const double* weights, const int64_t* indices);
+QOR_CORE_API int qor_sss_new_task(qor_ss_task** task, const int64_t* p, const int64_t* n, const int64_t* obs_storage,
+                                  const float* obs, const float* weights, const int64_t* indices);
+/* Frees the task and sets *task to null. */
+QOR_CORE_API int qor_ss_delete_task(qor_ss_task** task);
+
+/* ---- Edits ----------------------------------------------------------------------
+ * One address per SS_PARAM_ code: qor_ss_edit_task_i for the integer codes
+ * (dimension, count, storage codes, indices), the real forms for arrays.  A
+ * code of the other form gives SS_ERR_BAD_PARAM_CODE, a null address the
+ * code's own status; a failed edit changes nothing. */
+QOR_CORE_API int qor_ss_edit_task_i(qor_ss_task* task, int code, const int64_t* value);
+QOR_CORE_API int qor_dss_edit_task(qor_ss_task* task, int code, double* value);
+QOR_CORE_API int qor_sss_edit_task(qor_ss_task* task, int code, float* value);
+
+/* Grouped edits: several addresses in one call; a null argument leaves its
+ * field as it was.  The list holds one line per edit,
+ *   X(name, (parameters after the task), (their names))
+ * with T the real type and I the integer type of the precision. */
+#define QOR_STATS_GROUPED_EDITS(X, T, I)                                                                        \
+    X(moments, (T* mean, T* raw_moment2, T* raw_moment3, T* raw_moment4, T* central_moment2,                    \
+                T* central_moment3, T* central_moment4),                                                        \
+      (mean, raw_moment2, raw_moment3, raw_moment4, central_moment2, central_moment3, central_moment4))         \
+    X(sums, (T* sum, T* raw_sum2, T* raw_sum3, T* raw_sum4, T* central_sum2, T* central_sum3, T* central_sum4), \
+      (sum, raw_sum2, raw_sum3, raw_sum4, central_sum2, central_sum3, central_sum4))                            \
+    X(cov_cor, (T* mean, T* cov, I* cov_storage, T* cor, I* cor_storage),                                       \
+      (mean, cov, cov_storage, cor, cor_storage))                                                               \
+    X(cp, (T* mean, T* sum, T* cp, I* cp_storage), (mean, sum, cp, cp_storage))                                  \
+    X(partial_cov_cor,                                                                                          \
+      (I* partial_index, T* cov, I* cov_storage, T* cor, I* cor_storage, T* partial_cov,                        \
+       I* partial_cov_storage, T* partial_cor, I* partial_cor_storage),                                         \
+      (partial_index, cov, cov_storage, cor, cor_storage, partial_cov, partial_cov_storage, partial_cor,        \
+       partial_cor_storage))                                                                                    \
+    X(quantiles, (I* quant_order_count, T* quant_orders, T* quantiles, T* order_stats, I* order_stats_storage), \
+      (quant_order_count, quant_orders, quantiles, order_stats, order_stats_storage))                           \
+    X(stream_quantiles, (I* sq_order_count, T* sq_orders, T* sq_quantiles, I* sq_param_count, T* sq_params),   \
+      (sq_order_count, sq_orders, sq_quantiles, sq_param_count, sq_params))                                     \
+    X(pooled_covariance,                                                                                        \
+      (I* group_indices, T* pooled_mean, T* pooled_cov, I* requested_groups, T* group_means, T* group_covs),    \
+      (group_indices, pooled_mean, pooled_cov, requested_groups, group_means, group_covs))                      \
+    X(rcov, (I* robust_cov_storage, I* rcov_param_count, T* rcov_params, T* robust_mean, T* robust_cov),        \
+      (robust_cov_storage, rcov_param_count, rcov_params, robust_mean, robust_cov))                             \
+    X(out_detect, (I* outlier_param_count, T* outlier_params, T* outlier_weights),                              \
+      (outlier_param_count, outlier_params, outlier_weights))                                                   \
+    X(missing_vals,                                                                                             \
+      (I* mv_param_count, T* mv_params, I* mv_init_count, T* mv_init, I* mv_prior_count, T* mv_prior,           \
+       I* mv_sim_count, T* mv_sim, I* mv_est_count, T* mv_est),                                                 \
+      (mv_param_count, mv_params, mv_init_count, mv_init, mv_prior_count, mv_prior, mv_sim_count, mv_sim,       \
+       mv_est_count, mv_est))                                                                                   \
+    X(mtx_parametrz, (T* cor, I* cor_storage, T* param_cor, I* param_cor_storage),                              \
+      (cor, cor_storage, param_cor, param_cor_storage))
+
+/* Written out for readers and binding generators; the core's definitions are
+ * generated from the list. */
+QOR_CORE_API int qor_dss_edit_moments(qor_ss_task* task, double* mean, double* raw_moment2, double* raw_moment3,
+                                      double* raw_moment4, double* central_moment2, double* central_moment3,
+                                      double* central_moment4);
+QOR_CORE_API int qor_dss_edit_sums(qor_ss_task* task, double* sum, double* raw_sum2, double* raw_sum3,
+                                   double* raw_sum4, double* central_sum2, double* central_sum3,
+                                   double* central_sum4);
+QOR_CORE_API int qor_dss_edit_cov_cor(qor_ss_task* task, double* mean, double* cov, const int64_t* cov_storage,
+                                      double* cor, const int64_t* cor_storage);
+QOR_CORE_API int qor_dss_edit_cp(qor_ss_task* task, double* mean, double* sum, double* cp,
+                                 const int64_t* cp_storage);
+QOR_CORE_API int qor_dss_edit_partial_cov_cor(qor_ss_task* task, const int64_t* partial_index, double* cov,
+                                              const int64_t* cov_storage, double* cor, const int64_t* cor_storage,
+                                              double* partial_cov, const int64_t* partial_cov_storage,
+                                              double* partial_cor, const int64_t* partial_cor_storage);
+QOR_CORE_API int qor_dss_edit_quantiles(qor_ss_task* task, const int64_t* quant_order_count, double* quant_orders,
+                                        double* quantiles, double* order_stats, const int64_t* order_stats_storage);
+QOR_CORE_API int qor_dss_edit_stream_quantiles(qor_ss_task* task, const int64_t* sq_order_count, double* sq_orders,
+                                               double* sq_quantiles, const int64_t* sq_param_count,
+                                               double* sq_params);
+QOR_CORE_API int qor_dss_edit_pooled_covariance(qor_ss_task* task, const int64_t* group_indices,
+                                                double* pooled_mean, double* pooled_cov,
+                                                const int64_t* requested_groups, double* group_means,
+                                                double* group_covs);
+QOR_CORE_API int qor_dss_edit_rcov(qor_ss_task* task, const int64_t* robust_cov_storage,
+                                   const int64_t* rcov_param_count, double* rcov_params, double* robust_mean,
+                                   double* robust_cov);
+QOR_CORE_API int qor_dss_edit_out_detect(qor_ss_task* task, const int64_t* outlier_param_count,
+                                         double* outlier_params, double* outlier_weights);
+QOR_CORE_API int qor_dss_edit_missing_vals(qor_ss_task* task, const int64_t* mv_param_count, double* mv_params,
+                                           const int64_t* mv_init_count, double* mv_init,
+                                           const int64_t* mv_prior_count, double* mv_prior,
+                                           const int64_t* mv_sim_count, double* mv_sim,
+                                           const int64_t* mv_est_count, double* mv_est);
+QOR_CORE_API int qor_dss_edit_mtx_parametrz(qor_ss_task* task, double* cor, const int64_t* cor_storage,
+                                            double* param_cor, const int64_t* param_cor_storage);
+
+QOR_CORE_API int qor_sss_edit_moments(qor_ss_task* task, float* mean, float* raw_moment2, float* raw_moment3,
+                                      float* raw_moment4, float* central_moment2, float* central_moment3,
+                                      float* central_moment4);
+QOR_CORE_API int qor_sss_edit_sums(qor_ss_task* task, float* sum, float* raw_sum2, float* raw_sum3, float* raw_sum4,
+                                   float* central_sum2, float* central_sum3, float* central_sum4);
+QOR_CORE_API int qor_sss_edit_cov_cor(qor_ss_task* task, float* mean, float* cov, const int64_t* cov_storage,
+                                      float* cor, const int64_t* cor_storage);
+QOR_CORE_API int qor_sss_edit_cp(qor_ss_task* task, float* mean, float* sum, float* cp, const int64_t* cp_storage);
+QOR_CORE_API int qor_sss_edit_partial_cov_cor(qor_ss_task* task, const int64_t* partial_index, float* cov,
+                                              const int64_t* cov_storage, float* cor, const int64_t* cor_storage,
+                                              float* partial_cov, const int64_t* partial_cov_storage,
+                                              float* partial_cor, const int64_t* partial_cor_storage);
+QOR_CORE_API int qor_sss_edit_quantiles(qor_ss_task* task, const int64_t* quant_order_count, float* quant_orders,
+                                        float* quantiles, float* order_stats, const int64_t* order_stats_storage);
+QOR_CORE_API int qor_sss_edit_stream_quantiles(qor_ss_task* task, const int64_t* sq_order_count, float* sq_orders,
+                                               float* sq_quantiles, const int64_t* sq_param_count,
+                                               float* sq_params);
+QOR_CORE_API int qor_sss_edit_pooled_covariance(qor_ss_task* task, const int64_t* group_indices, float* pooled_mean,
+                                                float* pooled_cov, const int64_t* requested_groups,
+                                                float* group_means, float* group_covs);
+QOR_CORE_API int qor_sss_edit_rcov(qor_ss_task* task, const int64_t* robust_cov_storage,
+                                   const int64_t* rcov_param_count, float* rcov_params, float* robust_mean,
+                                   float* robust_cov);
+QOR_CORE_API int qor_sss_edit_out_detect(qor_ss_task* task, const int64_t* outlier_param_count,
+                                         float* outlier_params, float* outlier_weights);
+QOR_CORE_API int qor_sss_edit_missing_vals(qor_ss_task* task, const int64_t* mv_param_count, float* mv_params,
+                                           const int64_t* mv_init_count, float* mv_init,
+                                           const int64_t* mv_prior_count, float* mv_prior,
+                                           const int64_t* mv_sim_count, float* mv_sim,
+                                           const int64_t* mv_est_count, float* mv_est);
+QOR_CORE_API int qor_sss_edit_mtx_parametrz(qor_ss_task* task, float* cor, const int64_t* cor_storage,
+                                            float* param_cor, const int64_t* param_cor_storage);
+
+/* ---- Compute -------------------------------------------------------------------
+ * Basic statistics (see the head of this file).  The observations are split
+ * among at most qor_get_max_threads() threads (qor_set_num_threads lowers
+ * that for the calling thread). */
+QOR_CORE_API int qor_dss_basic(qor_ss_task* task, uint64_t estimates, int method);
+QOR_CORE_API int qor_sss_basic(qor_ss_task* task, uint64_t estimates, int method);
+
+QOR_END_C
+
+#endif
