@@ -47,9 +47,6 @@ struct Scratch {
     double* gathered;     // q × b, the block by variable, when the layout or a cross sum needs it
     double* weighted;     // q × b, the centred block times the weights, for weighted cross sums
     double* weights;      // b weights as double, for float data that is gathered
-    double* centres;      // q: the centre of each variable's second pass
-    double* first;        // q: the first-order central sums around them
-    double powers[4];
 };
 
 template <class T>
@@ -70,62 +67,58 @@ struct Job {
 };
 
 // The sums of one variable's values over a block, into slot k of the
-// block's sums.  The central sums take a second pass around the first
-// pass's mean; their first-order sum S1 = Σ w·d then moves them onto the
-// exact block mean, centre + S1/W (a corrected two-pass), with
-//   S2 −= c·S1,  S3 −= 3c·S2 − 2c³·W,  S4 −= 4c·S3 − 6c²·S2 + 3c⁴·W,  c = S1/W.
+// block's sums: around the block's own mean (block_sums.h), or around the
+// supplied mean, where the first-order sum S1 stays.  The raw sums follow
+// from the central ones around the mean m:
+//   R2 = W·m² + 2m·S1 + S2,  R3 = W·m³ + 3m²·S1 + 3m·S2 + S3,
+//   R4 = W·m⁴ + 4m³·S1 + 6m²·S2 + 4m·S3 + S4.
 template <class T, class X>
 void block_variable(const Job<T>& job, Scratch& s, int64_t k, const X* x, const X* w, int64_t count, double w1) {
     const Tracked& t = job.tracked;
     const Moments& b = s.block;
-    double sum = 0;
-    if (!job.mean_supplied || t.raw_order >= 1) sum = block_sum(x, w, count);
-    const double centre = job.mean_supplied ? job.running[0].mean()[k] : sum / w1;
-    double mean = centre;
-    if (t.raw_order >= 1) b.raw(1)[k] = sum;
-    if (t.raw_order >= 2) {
-        block_raw_sums(x, w, count, t.raw_order, s.powers);
-        for (int o = 2; o <= t.raw_order; ++o) b.raw(o)[k] = s.powers[o - 2];
-    }
-    const int order = std::max(t.central_order, t.cross ? 1 : 0);
-    if (order >= 1) {
-        double* p = s.powers;  // S1 .. S4
-        block_central_sums(x, w, count, centre, order, p);
-        s.centres[k] = centre;
-        s.first[k] = job.mean_supplied ? 0.0 : p[0];
-        if (!job.mean_supplied) {
-            const double c = p[0] / w1;
-            if (order >= 4) p[3] -= 4 * c * p[2] - 6 * c * c * p[1] + 3 * c * c * c * c * w1;
-            if (order >= 3) p[2] -= 3 * c * p[1] - 2 * c * c * c * w1;
-            if (order >= 2) p[1] -= c * p[0];
-            mean = centre + c;
-        }
-        for (int o = 2; o <= t.central_order; ++o) b.central(o)[k] = p[o - 1];
+    const int order = std::max(t.central_order, t.raw_order);
+    double sum = 0, mean, p[4] = {};  // S1 .. S4 around the mean
+    if (job.mean_supplied) {
+        mean = job.running[0].mean()[k];
+        if (t.raw_order >= 1) sum = block_sum(x, w, count);
+        if (order >= 1) block_central_sums(x, w, count, mean, order, p);
+    } else if (order == 0) {
+        sum = block_sum(x, w, count);
+        mean = sum / w1;
+    } else {
+        VariableSums v;
+        block_moments(x, w, count, order, v);
+        sum = v.sum;
+        mean = v.mean;
+        std::copy(v.central, v.central + 3, p + 1);
     }
     b.mean()[k] = mean;
+    for (int o = 2; o <= t.central_order; ++o) b.central(o)[k] = p[o - 1];
+    const double m = mean, m2 = m * m;
+    if (t.raw_order >= 1) b.raw(1)[k] = sum;
+    if (t.raw_order >= 2) b.raw(2)[k] = w1 * m2 + 2 * m * p[0] + p[1];
+    if (t.raw_order >= 3) b.raw(3)[k] = w1 * m2 * m + 3 * m2 * p[0] + 3 * m * p[1] + p[2];
+    if (t.raw_order >= 4) b.raw(4)[k] = w1 * m2 * m2 + 4 * m2 * m * p[0] + 6 * m2 * p[1] + 4 * m * p[2] + p[3];
 }
 
-// Cross sums of the gathered block: Dᵀ·D, or Dᵀ·(w∘D) with weights, after
-// centring each column on its pass centre, then moved onto the exact block
-// means: C_ij −= S1_i·S1_j / W.
-void block_cross(const Scratch& s, int64_t q, int64_t count, const double* w, double w1) {
+// Cross sums of the gathered block around the block means: Dᵀ·D, or
+// Dᵀ·(w∘D) with weights, D the centred columns.
+void block_cross(const Scratch& s, int64_t q, int64_t count, const double* w) {
     const Moments& b = s.block;
     for (int64_t k = 0; k < q; ++k) {
         double* column = s.gathered + k * count;
-        const double centre = s.centres[k];
+        const double centre = b.mean()[k];
         for (int64_t j = 0; j < count; ++j) column[j] -= centre;
     }
     const int n = static_cast<int>(q), kk = static_cast<int>(count);
     const double one = 1.0, zero = 0.0;
     if (!w) {
         qor_dsyrk("U", "T", &n, &kk, &one, s.gathered, &kk, &zero, b.cross(), &n);
-    } else {
-        for (int64_t k = 0; k < q; ++k)
-            for (int64_t j = 0; j < count; ++j) s.weighted[k * count + j] = s.gathered[k * count + j] * w[j];
-        qor_dgemm("T", "N", &n, &n, &kk, &one, s.gathered, &kk, s.weighted, &kk, &zero, b.cross(), &n);
+        return;
     }
-    for (int64_t j = 0; j < q; ++j)
-        for (int64_t i = 0; i <= j; ++i) b.cross(i, j) -= s.first[i] * s.first[j] / w1;
+    for (int64_t k = 0; k < q; ++k)
+        for (int64_t j = 0; j < count; ++j) s.weighted[k * count + j] = s.gathered[k * count + j] * w[j];
+    qor_dgemm("T", "N", &n, &n, &kk, &one, s.gathered, &kk, s.weighted, &kk, &zero, b.cross(), &n);
 }
 
 template <class T>
@@ -160,7 +153,7 @@ void run_block(const Job<T>& job, Scratch& s, const Moments& running, int64_t fi
                 wd = s.weights;
             }
             for (int64_t k = 0; k < job.q; ++k) block_variable(job, s, k, g + k * count, wd, count, w1);
-            if (job.tracked.cross) block_cross(s, job.q, count, wd, w1);
+            if (job.tracked.cross) block_cross(s, job.q, count, wd);
         }
     }
     merge(running, s.block, job.tracked);
@@ -195,6 +188,7 @@ int32_t basic_from_observations(SSTask& task, const BasicPlan& plan, const qor_t
     else if (storage & SS_OBS_OBSERVATIONS_IN_ROWS) variables_in_rows = false;
     else return SS_ERR_OBS_STORAGE;
     if (!task.acc_weights) return SS_ERR_ACC_WEIGHTS;
+    if (p == 1) variables_in_rows = true;  // one variable: the layouts coincide
 
     Results<T> results(task, p);
     if (const int32_t status = results.read_storage(plan.needed); status != SS_OK) return status;
@@ -216,7 +210,7 @@ int32_t basic_from_observations(SSTask& task, const BasicPlan& plan, const qor_t
     // block and widened weights.
     const size_t sums = aligned(Moments::doubles(q, tracked.cross));
     const size_t matrix = gather ? aligned(static_cast<size_t>(q * block)) : 0;
-    const size_t per_thread = 2 * sums + 2 * aligned(static_cast<size_t>(q)) + matrix * (tracked.cross && weighted ? 2 : 1) +
+    const size_t per_thread = 2 * sums + matrix * (tracked.cross && weighted ? 2 : 1) +
                               (gather && weighted && !std::is_same_v<T, double> ? aligned(block) : 0);
     const size_t head = aligned(static_cast<size_t>(q)) + aligned((sizeof(Scratch) + sizeof(Moments)) * threads / 8 + 1);
     auto* buffer = static_cast<double*>(qor_serv_allocate(sizeof(double) * (head + per_thread * threads), 128));
@@ -260,9 +254,6 @@ int32_t basic_from_observations(SSTask& task, const BasicPlan& plan, const qor_t
         Scratch& s = scratch[t];
         s.block = Moments(next, q, tracked.cross);
         next += sums;
-        s.centres = next;
-        s.first = next + aligned(static_cast<size_t>(q));
-        next += 2 * aligned(static_cast<size_t>(q));
         running[t] = t == 0 ? total : Moments(next, q, tracked.cross);
         if (t > 0) {
             running[t].clear();

@@ -19,9 +19,16 @@ double block_sum(const T* x, const T* w, int64_t count);
 template <class T>
 void block_central_sums(const T* x, const T* w, int64_t count, double centre, int max_order, double* sums);
 
-// Σ w_j x_j^k for k = 2 .. max_order (2 to 4), stored in sums[k − 2].
+// One variable over a block: Σ w, Σ w·x, the mean and the central sums
+// S_k = Σ w (x − mean)^k, k = 2 .. max_order (0 to 4).  Two passes over
+// each chunk of 1024 values (the sum, then the powers of the deviations from
+// the nearest double to the chunk mean, moved onto the mean itself),
+// chunks merged pairwise.
+struct VariableSums {
+    double weight, sum, mean, central[3];
+};
 template <class T>
-void block_raw_sums(const T* x, const T* w, int64_t count, int max_order, double* sums);
+void block_moments(const T* x, const T* w, int64_t count, int max_order, VariableSums& out);
 
 // Σ w_j and Σ w_j²; (count, count) without weights.
 template <class T>

@@ -25,25 +25,7 @@ void merge(const Moments& into, const Moments& from, const Tracked& tracked) {
                 for (int64_t i = 0; i <= j; ++i) into.cross(i, j) = from.cross(i, j);
         return;
     }
-    const double rw = 1.0 / w, ab = wa * wb * rw;  // Wa·Wb/W
-    for (int64_t v = 0; v < q; ++v) {
-        const double d = from.mean()[v] - into.mean()[v];
-        if (tracked.central_order >= 2) {
-            double& s2 = into.central(2)[v];
-            const double s2b = from.central(2)[v];
-            if (tracked.central_order >= 3) {
-                double& s3 = into.central(3)[v];
-                const double s3b = from.central(3)[v];
-                if (tracked.central_order >= 4) {
-                    into.central(4)[v] += from.central(4)[v] + d * d * d * d * ab * (wa * wa - wa * wb + wb * wb) * rw * rw +
-                                          6 * d * d * (wa * wa * s2b + wb * wb * s2) * rw * rw +
-                                          4 * d * (wa * s3b - wb * s3) * rw;
-                }
-                s3 += s3b + d * d * d * ab * (wa - wb) * rw + 3 * d * (wa * s2b - wb * s2) * rw;
-            }
-            s2 += s2b + d * d * ab;
-        }
-    }
+    const double ab = wa * wb / w;
     if (tracked.cross) {
         for (int64_t j = 0; j < q; ++j) {
             const double dj = (from.mean()[j] - into.mean()[j]) * ab;
@@ -51,7 +33,13 @@ void merge(const Moments& into, const Moments& from, const Tracked& tracked) {
                 into.cross(i, j) += from.cross(i, j) + (from.mean()[i] - into.mean()[i]) * dj;
         }
     }
-    for (int64_t v = 0; v < q; ++v) into.mean()[v] += (from.mean()[v] - into.mean()[v]) * (wb * rw);
+    const int order = tracked.central_order;
+    for (int64_t v = 0; v < q; ++v) {
+        double sa[3] = {}, sb[3] = {}, weight = wa;
+        for (int k = 2; k <= order; ++k) sa[k - 2] = into.central(k)[v], sb[k - 2] = from.central(k)[v];
+        merge_central(weight, into.mean()[v], sa, wb, from.mean()[v], sb, order);
+        for (int k = 2; k <= order; ++k) into.central(k)[v] = sa[k - 2];
+    }
 }
 
 }  // namespace qor::ss

@@ -64,6 +64,20 @@ private:
     bool cross_ = false;
 };
 
+// The merge of one variable: (wa, ma, sa) becomes the set of both, where
+// s[0..order-2] are S2..S_order (order 0 or 1: the mean alone).
+inline void merge_central(double& wa, double& ma, double* sa, double wb, double mb, const double* sb, int order) {
+    if (wb == 0) return;
+    const double w = wa + wb, rw = 1.0 / w, ab = wa * wb * rw, d = mb - ma;
+    if (order >= 4)
+        sa[2] += sb[2] + d * d * d * d * ab * (wa * wa - wa * wb + wb * wb) * rw * rw +
+                 6 * d * d * (wa * wa * sb[0] + wb * wb * sa[0]) * rw * rw + 4 * d * (wa * sb[1] - wb * sa[1]) * rw;
+    if (order >= 3) sa[1] += sb[1] + d * d * d * ab * (wa - wb) * rw + 3 * d * (wa * sb[0] - wb * sa[0]) * rw;
+    if (order >= 2) sa[0] += sb[0] + d * d * ab;
+    ma += d * (wb * rw);
+    wa = w;
+}
+
 // Adds `from` into `into` (same q); only the tracked parts are touched.
 void merge(const Moments& into, const Moments& from, const Tracked& tracked);
 

@@ -52,7 +52,19 @@
  *   SS_METHOD_SUMS_1, SS_METHOD_SUMS_2  means, moments and matrices from sums
  *                                     and cross-products accumulated before,
  *                                     without reading observations.
- * The covariance is normalised by W1 - W2/W1 (n - 1 without weights).
+ * With W1, W2 and N = W1 - W2/W1 (n - 1 without weights), the mean m, the
+ * raw sums R_k = sum w x^k and the central sums S_k = sum w (x - m)^k:
+ *   raw moment k = R_k / W1;  central moment 2 = S2 / N (the unbiased
+ *   variance); central moments 3, 4 = S_k / W1;  skewness = (S3/W1) /
+ *   (S2/W1)^1.5;  kurtosis = (S4/W1) / (S2/W1)^2 - 3 (excess);  variation
+ *   = sqrt(S2/N) / m;  cross-product C = sum w (x - m)(x - m)';  covariance
+ *   = C / N;  correlation C_ij / sqrt(C_ii C_jj), diagonal 1.  A variance or
+ *   covariance over a single weighted observation (N = 0) is written as 0.
+ * SS_METHOD_SUMS_2 normalises the variance and covariance by W1 instead
+ * (population moments).  The exact running sums stay in the task between
+ * calls; a task that did not make the earlier results rebuilds them from
+ * the result arrays (a correlation alone cannot be continued that way:
+ * SS_ERR_COV).
  *
  * Status: every call returns 0 or a negative code, SS_ERR_ of qor_ss.h.  The
  * core checks the task first and touches nothing when it fails: a null task
