@@ -428,6 +428,27 @@ QOR_SS_API int32_t __rixSSDeleteTask(SSTask** task);
 QOR_SS_API int32_t _rixdSSBasic(SSTask* task, uint64_t estimates, int32_t method, const qor_threading* threading);
 QOR_SS_API int32_t _rixsSSBasic(SSTask* task, uint64_t estimates, int32_t method, const qor_threading* threading);
 
+/* Every compute entry below has the arguments of the basic entries: the
+ * task, the estimate mask, the method flags and the threading services. */
+#define QOR_SS_COMPUTE_ENTRY(name)                                                                            \
+    QOR_SS_API int32_t _rixd##name(SSTask* task, uint64_t estimates, int32_t method, const qor_threading* threading); \
+    QOR_SS_API int32_t _rixs##name(SSTask* task, uint64_t estimates, int32_t method, const qor_threading* threading);
+
+/* Quantiles at quant_orders and the order statistics (SS_EST_QUANTILES,
+ * SS_EST_ORDER_STATS; method SS_METHOD_OBS_1). */
+QOR_SS_COMPUTE_ENTRY(SSQuantiles)
+/* The observations of each variable sorted ascending into `sorted`
+ * (method SS_METHOD_SORT). */
+QOR_SS_COMPUTE_ENTRY(SSSort)
+/* Minimum and maximum (SS_EST_MIN, SS_EST_MAX; SS_METHOD_OBS_1 or _2). */
+QOR_SS_COMPUTE_ENTRY(SSMinmax)
+/* Median and mean absolute deviations (SS_EST_MEDIAN_ABS_DEV,
+ * SS_EST_MEAN_ABS_DEV). */
+QOR_SS_COMPUTE_ENTRY(SSMAD)
+/* The nearest valid correlation matrix of `cor` into `param_cor`
+ * (SS_METHOD_PARAMETRIZE). */
+QOR_SS_COMPUTE_ENTRY(SSCorParametrization)
+
 QOR_END_C
 
 #endif
