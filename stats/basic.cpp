@@ -82,9 +82,6 @@ void block_variable(const Job<T>& job, Scratch& s, int64_t k, const X* x, const 
         mean = job.running[0].mean()[k];
         if (t.raw_order >= 1) sum = block_sum(x, w, count);
         if (order >= 1) block_central_sums(x, w, count, mean, order, p);
-    } else if (order == 0) {
-        sum = block_sum(x, w, count);
-        mean = sum / w1;
     } else {
         VariableSums v;
         block_moments(x, w, count, order, v);

@@ -101,6 +101,10 @@ TEST(Basic, LargeMeanSmallSpreadKeepsItsDigits) {
         EXPECT_NEAR(t.out[10][0], double(ref[10][0]), 1e-6) << "skewness";
         EXPECT_NEAR(t.out[9][0], double(ref[9][0]), 1e-6) << "kurtosis";
         EXPECT_NEAR(t.out[7][0] / double(ref[7][0]), 1.0, 1e-10) << "covariance";
+        // Alone, the covariance needs only block means; they keep their digits too.
+        Task<double> alone(d, true);
+        ASSERT_EQ(alone.basic(SS_EST_COV, SS_METHOD_OBS_2, &kPool), SS_OK);
+        EXPECT_NEAR(alone.out[7][0] / double(ref[7][0]), 1.0, 1e-10) << "covariance alone";
     }
 }
 
