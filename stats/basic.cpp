@@ -43,7 +43,6 @@ size_t aligned(size_t doubles) { return (doubles + kAlignDoubles - 1) / kAlignDo
 // One thread's scratch, carved out of the call's buffer.
 struct Scratch {
     Moments block;        // the current block's sums
-    Moments own;          // the thread's running sums (thread 0 uses the task's)
     double* gathered;     // q × b, the block by variable, when the layout or a cross sum needs it
     double* weighted;     // q × b, the centred block times the weights, for weighted cross sums
     double* weights;      // b weights as double, for float data that is gathered
@@ -137,9 +136,17 @@ void run_block(const Job<T>& job, Scratch& s, const Moments& running, int64_t fi
                     for (int64_t j = 0; j < count; ++j) g[k * count + j] = x[j];
                 }
             } else {
-                for (int64_t j = 0; j < count; ++j) {
-                    const T* row = job.obs + (first + j) * job.p;
-                    for (int64_t k = 0; k < job.q; ++k) g[k * count + j] = row[job.vars[k]];
+                // Transposed in tiles of eight rows, so that each variable's
+                // writes fill whole cache lines.
+                constexpr int64_t kTile = 8;
+                for (int64_t j0 = 0; j0 < count; j0 += kTile) {
+                    const int64_t rows = std::min(kTile, count - j0);
+                    const T* tile = job.obs + (first + j0) * job.p;
+                    for (int64_t k = 0; k < job.q; ++k) {
+                        const T* x = tile + job.vars[k];
+                        double* out = g + k * count + j0;
+                        for (int64_t r = 0; r < rows; ++r) out[r] = x[r * job.p];
+                    }
                 }
             }
             const double* wd = nullptr;
