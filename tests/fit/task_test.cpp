@@ -121,7 +121,7 @@ TEST(FitEditVal, EachAttributeAcceptsItsValuesAndQueryValReadsThemInTheTaskWidth
                 EXPECT_TRUE(same(*t, before));
                 int32_t out[2] = {-5, -5};  // 4 bytes written without indexWidth, 8 with it
                 ASSERT_EQ(qor_kp_kernel_iQueryVal(t, r.attribute, out), 0);
-                EXPECT_EQ(width ? int64_t{out[1]} << 32 | uint32_t(out[0]) : int64_t{out[0]}, v);
+                EXPECT_EQ(width ? int64_t(uint64_t(uint32_t(out[1])) << 32 | uint32_t(out[0])) : out[0], v);
                 EXPECT_EQ(out[1], width ? v >> 32 : -5);
             }
         int64_t out = 0;
