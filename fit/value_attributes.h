@@ -15,7 +15,7 @@ struct ValueAttribute {
     int64_t code;
     std::variant<int64_t FitTask::*, uint32_t FitTask::*> field;
     bool (*accepts)(int64_t value);
-    int32_t refused;                                 // status of a value it does not accept
+    int32_t refused;                                      // status of a value it does not accept
     int32_t (*after_edit)(FitTask& task, int64_t value);  // null: storing is all
 };
 

@@ -158,7 +158,10 @@ QOR_KP_API int32_t qor_kp_kernel_dEditPPSpline1D(FitTask* task, int64_t order, i
 
 /* Edits and queries do nothing and return 0 on a task whose kind is not 1.
  * EditPtr of attrBreakpoints leaves the search table as it is: editing
- * attrPartitionHint to 1 rebuilds it. */
+ * attrPartitionHint to 1 rebuilds it.  EditPtr of attrFunctionValues and
+ * attrCoefficients rebuilds that table from the task's current fields.
+ * EditIdxPtr makes a table of ny entries when there is none, and refuses
+ * (statusBadIndex) an index beyond a table built while ny was smaller. */
 QOR_KP_API int32_t qor_kp_kernel_sEditPtr(FitTask* task, int64_t attribute, const float* pointer);
 QOR_KP_API int32_t qor_kp_kernel_dEditPtr(FitTask* task, int64_t attribute, const double* pointer);
 QOR_KP_API int32_t qor_kp_kernel_sEditIdxPtr(FitTask* task, int64_t attribute, int64_t index, const float* pointer);
@@ -166,7 +169,9 @@ QOR_KP_API int32_t qor_kp_kernel_dEditIdxPtr(FitTask* task, int64_t attribute, i
 QOR_KP_API int32_t qor_kp_kernel_iEditVal(FitTask* task, int64_t attribute, int64_t value);
 
 /* QueryVal writes an int64_t when the task's indexWidth is non-zero, else an
- * int32_t.  QueryIdxPtr accepts index 0 to ny inclusive. */
+ * int32_t.  QueryIdxPtr accepts index 0 to ny inclusive; index ny reads the
+ * spare slot after a table's last entry.  A pointer read from a missing
+ * table, or from beyond one, is null. */
 QOR_KP_API int32_t qor_kp_kernel_sQueryPtr(const FitTask* task, int64_t attribute, const float** out);
 QOR_KP_API int32_t qor_kp_kernel_dQueryPtr(const FitTask* task, int64_t attribute, const double** out);
 QOR_KP_API int32_t qor_kp_kernel_sQueryIdxPtr(const FitTask* task, int64_t attribute, int64_t index, const float** out);
