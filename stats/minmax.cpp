@@ -15,8 +15,8 @@
 //
 // NaN: a variable with a NaN among its values gets NaN for both extremes.
 // The vector min/max instructions drop a NaN operand in one of their two
-// places, so the runs track NaNs apart (an unordered compare) and the
-// running rows blend a NaN value in.  -0.0 and +0.0 compare equal; either
+// places, so NaNs are tracked apart (an unordered compare) and put in at
+// the end.  -0.0 and +0.0 compare equal; either
 // may come out.
 //
 // Accumulation: when the task's accumulated weights are registered and W1 is
@@ -39,6 +39,12 @@ namespace {
 // A thread is worth starting for this many values or more.
 constexpr int64_t kLeastValuesPerThread = 32768;
 constexpr int64_t kAlignBytes = 128;
+// Rows of observations taken at once when they run across the variables.
+constexpr int64_t kChunkBytes = 32768;
+
+// The tiles' loops over their vectors are unrolled, so that the running
+// extremes stay in registers.
+#define QOR_UNROLL _Pragma("GCC unroll 4")
 
 template <class T>
 struct Lanes;
@@ -54,6 +60,7 @@ struct Lanes<double> {
     static V unordered(V a, V b) { return _mm_cmpunord_pd(a, b); }
     static V either(V a, V b) { return _mm_or_pd(a, b); }
     static V blend(V a, V b, V mask) { return _mm_blendv_pd(a, b, mask); }
+    static V fill(double x) { return _mm_set1_pd(x); }
     static bool any(V mask) { return _mm_movemask_pd(mask) != 0; }
 };
 
@@ -68,6 +75,7 @@ struct Lanes<float> {
     static V unordered(V a, V b) { return _mm_cmpunord_ps(a, b); }
     static V either(V a, V b) { return _mm_or_ps(a, b); }
     static V blend(V a, V b, V mask) { return _mm_blendv_ps(a, b, mask); }
+    static V fill(float x) { return _mm_set1_ps(x); }
     static bool any(V mask) { return _mm_movemask_ps(mask) != 0; }
 };
 
@@ -129,29 +137,59 @@ Extremes<T> run_extremes(const T* x, int64_t count) {
             lane_greater<T>(L::greater(L::greater(hi0, hi1), L::greater(hi2, hi3)))};
 }
 
-// Running extremes across the p variables of rows first..last-1 (at least
-// one), into lo and hi (either may be null).
-template <class T>
-void rows_extremes(const T* obs, int64_t p, int64_t first, int64_t last, T* lo, T* hi) {
+// Running extremes of a tile of kVectors vectors of variables over `rows`
+// rows from x, continuing those in lo and hi; a NaN held or met makes the
+// variable's extremes NaN.
+template <class T, int kVectors, bool kLo, bool kHi>
+void rows_tile(const T* x, int64_t p, int64_t rows, T* lo, T* hi) {
     using L = Lanes<T>;
+    using V = typename L::V;
     constexpr int64_t k = L::kWidth;
+    V l[kVectors], h[kVectors], nan[kVectors];
+    QOR_UNROLL for (int v = 0; v < kVectors; ++v) {
+        if constexpr (kLo) l[v] = L::load(lo + v * k);
+        if constexpr (kHi) h[v] = L::load(hi + v * k);
+        if constexpr (kLo) nan[v] = L::unordered(l[v], l[v]);
+        else nan[v] = L::unordered(h[v], h[v]);
+    }
+    for (int64_t r = 0; r < rows; ++r, x += p)
+        QOR_UNROLL for (int v = 0; v < kVectors; ++v) {
+            const V a = L::load(x + v * k);
+            if constexpr (kLo) l[v] = L::lesser(l[v], a);
+            if constexpr (kHi) h[v] = L::greater(h[v], a);
+            nan[v] = L::either(nan[v], L::unordered(a, a));
+        }
+    const V quiet = L::fill(std::numeric_limits<T>::quiet_NaN());
+    QOR_UNROLL for (int v = 0; v < kVectors; ++v) {
+        if constexpr (kLo) L::store(lo + v * k, L::blend(l[v], quiet, nan[v]));
+        if constexpr (kHi) L::store(hi + v * k, L::blend(h[v], quiet, nan[v]));
+    }
+}
+
+// Running extremes across the p variables of rows first..last-1 (at least
+// one) into lo and hi.  The rows go in chunks of about kChunkBytes, which
+// stay in cache while the variables go through them in tiles of four
+// vectors held in registers, then single vectors, then one by one.
+template <class T, bool kLo, bool kHi>
+void rows_extremes(const T* obs, int64_t p, int64_t first, int64_t last, T* lo, T* hi) {
+    constexpr int64_t k = Lanes<T>::kWidth;
     const T* row = obs + first * p;
-    if (lo) std::copy(row, row + p, lo);
-    if (hi) std::copy(row, row + p, hi);
-    const int64_t vectors = p / k * k;
-    for (int64_t j = first + 1; j < last; ++j) {
-        row = obs + j * p;
-        for (int64_t i = 0; i < vectors; i += k) {
-            const auto v = L::load(row + i), nan = L::unordered(v, v);
-            // The running value in the second place keeps a NaN it holds;
-            // a NaN value is blended in.
-            if (lo) L::store(lo + i, L::blend(L::lesser(v, L::load(lo + i)), v, nan));
-            if (hi) L::store(hi + i, L::blend(L::greater(v, L::load(hi + i)), v, nan));
-        }
-        for (int64_t i = vectors; i < p; ++i) {
-            if (lo) lo[i] = lesser(lo[i], row[i]);
-            if (hi) hi[i] = greater(hi[i], row[i]);
-        }
+    if constexpr (kLo) std::copy(row, row + p, lo);
+    if constexpr (kHi) std::copy(row, row + p, hi);
+    const int64_t tiles = p / (4 * k) * (4 * k), vectors = p / k * k;
+    const int64_t chunk = std::max<int64_t>(1, kChunkBytes / (p * static_cast<int64_t>(sizeof(T))));
+    for (int64_t j = first + 1; j < last; j += chunk) {
+        const int64_t rows = std::min(chunk, last - j);
+        const T* x = obs + j * p;
+        for (int64_t i = 0; i < tiles; i += 4 * k)
+            rows_tile<T, 4, kLo, kHi>(x + i, p, rows, kLo ? lo + i : nullptr, kHi ? hi + i : nullptr);
+        for (int64_t i = tiles; i < vectors; i += k)
+            rows_tile<T, 1, kLo, kHi>(x + i, p, rows, kLo ? lo + i : nullptr, kHi ? hi + i : nullptr);
+        for (int64_t r = 0; r < rows; ++r)
+            for (int64_t i = vectors; i < p; ++i) {
+                if constexpr (kLo) lo[i] = lesser(lo[i], x[r * p + i]);
+                if constexpr (kHi) hi[i] = greater(hi[i], x[r * p + i]);
+            }
     }
 }
 
@@ -176,7 +214,9 @@ void run_thread(int t, int, void* context) {
     T* lo = job.lo ? job.lo + t * job.stride : nullptr;
     T* hi = job.hi ? job.hi + t * job.stride : nullptr;
     if (!job.variables_in_rows) {
-        rows_extremes(job.obs, job.p, first, last, lo, hi);
+        if (lo && hi) rows_extremes<T, true, true>(job.obs, job.p, first, last, lo, hi);
+        else if (lo) rows_extremes<T, true, false>(job.obs, job.p, first, last, lo, hi);
+        else rows_extremes<T, false, true>(job.obs, job.p, first, last, lo, hi);
         return;
     }
     for (int64_t k = 0; k < job.q; ++k) {
