@@ -10,14 +10,16 @@
 // four pairs of vector accumulators, and the last full group of vectors is
 // read again ending at the run's end (a value seen twice changes no
 // extreme).  Observations in rows: the vectors run across the variables of
-// each observation, into one row of running extremes per thread; every
-// variable is carried, and only the selected ones are written.
+// the observations, into one row of running extremes per thread (every
+// variable is carried, only the selected ones are written), in chunks of
+// rows that stay in cache while tiles of variables go through them.
 //
 // NaN: a variable with a NaN among its values gets NaN for both extremes.
 // The vector min/max instructions drop a NaN operand in one of their two
-// places, so NaNs are tracked apart (an unordered compare) and put in at
-// the end.  -0.0 and +0.0 compare equal; either
-// may come out.
+// places, so NaNs are found apart, by unordered compares: a run that meets
+// one ends as NaN; a tile of rows that holds or meets one is done again
+// with a NaN flag per variable.  -0.0 and +0.0 compare equal; either may
+// come out.
 //
 // Accumulation: when the task's accumulated weights are registered and W1 is
 // above 0, the call continues the extremes already in min and max (earlier
@@ -40,7 +42,8 @@ namespace {
 constexpr int64_t kLeastValuesPerThread = 32768;
 constexpr int64_t kAlignBytes = 128;
 // Rows of observations taken at once when they run across the variables.
-constexpr int64_t kChunkBytes = 32768;
+constexpr int64_t kChunkBytes = 4096;
+constexpr int64_t kLeastChunkRows = 8;
 
 // The tiles' loops over their vectors are unrolled, so that the running
 // extremes stay in registers.
@@ -141,7 +144,7 @@ Extremes<T> run_extremes(const T* x, int64_t count) {
 // rows from x, continuing those in lo and hi; a NaN held or met makes the
 // variable's extremes NaN.
 template <class T, int kVectors, bool kLo, bool kHi>
-void rows_tile(const T* x, int64_t p, int64_t rows, T* lo, T* hi) {
+void rows_tile_with_nans(const T* x, int64_t p, int64_t rows, T* lo, T* hi) {
     using L = Lanes<T>;
     using V = typename L::V;
     constexpr int64_t k = L::kWidth;
@@ -166,6 +169,46 @@ void rows_tile(const T* x, int64_t p, int64_t rows, T* lo, T* hi) {
     }
 }
 
+// The same without NaNs, which it only detects, pairing the vectors so that
+// one compare serves two: false, with nothing stored, when the tile holds or
+// meets a NaN (rare; rows_tile_with_nans then redoes it).
+template <class T, int kVectors, bool kLo, bool kHi>
+bool rows_tile(const T* x, int64_t p, int64_t rows, T* lo, T* hi) {
+    using L = Lanes<T>;
+    using V = typename L::V;
+    constexpr int64_t k = L::kWidth;
+    V l[kVectors], h[kVectors], nan;
+    QOR_UNROLL for (int v = 0; v < kVectors; ++v) {
+        if constexpr (kLo) l[v] = L::load(lo + v * k);
+        if constexpr (kHi) h[v] = L::load(hi + v * k);
+        const V held = kLo ? l[v] : h[v];
+        nan = v == 0 ? L::unordered(held, held) : L::either(nan, L::unordered(held, held));
+    }
+    if (L::any(nan)) return false;
+    for (int64_t r = 0; r < rows; ++r, x += p) {
+        V a[kVectors];
+        QOR_UNROLL for (int v = 0; v < kVectors; ++v) {
+            a[v] = L::load(x + v * k);
+            if constexpr (kLo) l[v] = L::lesser(l[v], a[v]);
+            if constexpr (kHi) h[v] = L::greater(h[v], a[v]);
+        }
+        QOR_UNROLL for (int v = 0; v < kVectors; v += 2)
+            nan = L::either(nan, L::unordered(a[v], a[v + 1 < kVectors ? v + 1 : v]));
+    }
+    if (L::any(nan)) return false;
+    QOR_UNROLL for (int v = 0; v < kVectors; ++v) {
+        if constexpr (kLo) L::store(lo + v * k, l[v]);
+        if constexpr (kHi) L::store(hi + v * k, h[v]);
+    }
+    return true;
+}
+
+template <class T, int kVectors, bool kLo, bool kHi>
+void run_tile(const T* x, int64_t p, int64_t rows, T* lo, T* hi) {
+    if (!rows_tile<T, kVectors, kLo, kHi>(x, p, rows, lo, hi))
+        rows_tile_with_nans<T, kVectors, kLo, kHi>(x, p, rows, lo, hi);
+}
+
 // Running extremes across the p variables of rows first..last-1 (at least
 // one) into lo and hi.  The rows go in chunks of about kChunkBytes, which
 // stay in cache while the variables go through them in tiles of four
@@ -177,14 +220,14 @@ void rows_extremes(const T* obs, int64_t p, int64_t first, int64_t last, T* lo, 
     if constexpr (kLo) std::copy(row, row + p, lo);
     if constexpr (kHi) std::copy(row, row + p, hi);
     const int64_t tiles = p / (4 * k) * (4 * k), vectors = p / k * k;
-    const int64_t chunk = std::max<int64_t>(1, kChunkBytes / (p * static_cast<int64_t>(sizeof(T))));
+    const int64_t chunk = std::max<int64_t>(kLeastChunkRows, kChunkBytes / (p * static_cast<int64_t>(sizeof(T))));
     for (int64_t j = first + 1; j < last; j += chunk) {
         const int64_t rows = std::min(chunk, last - j);
         const T* x = obs + j * p;
         for (int64_t i = 0; i < tiles; i += 4 * k)
-            rows_tile<T, 4, kLo, kHi>(x + i, p, rows, kLo ? lo + i : nullptr, kHi ? hi + i : nullptr);
+            run_tile<T, 4, kLo, kHi>(x + i, p, rows, kLo ? lo + i : nullptr, kHi ? hi + i : nullptr);
         for (int64_t i = tiles; i < vectors; i += k)
-            rows_tile<T, 1, kLo, kHi>(x + i, p, rows, kLo ? lo + i : nullptr, kHi ? hi + i : nullptr);
+            run_tile<T, 1, kLo, kHi>(x + i, p, rows, kLo ? lo + i : nullptr, kHi ? hi + i : nullptr);
         for (int64_t r = 0; r < rows; ++r)
             for (int64_t i = vectors; i < p; ++i) {
                 if constexpr (kLo) lo[i] = lesser(lo[i], x[r * p + i]);
