@@ -220,8 +220,8 @@ QOR_CORE_API int qor_dss_basic(qor_ss_task* task, uint64_t estimates, int method
 QOR_CORE_API int qor_sss_basic(qor_ss_task* task, uint64_t estimates, int method);
 
 /* The calls below take the same arguments, check the task the same way and
- * split their work the same way as the basic statistics.  Each starts by
- * reading p, n and the observation storage (SS_ERR_DIM, SS_ERR_OBS_COUNT,
+ * split their work the same way as the basic statistics.  Each checks p,
+ * n and the observation storage (SS_ERR_DIM, SS_ERR_OBS_COUNT,
  * SS_ERR_STORAGE, SS_ERR_OBS_STORAGE), the correlation repair p alone; a
  * requested result without its array gives that result's status, a method
  * without the flag the call needs SS_ERR_METHOD, and nothing is written
@@ -231,18 +231,18 @@ QOR_CORE_API int qor_sss_basic(qor_ss_task* task, uint64_t estimates, int method
  * qor_dss_edit_quantiles' count m, orders in [0, 1] and results; and/or
  * SS_EST_ORDER_STATS into order_stats, laid out by its storage code like
  * observations: SS_OBS_VARIABLES_IN_ROWS gives p rows of n sorted values);
- * method SS_METHOD_OBS_1.  For a variable's values sorted as x(0) <= ... <=
- * x(n-1) and order q: h = q(n - 1), k = floor(h), the result is x(k) + (x(k+1)
- * - x(k))(h - k) (x(n-1) at q = 1); variable v's quantile of order j goes to
- * quantiles[v*m + j].  An order outside [0, 1] or a negative count gives
- * SS_ERR_QUANT_ORDER_COUNT.  Values are ordered as the sort orders them. */
+ * method SS_METHOD_OBS_1.  For a variable's values sorted as
+ * x(0) <= ... <= x(n-1) and order q: h = q(n - 1), k = floor(h), the
+ * result is x(k) + (x(k+1) - x(k))(h - k), x(n-1) at q = 1; variable v's
+ * quantile of order j goes to quantiles[v*m + j].  An order outside [0, 1] or a negative count gives
+ * SS_ERR_QUANT_ORDER_COUNT. */
 QOR_CORE_API int qor_dss_quantiles(qor_ss_task* task, uint64_t estimates, int method);
 QOR_CORE_API int qor_sss_quantiles(qor_ss_task* task, uint64_t estimates, int method);
 
-/* Sort (method SS_METHOD_SORT; the mask is not read): each selected
- * variable's observations ascending into `sorted` (SS_PARAM_SORTED), laid
- * out as SS_PARAM_SORTED_STORAGE says (one of the two observation layouts).
- * NaNs go last, after +inf, and -0.0 before +0.0.  `sorted` may be the
+/* Sort (method SS_METHOD_SORT): each selected variable's observations
+ * ascending into `sorted` (SS_PARAM_SORTED), laid out as
+ * SS_PARAM_SORTED_STORAGE says (one of the two observation layouts).  NaNs
+ * go last, after +inf, and -0.0 before +0.0.  `sorted` may be the
  * observation matrix itself: then both storage codes must name the same
  * layout (else SS_ERR_STORAGE) and every variable must take part (indices
  * set: SS_ERR_INPLACE_INDICES). */
