@@ -83,12 +83,23 @@ int adopt(const StatsKernels& ss, int status, qor_ss_task* made, qor_ss_task** o
         return ss->p##Basic(task, estimates, method, &kThreading);                                              \
     }
 
+// The other compute calls, from the kernels' list.
+#define QOR_CORE_SS_COMPUTE_DEF(p, prec, name)                                              \
+    QOR_EXPORT int qor_##p##ss_##name(qor_ss_task* task, uint64_t estimates, int method) { \
+        QOR_CORE_SS_ENTER(prec)                                                             \
+        return ss->p##_##name(task, estimates, method, &kThreading);                        \
+    }
+#define QOR_CORE_SS_COMPUTE_d(name, Export) QOR_CORE_SS_COMPUTE_DEF(d, kDouble, name)
+#define QOR_CORE_SS_COMPUTE_s(name, Export) QOR_CORE_SS_COMPUTE_DEF(s, kSingle, name)
+
 QOR_EXTERN_C {
 
 QOR_CORE_SS_DEFS(d, double, kDouble)
 QOR_CORE_SS_DEFS(s, float, kSingle)
 QOR_STATS_GROUPED_EDITS(QOR_CORE_SS_GROUPED_EDIT_d, double, const int64_t)
 QOR_STATS_GROUPED_EDITS(QOR_CORE_SS_GROUPED_EDIT_s, float, const int64_t)
+QOR_CORE_STATS_COMPUTE_ENTRIES(QOR_CORE_SS_COMPUTE_d)
+QOR_CORE_STATS_COMPUTE_ENTRIES(QOR_CORE_SS_COMPUTE_s)
 
 QOR_EXPORT int qor_ss_edit_task_i(qor_ss_task* task, int code, const int64_t* value) {
     const StatsKernels* ss = usable_stats();

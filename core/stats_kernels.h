@@ -18,7 +18,18 @@
     QOR_CORE_STATS_GROUPED_EDIT_EXPORTS(s)                 \
     QOR_CORE_STATS_EXPORT(DeleteTask, __rixSSDeleteTask)   \
     QOR_CORE_STATS_EXPORT(dBasic, _rixdSSBasic)            \
-    QOR_CORE_STATS_EXPORT(sBasic, _rixsSSBasic)
+    QOR_CORE_STATS_EXPORT(sBasic, _rixsSSBasic)            \
+    QOR_CORE_STATS_COMPUTE_EXPORTS(d)                      \
+    QOR_CORE_STATS_COMPUTE_EXPORTS(s)
+
+// The compute entries besides the basic statistics, by the name of their
+// public call and of their export: field <p>_<name>, symbol _rix<p>SS<Export>.
+#define QOR_CORE_STATS_COMPUTE_ENTRIES(X)                                                    \
+    X(quantiles, Quantiles) X(sort, Sort) X(minmax, Minmax) X(mad, MAD)                      \
+    X(cor_parametrization, CorParametrization)
+#define QOR_CORE_STATS_COMPUTE_EXPORTS(p) QOR_CORE_STATS_COMPUTE_ENTRIES(QOR_CORE_STATS_COMPUTE_EXPORT_##p)
+#define QOR_CORE_STATS_COMPUTE_EXPORT_d(name, Export) QOR_CORE_STATS_EXPORT(d_##name, _rixdSS##Export)
+#define QOR_CORE_STATS_COMPUTE_EXPORT_s(name, Export) QOR_CORE_STATS_EXPORT(s_##name, _rixsSS##Export)
 
 // The grouped edits, by the name of their public call and of their export:
 // field <p>_edit_<name>, symbol __rix<p>SSEdit<Export>.

@@ -440,7 +440,10 @@ QOR_SS_COMPUTE_ENTRY(SSQuantiles)
 /* The observations of each variable sorted ascending into `sorted`
  * (method SS_METHOD_SORT). */
 QOR_SS_COMPUTE_ENTRY(SSSort)
-/* Minimum and maximum (SS_EST_MIN, SS_EST_MAX; SS_METHOD_OBS_1 or _2). */
+/* Minimum and maximum (SS_EST_MIN, SS_EST_MAX; SS_METHOD_OBS_1 or _2).  A
+ * NaN among a variable's values makes both its extremes NaN.  With
+ * acc_weights registered and W1 > 0 the call continues from what min and
+ * max hold; otherwise it starts afresh. */
 QOR_SS_COMPUTE_ENTRY(SSMinmax)
 /* Median and mean absolute deviations (SS_EST_MEDIAN_ABS_DEV,
  * SS_EST_MEAN_ABS_DEV). */

@@ -219,6 +219,72 @@ QOR_CORE_API int qor_sss_edit_mtx_parametrz(qor_ss_task* task, float* cor, const
 QOR_CORE_API int qor_dss_basic(qor_ss_task* task, uint64_t estimates, int method);
 QOR_CORE_API int qor_sss_basic(qor_ss_task* task, uint64_t estimates, int method);
 
+/* The calls below take the same arguments, check the task the same way and
+ * split their work the same way as the basic statistics.  Each checks p,
+ * n and the observation storage (SS_ERR_DIM, SS_ERR_OBS_COUNT,
+ * SS_ERR_STORAGE, SS_ERR_OBS_STORAGE), the correlation repair p alone; a
+ * requested result without its array gives that result's status, a method
+ * without the flag the call needs SS_ERR_METHOD, and nothing is written
+ * then.
+ *
+ * Quantiles and order statistics (SS_EST_QUANTILES with
+ * qor_dss_edit_quantiles' count m, orders in [0, 1] and results; and/or
+ * SS_EST_ORDER_STATS into order_stats, laid out by its storage code like
+ * observations: SS_OBS_VARIABLES_IN_ROWS gives p rows of n sorted values);
+ * method SS_METHOD_OBS_1.  For a variable's values sorted as
+ * x(0) <= ... <= x(n-1) and order q: h = q(n - 1), k = floor(h), the
+ * result is x(k) + (x(k+1) - x(k))(h - k), x(n-1) at q = 1; variable v's
+ * quantile of order j goes to quantiles[v*m + j].  An order outside [0, 1] or a negative count gives
+ * SS_ERR_QUANT_ORDER_COUNT. */
+QOR_CORE_API int qor_dss_quantiles(qor_ss_task* task, uint64_t estimates, int method);
+QOR_CORE_API int qor_sss_quantiles(qor_ss_task* task, uint64_t estimates, int method);
+
+/* Sort (method SS_METHOD_SORT): each selected variable's observations
+ * ascending into `sorted` (SS_PARAM_SORTED), laid out as
+ * SS_PARAM_SORTED_STORAGE says (one of the two observation layouts).  NaNs
+ * go last, after +inf, and -0.0 before +0.0.  `sorted` may be the
+ * observation matrix itself: then both storage codes must name the same
+ * layout (else SS_ERR_STORAGE) and every variable must take part (indices
+ * set: SS_ERR_INPLACE_INDICES). */
+QOR_CORE_API int qor_dss_sort(qor_ss_task* task, uint64_t estimates, int method);
+QOR_CORE_API int qor_sss_sort(qor_ss_task* task, uint64_t estimates, int method);
+
+/* Minimum and maximum (SS_EST_MIN into min, SS_EST_MAX into max; method
+ * SS_METHOD_OBS_1 or SS_METHOD_OBS_2): per selected variable the smallest
+ * and largest observation.  A variable with a NaN among its values gets NaN
+ * for both; -0.0 and +0.0 count as equal, either may come out.  When the
+ * accumulated weights (SS_PARAM_ACC_WEIGHTS) are registered and W1 > 0,
+ * the call continues from what min and max hold (data fed in portions);
+ * otherwise it starts afresh.  When feeding portions, call this before the
+ * basic statistics of the first portion, or fill min with +inf and max with
+ * -inf beforehand. */
+QOR_CORE_API int qor_dss_minmax(qor_ss_task* task, uint64_t estimates, int method);
+QOR_CORE_API int qor_sss_minmax(qor_ss_task* task, uint64_t estimates, int method);
+
+/* Absolute deviations: SS_EST_MEDIAN_ABS_DEV into median_abs_dev (the
+ * median of |x - median|, both medians by the quantile rule at order 0.5;
+ * method SS_METHOD_OBS_1) and SS_EST_MEAN_ABS_DEV into mean_abs_dev (the
+ * weighted mean of |x - mean|; SS_METHOD_OBS_1 computes the mean,
+ * SS_METHOD_OBS_3 takes it from the task's mean array, SS_ERR_MEAN when that
+ * is missing).  When both are requested and the method suits only the mean
+ * absolute deviation, that one is computed and its status returned. */
+QOR_CORE_API int qor_dss_mad(qor_ss_task* task, uint64_t estimates, int method);
+QOR_CORE_API int qor_sss_mad(qor_ss_task* task, uint64_t estimates, int method);
+
+/* Correlation repair (method SS_METHOD_PARAMETRIZE; the mask and the
+ * indices are not read): the symmetric p x p matrix in `cor`, stored as
+ * its storage code says (a full matrix is read by its upper triangle, the
+ * diagonal taken as 1), made a valid correlation matrix in `param_cor`
+ * (qor_dss_edit_mtx_parametrz): eigenvalues below 1e-14 are raised to
+ * 1e-14 and the result is scaled back to a unit diagonal.  A valid matrix
+ * comes back as it was, up to rounding.  `param_cor` may be `cor` itself
+ * unless a full output would overwrite a packed input (SS_ERR_OBS_STORAGE,
+ * as for a storage code other than 0, 1, 2); a failed eigen-decomposition
+ * gives SS_ERR_EIGEN.  Float tasks are computed in double.  The caller's
+ * vector-math mode is left as it was. */
+QOR_CORE_API int qor_dss_cor_parametrization(qor_ss_task* task, uint64_t estimates, int method);
+QOR_CORE_API int qor_sss_cor_parametrization(qor_ss_task* task, uint64_t estimates, int method);
+
 QOR_END_C
 
 #endif
