@@ -440,6 +440,13 @@ QOR_SS_COMPUTE_ENTRY(SSQuantiles)
 /* The observations of each variable sorted ascending into `sorted`
  * (method SS_METHOD_SORT). */
 QOR_SS_COMPUTE_ENTRY(SSSort)
+/* The k-th smallest (from 0) of n values, left at values[k] with the values
+ * before it no greater and the ones after it no smaller; the others are
+ * reordered.  Every NaN, whatever its sign, counts as larger than +inf, and
+ * -0.0 as smaller than +0.0.  A k outside [0, n) returns a NaN and leaves
+ * the values alone. */
+QOR_SS_API double __rixdQSortSelect(double* values, int64_t n, int64_t k);
+QOR_SS_API float __rixsQSortSelect(float* values, int64_t n, int64_t k);
 /* Minimum and maximum (SS_EST_MIN, SS_EST_MAX; SS_METHOD_OBS_1 or _2). */
 QOR_SS_COMPUTE_ENTRY(SSMinmax)
 /* Median and mean absolute deviations (SS_EST_MEDIAN_ABS_DEV,
