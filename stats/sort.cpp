@@ -1,7 +1,9 @@
 // An LSD radix sort of the values' integer images (sort.h): one pass builds
 // the histograms of every digit, then one stable scatter per digit, skipping
-// digits that are the same for every key.  Digits are 11 bits wide: 6
-// passes for a double, 3 for a float, each scattering to 2048 places.
+// digits that are the same for every key.  Digits are bytes: 8 passes for a
+// double, 4 for a float, each scattering to 256 places.  (On 10^7 doubles
+// this measured faster than 6 passes of 11 bits or 4 of 16 bits, whose 2048
+// and 65536 places miss the caches and TLB far more often.)
 #include "stats/sort.h"
 
 #include <algorithm>
@@ -9,7 +11,7 @@
 namespace qor::ss {
 namespace {
 
-constexpr int kDigitBits = 11;
+constexpr int kDigitBits = 8;
 constexpr int kBuckets = 1 << kDigitBits;
 // Below this count a comparison sort of the keys is quicker.
 constexpr int64_t kRadixFrom = 256;
