@@ -1,6 +1,6 @@
-// Quickselect on keys: a Hoare partition around the median of three keys
-// (of three medians of three on large parts), narrowed to the side that
-// holds place k.  A place at either end of a part is found by one scan for
+// Quickselect on keys: a branch-free Lomuto partition around the median of
+// three keys (of three medians of three on large parts), narrowed to the
+// side that holds place k.  A place at either end of a part is found by one scan for
 // the minimum or maximum.  After 2·log2(n) partitions without an end the
 // rest goes to the standard library's selection, which bounds the worst case.
 //
@@ -45,20 +45,27 @@ void place_pivot(AK* a, int64_t lo, int64_t hi) {
     std::swap(a[lo], a[mid]);
 }
 
-// Partitions [lo, hi) around a[lo]: returns j with [lo, j] <= pivot <=
-// (j, hi), lo <= j < hi - 1.
-template <class AK>
-int64_t partition(AK* a, int64_t lo, int64_t hi) {
-    const auto pivot = a[lo];
-    int64_t i = lo - 1, j = hi;
-    for (;;) {
-        do ++i; while (a[i] < pivot);
-        do --j; while (pivot < a[j]);
-        if (i >= j) return j;
-        std::swap(a[i], a[j]);
+// Moves the keys of (lo, hi) for which before(key, pivot) holds ahead of
+// the others, the pivot being a[lo], without a branch per key; then puts the
+// pivot between the two groups and returns its place.
+template <class AK, class Before>
+int64_t partition(AK* a, int64_t lo, int64_t hi, Before before) {
+    const AK pivot = a[lo];
+    int64_t b = lo + 1;
+    for (int64_t i = lo + 1; i < hi; ++i) {
+        const AK x = a[i];
+        a[i] = a[b];
+        a[b] = x;
+        b += before(x, pivot);
     }
+    std::swap(a[lo], a[b - 1]);
+    return b - 1;
 }
 
+// Within [lo, hi) every key is at least a[lo - 1] (when lo > 0): the keys
+// before a part never exceed it.  A pivot equal to a[lo - 1] is therefore the
+// part's minimum, and all keys equal to it are set aside in one partition,
+// so runs of ties cost one pass.
 template <class AK>
 void select_in(AK* a, int64_t lo, int64_t hi, int64_t k) {
     int budget = 2 * std::bit_width(static_cast<uint64_t>(hi - lo));
@@ -76,8 +83,15 @@ void select_in(AK* a, int64_t lo, int64_t hi, int64_t k) {
             return;
         }
         place_pivot(a, lo, hi);
-        const int64_t j = partition(a, lo, hi);
-        if (k <= j) hi = j + 1;
+        if (lo > 0 && !(a[lo - 1] < a[lo])) {
+            const int64_t j = partition(a, lo, hi, [](AK x, AK pivot) { return !(pivot < x); });
+            if (k <= j) return;
+            lo = j + 1;
+            continue;
+        }
+        const int64_t j = partition(a, lo, hi, [](AK x, AK pivot) { return x < pivot; });
+        if (k == j) return;
+        if (k < j) hi = j;
         else lo = j + 1;
     }
     for (int64_t i = lo + 1; i < hi; ++i)
