@@ -434,19 +434,38 @@ QOR_SS_API int32_t _rixsSSBasic(SSTask* task, uint64_t estimates, int32_t method
     QOR_SS_API int32_t _rixd##name(SSTask* task, uint64_t estimates, int32_t method, const qor_threading* threading); \
     QOR_SS_API int32_t _rixs##name(SSTask* task, uint64_t estimates, int32_t method, const qor_threading* threading);
 
-/* Quantiles at quant_orders and the order statistics (SS_EST_QUANTILES,
- * SS_EST_ORDER_STATS; method SS_METHOD_OBS_1). */
+/* Ascending order, wherever the estimators below sort or select:
+ * -inf < ... < -0.0 < +0.0 < ... < +inf < every NaN, whatever its sign.
+ *
+ * Quantiles at quant_orders and the order statistics (SS_EST_QUANTILES,
+ * SS_EST_ORDER_STATS; method SS_METHOD_OBS_1).  The quantile of order q of
+ * n sorted values x(0..n-1): h = q(n-1), k = trunc(h), k1 = min(k+1, n-1),
+ * x(k) + (x(k1) - x(k))(h - k), and x(k) itself when h = k.  Quantile j of
+ * variable v goes to quantiles[v*m + j]; the order statistics are one row
+ * of n sorted values per variable when their storage code has bit 16 set,
+ * else n rows of p. */
 QOR_SS_COMPUTE_ENTRY(SSQuantiles)
-/* The observations of each variable sorted ascending into `sorted`
- * (method SS_METHOD_SORT). */
+/* The observations of each variable sorted ascending into `sorted`, laid
+ * out as its storage code says (method SS_METHOD_SORT).  `sorted` may be
+ * the observation matrix itself when no variable is left out. */
 QOR_SS_COMPUTE_ENTRY(SSSort)
+/* The k-th smallest (from 0) of n values, left at values[k] with the values
+ * before it no greater and the ones after it no smaller; the others are
+ * reordered.  Every NaN, whatever its sign, counts as larger than +inf, and
+ * -0.0 as smaller than +0.0.  A k outside [0, n) returns a NaN and leaves
+ * the values alone. */
+QOR_SS_API double __rixdQSortSelect(double* values, int64_t n, int64_t k);
+QOR_SS_API float __rixsQSortSelect(float* values, int64_t n, int64_t k);
 /* Minimum and maximum (SS_EST_MIN, SS_EST_MAX; SS_METHOD_OBS_1 or _2).  A
  * NaN among a variable's values makes both its extremes NaN.  With
  * acc_weights registered and W1 > 0 the call continues from what min and
  * max hold; otherwise it starts afresh. */
 QOR_SS_COMPUTE_ENTRY(SSMinmax)
-/* Median and mean absolute deviations (SS_EST_MEDIAN_ABS_DEV,
- * SS_EST_MEAN_ABS_DEV). */
+/* Median and mean absolute deviations (SS_EST_MEDIAN_ABS_DEV with
+ * SS_METHOD_OBS_1: the median of |x - median|, both by the quantile rule at
+ * 0.5; SS_EST_MEAN_ABS_DEV with SS_METHOD_OBS_1, or SS_METHOD_OBS_3 to take
+ * the centre from the task's mean: the mean of |x - centre| weighted by the
+ * task's weights, each observation of weight 1 without them). */
 QOR_SS_COMPUTE_ENTRY(SSMAD)
 /* The nearest valid correlation matrix of `cor` into `param_cor`
  * (SS_METHOD_PARAMETRIZE). */
