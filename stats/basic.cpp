@@ -75,7 +75,9 @@ template <class T, class X>
 void block_variable(const Job<T>& job, Scratch& s, int64_t k, const X* x, const X* w, int64_t count, double w1) {
     const Tracked& t = job.tracked;
     const Moments& b = s.block;
-    const int order = std::max(t.central_order, t.raw_order);
+    // One variable's cross sum is its central sum of order 2.
+    const bool lone_cross = t.cross && job.q == 1;
+    const int order = std::max({t.central_order, t.raw_order, lone_cross ? 2 : 0});
     double sum = 0, mean, p[4] = {};  // S1 .. S4 around the mean
     if (job.mean_supplied) {
         mean = job.running[0].mean()[k];
@@ -90,6 +92,7 @@ void block_variable(const Job<T>& job, Scratch& s, int64_t k, const X* x, const 
     }
     b.mean()[k] = mean;
     for (int o = 2; o <= t.central_order; ++o) b.central(o)[k] = p[o - 1];
+    if (lone_cross) b.cross()[0] = p[1];
     const double m = mean, m2 = m * m;
     if (t.raw_order >= 1) b.raw(1)[k] = sum;
     if (t.raw_order >= 2) b.raw(2)[k] = w1 * m2 + 2 * m * p[0] + p[1];
@@ -157,7 +160,7 @@ void run_block(const Job<T>& job, Scratch& s, const Moments& running, int64_t fi
                 wd = s.weights;
             }
             for (int64_t k = 0; k < job.q; ++k) block_variable(job, s, k, g + k * count, wd, count, w1);
-            if (job.tracked.cross) block_cross(s, job.q, count, wd);
+            if (job.tracked.cross && job.q > 1) block_cross(s, job.q, count, wd);
         }
     }
     merge(running, s.block, job.tracked);
@@ -203,7 +206,7 @@ int32_t basic_from_observations(SSTask& task, const BasicPlan& plan, const qor_t
 
     const Tracked tracked = tracked_for(plan.needed);
     const bool weighted = task.weights != nullptr;
-    const bool gather = !variables_in_rows || tracked.cross;
+    const bool gather = !variables_in_rows || (tracked.cross && q > 1);
     const int threads = thread_count(threading, n, q);
     const int64_t row_bytes = static_cast<int64_t>(sizeof(T)) * p * (weighted ? 2 : 1);
     const int64_t fitting = row_bytes > kWorkingSetBytes ? 0 : kWorkingSetBytes / row_bytes;
