@@ -17,11 +17,11 @@
 #include <vector>
 
 #include "bench_util.h"
+#include "read_ratio.h"
 #include "qor/qor.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
 
 constexpr int64_t kValues = 10000000;
 constexpr int64_t kObservations = 1000000;
@@ -42,52 +42,19 @@ const std::vector<double>& data(int64_t rows, int64_t columns) {
     return *held;
 }
 
-double streaming_sum(const std::vector<double>& x) {
-    double s0 = 0, s1 = 0, s2 = 0, s3 = 0;
-    std::size_t i = 0;
-    for (; i + 4 <= x.size(); i += 4) {
-        s0 += x[i];
-        s1 += x[i + 1];
-        s2 += x[i + 2];
-        s3 += x[i + 3];
-    }
-    for (; i < x.size(); ++i) s0 += x[i];
-    return (s0 + s1) + (s2 + s3);
-}
-
-// Seconds of one streaming read of x, best of three.
-double read_seconds(const std::vector<double>& x) {
-    double best = 1e30;
-    for (int i = 0; i < 3; ++i) {
-        const auto t0 = Clock::now();
-        benchmark::DoNotOptimize(streaming_sum(x));
-        best = std::min(best, std::chrono::duration<double>(Clock::now() - t0).count());
-    }
-    return best;
-}
-
-// Runs call() per iteration and reports values per second and the ratio to
-// a streaming read.
-template <class Call>
-void measure(benchmark::State& state, const std::vector<double>& x, Call call) {
-    const double read = read_seconds(x);
-    const auto t0 = Clock::now();
-    for (auto _ : state) call();
-    const double seconds = std::chrono::duration<double>(Clock::now() - t0).count();
-    state.SetItemsProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(x.size()));
-    state.counters["read_ratio"] = seconds / double(state.iterations()) / read;
-}
+using qor::bench::measure_against_read;
+using qor::bench::streaming_sum;
 
 // ---- Peers ---------------------------------------------------------------------
 
 void StreamingRead(benchmark::State& state) {
     const auto& x = data(kValues, 1);
-    measure(state, x, [&] { benchmark::DoNotOptimize(streaming_sum(x)); });
+    measure_against_read(state, x, [&] { benchmark::DoNotOptimize(streaming_sum(x)); });
 }
 
 void TwoPassMeanVariance(benchmark::State& state) {
     const auto& x = data(kValues, 1);
-    measure(state, x, [&] {
+    measure_against_read(state, x, [&] {
         const double mean = streaming_sum(x) / double(x.size());
         double ss = 0;
         for (double v : x) ss += (v - mean) * (v - mean);
@@ -97,7 +64,7 @@ void TwoPassMeanVariance(benchmark::State& state) {
 
 void TwoPassFourMoments(benchmark::State& state) {
     const auto& x = data(kValues, 1);
-    measure(state, x, [&] {
+    measure_against_read(state, x, [&] {
         const double mean = streaming_sum(x) / double(x.size());
         double m2 = 0, m3 = 0, m4 = 0;
         for (double v : x) {
@@ -112,7 +79,7 @@ void TwoPassFourMoments(benchmark::State& state) {
 
 void GslMeanVariance(benchmark::State& state) {
     const auto& x = data(kValues, 1);
-    measure(state, x, [&] {
+    measure_against_read(state, x, [&] {
         const double mean = gsl_stats_mean(x.data(), 1, x.size());
         benchmark::DoNotOptimize(gsl_stats_variance_m(x.data(), 1, x.size(), mean));
     });
@@ -120,7 +87,7 @@ void GslMeanVariance(benchmark::State& state) {
 
 void GslFourMoments(benchmark::State& state) {
     const auto& x = data(kValues, 1);
-    measure(state, x, [&] {
+    measure_against_read(state, x, [&] {
         const double mean = gsl_stats_mean(x.data(), 1, x.size());
         const double sd = std::sqrt(gsl_stats_variance_m(x.data(), 1, x.size(), mean));
         benchmark::DoNotOptimize(gsl_stats_skew_m_sd(x.data(), 1, x.size(), mean, sd));
@@ -135,7 +102,7 @@ void EigenCovariance(benchmark::State& state) {
     const Eigen::Map<const Rows> X(x.data(), kObservations, p);
     Rows centred(kObservations, p);  // made once, so no iteration pays for the allocation
     Eigen::MatrixXd cov(p, p);
-    measure(state, x, [&] {
+    measure_against_read(state, x, [&] {
         const Eigen::RowVectorXd mean = X.colwise().mean();
         centred = X.rowwise() - mean;
         cov.noalias() = centred.transpose() * centred / double(kObservations - 1);
@@ -174,7 +141,7 @@ struct Task {
 void run_basic(benchmark::State& state, const std::vector<double>& x, int64_t p, int64_t n, uint64_t estimates) {
     Task t(x, p, n);
     qor_set_num_threads(static_cast<int>(state.range(0)));
-    measure(state, x, [&] {
+    measure_against_read(state, x, [&] {
         t.weights[0] = t.weights[1] = 0;
         if (t.status == SS_OK) t.status = qor_dss_basic(t.task, estimates, SS_METHOD_OBS_2);
     });

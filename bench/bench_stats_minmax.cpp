@@ -11,11 +11,11 @@
 #include <vector>
 
 #include "bench_util.h"
+#include "read_ratio.h"
 #include "qor/qor.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
 
 constexpr int64_t kValues = 10000000;
 constexpr int64_t kVariables = 20;
@@ -25,47 +25,16 @@ const std::vector<double>& data() {
     return x;
 }
 
-double streaming_sum(const std::vector<double>& x) {
-    double s0 = 0, s1 = 0, s2 = 0, s3 = 0;
-    std::size_t i = 0;
-    for (; i + 4 <= x.size(); i += 4) {
-        s0 += x[i];
-        s1 += x[i + 1];
-        s2 += x[i + 2];
-        s3 += x[i + 3];
-    }
-    for (; i < x.size(); ++i) s0 += x[i];
-    return (s0 + s1) + (s2 + s3);
-}
-
-// Seconds of one streaming read of x, best of three.
-double read_seconds(const std::vector<double>& x) {
-    double best = 1e30;
-    for (int i = 0; i < 3; ++i) {
-        const auto t0 = Clock::now();
-        benchmark::DoNotOptimize(streaming_sum(x));
-        best = std::min(best, std::chrono::duration<double>(Clock::now() - t0).count());
-    }
-    return best;
-}
-
-template <class Call>
-void measure(benchmark::State& state, const std::vector<double>& x, Call call) {
-    const double read = read_seconds(x);
-    const auto t0 = Clock::now();
-    for (auto _ : state) call();
-    const double seconds = std::chrono::duration<double>(Clock::now() - t0).count();
-    state.SetItemsProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(x.size()));
-    state.counters["read_ratio"] = seconds / double(state.iterations()) / read;
-}
+using qor::bench::measure_against_read;
+using qor::bench::streaming_sum;
 
 void StreamingRead(benchmark::State& state) {
-    measure(state, data(), [&] { benchmark::DoNotOptimize(streaming_sum(data())); });
+    measure_against_read(state, data(), [&] { benchmark::DoNotOptimize(streaming_sum(data())); });
 }
 
 void StdMinmaxElement(benchmark::State& state) {
     const auto& x = data();
-    measure(state, x, [&] { benchmark::DoNotOptimize(std::minmax_element(x.begin(), x.end())); });
+    measure_against_read(state, x, [&] { benchmark::DoNotOptimize(std::minmax_element(x.begin(), x.end())); });
 }
 
 // One call per iteration on p variables (observations in rows) and
@@ -79,7 +48,7 @@ void run_minmax(benchmark::State& state, int64_t p) {
     if (status == SS_OK) status = qor_dss_edit_task(task, SS_PARAM_MIN, lo.data());
     if (status == SS_OK) status = qor_dss_edit_task(task, SS_PARAM_MAX, hi.data());
     qor_set_num_threads(static_cast<int>(state.range(0)));
-    measure(state, x, [&] {
+    measure_against_read(state, x, [&] {
         if (status == SS_OK) status = qor_dss_minmax(task, SS_EST_MIN | SS_EST_MAX, SS_METHOD_OBS_1);
     });
     qor_set_num_threads(0);

@@ -304,14 +304,4 @@ int32_t basic(SSTask* task, uint64_t estimates, int32_t method, const qor_thread
 }  // namespace
 }  // namespace qor::ss
 
-QOR_EXTERN_C {
-
-QOR_SS_API int32_t _rixdSSBasic(SSTask* task, uint64_t estimates, int32_t method, const qor_threading* threading) {
-    return qor::ss::basic<double>(task, estimates, method, threading);
-}
-
-QOR_SS_API int32_t _rixsSSBasic(SSTask* task, uint64_t estimates, int32_t method, const qor_threading* threading) {
-    return qor::ss::basic<float>(task, estimates, method, threading);
-}
-
-}
+QOR_SS_COMPUTE_EXPORTS(SSBasic, qor::ss::basic)

@@ -65,7 +65,7 @@ Work carve(double* area, int64_t p) {
 }
 
 template <class T>
-int32_t parametrize(SSTask* task, int32_t method) {
+int32_t parametrize(SSTask* task, uint64_t, int32_t method, const qor_threading*) {
     if (!task) return SS_ERR_TASK;
     int64_t p, in_code, out_code;
     if (!read_int(*task, task->dim, p) || p < 1) return SS_ERR_DIM;
@@ -127,14 +127,4 @@ int32_t parametrize(SSTask* task, int32_t method) {
 }  // namespace
 }  // namespace qor::ss
 
-QOR_EXTERN_C {
-
-QOR_SS_API int32_t _rixdSSCorParametrization(SSTask* task, uint64_t, int32_t method, const qor_threading*) {
-    return qor::ss::parametrize<double>(task, method);
-}
-
-QOR_SS_API int32_t _rixsSSCorParametrization(SSTask* task, uint64_t, int32_t method, const qor_threading*) {
-    return qor::ss::parametrize<float>(task, method);
-}
-
-}
+QOR_SS_COMPUTE_EXPORTS(SSCorParametrization, qor::ss::parametrize)

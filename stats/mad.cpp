@@ -118,14 +118,4 @@ int32_t deviations(SSTask* task, uint64_t estimates, int32_t method, const qor_t
 }  // namespace
 }  // namespace qor::ss
 
-QOR_EXTERN_C {
-
-QOR_SS_API int32_t _rixdSSMAD(SSTask* task, uint64_t estimates, int32_t method, const qor_threading* threading) {
-    return qor::ss::deviations<double>(task, estimates, method, threading);
-}
-
-QOR_SS_API int32_t _rixsSSMAD(SSTask* task, uint64_t estimates, int32_t method, const qor_threading* threading) {
-    return qor::ss::deviations<float>(task, estimates, method, threading);
-}
-
-}
+QOR_SS_COMPUTE_EXPORTS(SSMAD, qor::ss::deviations)

@@ -341,14 +341,4 @@ int32_t minmax(SSTask* task, uint64_t estimates, int32_t method, const qor_threa
 }  // namespace
 }  // namespace qor::ss
 
-QOR_EXTERN_C {
-
-QOR_SS_API int32_t _rixdSSMinmax(SSTask* task, uint64_t estimates, int32_t method, const qor_threading* threading) {
-    return qor::ss::minmax<double>(task, estimates, method, threading);
-}
-
-QOR_SS_API int32_t _rixsSSMinmax(SSTask* task, uint64_t estimates, int32_t method, const qor_threading* threading) {
-    return qor::ss::minmax<float>(task, estimates, method, threading);
-}
-
-}
+QOR_SS_COMPUTE_EXPORTS(SSMinmax, qor::ss::minmax)

@@ -147,14 +147,4 @@ int32_t quantiles(SSTask* task, uint64_t estimates, int32_t method, const qor_th
 }  // namespace
 }  // namespace qor::ss
 
-QOR_EXTERN_C {
-
-QOR_SS_API int32_t _rixdSSQuantiles(SSTask* task, uint64_t estimates, int32_t method, const qor_threading* threading) {
-    return qor::ss::quantiles<double>(task, estimates, method, threading);
-}
-
-QOR_SS_API int32_t _rixsSSQuantiles(SSTask* task, uint64_t estimates, int32_t method, const qor_threading* threading) {
-    return qor::ss::quantiles<float>(task, estimates, method, threading);
-}
-
-}
+QOR_SS_COMPUTE_EXPORTS(SSQuantiles, qor::ss::quantiles)

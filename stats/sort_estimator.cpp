@@ -95,14 +95,4 @@ int32_t sort_estimate(SSTask* task, uint64_t, int32_t method, const qor_threadin
 }  // namespace
 }  // namespace qor::ss
 
-QOR_EXTERN_C {
-
-QOR_SS_API int32_t _rixdSSSort(SSTask* task, uint64_t estimates, int32_t method, const qor_threading* threading) {
-    return qor::ss::sort_estimate<double>(task, estimates, method, threading);
-}
-
-QOR_SS_API int32_t _rixsSSSort(SSTask* task, uint64_t estimates, int32_t method, const qor_threading* threading) {
-    return qor::ss::sort_estimate<float>(task, estimates, method, threading);
-}
-
-}
+QOR_SS_COMPUTE_EXPORTS(SSSort, qor::ss::sort_estimate)

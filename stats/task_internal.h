@@ -93,3 +93,16 @@ inline int32_t add_cleanup(SSTask& task, SSCleanup routine) {
 }
 
 }  // namespace qor::ss
+
+// Defines the exports _rixd<Name> and _rixs<Name> of a compute entry as
+// calls of entry<double> and entry<float> with the task, the estimate mask,
+// the method flags and the threading services.
+#define QOR_SS_COMPUTE_EXPORTS(Name, entry)                                                            \
+    QOR_EXTERN_C QOR_SS_API int32_t _rixd##Name(SSTask* task, uint64_t estimates, int32_t method,      \
+                                                const qor_threading* threading) {                      \
+        return entry<double>(task, estimates, method, threading);                                      \
+    }                                                                                                  \
+    QOR_EXTERN_C QOR_SS_API int32_t _rixs##Name(SSTask* task, uint64_t estimates, int32_t method,      \
+                                                const qor_threading* threading) {                      \
+        return entry<float>(task, estimates, method, threading);                                       \
+    }
