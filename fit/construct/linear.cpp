@@ -182,12 +182,14 @@ int32_t linear_worker(FitTask& task, const qor_threading* threading) {
     job.block_functions = Class == 0 ? m : kBlockFunctions;
     job.interval_blocks = (nx - 1 + kBlockIntervals - 1) / kBlockIntervals;
     job.task = &task;
-    Span inputs, outputs;
-    inputs.add(job.x, Uniform ? 2 : nx, sizeof(T));
+    // The breakpoints, the values and the coefficients each by the range
+    // that holds all of their arrays.
+    Span breaks, inputs, outputs;
+    breaks.add(job.x, Uniform ? 2 : nx, sizeof(T));
     for (int64_t j = 0; j < (Class == 0 ? 1 : m); ++j)
         inputs.add(values_of<T>(task, j), Class == 0 ? nx * m : nx, sizeof(T));
     for (int64_t j = 0; j < m; ++j) outputs.add(coefficients_of<T>(task, j), 2 * (nx - 1), sizeof(T));
-    job.overlap = outputs.meets(inputs);
+    job.overlap = outputs.meets(inputs) || outputs.meets(breaks);
 
     if (m <= kSerialLimit / nx) {
         for (int64_t j = 0; j < m; ++j)
