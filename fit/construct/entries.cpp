@@ -9,11 +9,11 @@
 namespace qor::kp {
 namespace {
 
-// Boundary-condition codes of the cubic kinds: one condition at each end is
-// the sum of 4 or 16 (left) and 8 or 32 (right); 64 is periodic.
-constexpr int64_t kBcFirstDerivatives = 1;   // no values needed
-constexpr int64_t kBcSecondDerivatives = 2;  // no values needed
-constexpr int64_t kBcPeriodic = 64;
+// Boundary-condition codes of the cubic kinds: 1 and 2 take no values; a
+// condition at each end with values is the sum of 4 or 16 (left) and 8 or
+// 32 (right); kBcPeriodic is the last.
+constexpr int64_t kBcNoValuesFirst = 1;
+constexpr int64_t kBcNoValuesSecond = 2;
 constexpr int64_t kBcQuadraticDefault = 128;
 constexpr int64_t kAkimaNoCondition = 0;
 constexpr int64_t kInternalCondBit = 8;
@@ -23,8 +23,8 @@ constexpr int64_t kInternalCondBit = 8;
 int32_t cubic_variant(const FitTask& task) {
     if (task.bcType < 1 || task.bcType > kBcPeriodic) return statusBadBoundaryCondType;
     switch (task.bcType) {
-        case kBcFirstDerivatives: return 0;
-        case kBcSecondDerivatives: return 1;
+        case kBcNoValuesFirst: return 0;
+        case kBcNoValuesSecond: return 1;
         case 12: return task.bc ? 2 : statusBadBoundaryCondValues;
         case 36: return task.bc ? 3 : statusBadBoundaryCondValues;
         case 24: return task.bc ? 4 : statusBadBoundaryCondValues;
@@ -69,7 +69,7 @@ int32_t check(const FitTask& task, Kind kind, int64_t method) {
             return is_values_hint(task.yhint) ? 0 : statusBadValuesHint;
         case Kind::Quadratic: return check_quadratic(task);
         case Kind::NaturalCubic:
-            if (!at_least(2) || (task.nx == 2 && task.bcType == kBcFirstDerivatives)) return statusBadBreakpointCount;
+            if (!at_least(2) || (task.nx == 2 && task.bcType == kBcNoValuesFirst)) return statusBadBreakpointCount;
             if (method != 0) return statusUnsupportedMethod;
             return check_cubic(task, false);
         case Kind::DefaultCubic:  // the method goes to the worker

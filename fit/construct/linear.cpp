@@ -166,7 +166,7 @@ int32_t linear_worker(FitTask& task, const qor_threading* threading) {
     if (!values_present(task, Class == 0 ? 1 : m)) return statusBadFunctionValues;
     // A periodic condition needs equal ends in every function (NaN fails),
     // checked before anything is written.
-    if (task.bcType == 64) {
+    if (task.bcType == kBcPeriodic) {
         for (int64_t j = 0; j < m; ++j) {
             const T* v = values<T, Class>(task, j);
             if (!(v[0] == v[(nx - 1) * s])) return statusBadPeriodicValues;

@@ -8,6 +8,9 @@
 
 namespace qor::kp {
 
+// The periodic boundary condition: first and last values equal.
+constexpr int64_t kBcPeriodic = 64;
+
 // A construction worker: builds the coefficients of every function of a
 // task that the entry checks have passed.
 using ConstructionWorker = int32_t (*)(FitTask& task, const qor_threading* threading);
