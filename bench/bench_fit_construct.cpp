@@ -1,7 +1,9 @@
 // Linear spline construction over 10^6 breakpoints (one function), on a
 // non-uniform and a uniform partition, on 1 and 2 threads.  The peers, in
-// the same run, are the plain loop a user would write and a streaming read
-// of the values (a plain sum: the limit of any pass over them).  Counters:
+// the same run, are the plain loop a user would write, a streaming read of
+// the values (a plain sum: the limit of any pass over them) and the same
+// traffic as a construction without arithmetic (each value read once and
+// written twice, the size of the coefficients).  Counters:
 // items are breakpoints per second, and read_ratio is the time of one call
 // over the time of one streaming read of the values.
 #include <algorithm>
@@ -70,6 +72,14 @@ void StreamingRead(benchmark::State& state) {
     measure(state, [] { benchmark::DoNotOptimize(streaming_sum(data().y)); });
 }
 
+void ValuesWrittenTwice(benchmark::State& state) {
+    Data& d = data();
+    measure(state, [&] {
+        for (int64_t i = 0; i + 1 < kPoints; ++i) d.c[2 * i] = d.c[2 * i + 1] = d.y[i];
+        benchmark::ClobberMemory();
+    });
+}
+
 void PlainLoop(benchmark::State& state) {
     Data& d = data();
     measure(state, [&] {
@@ -99,6 +109,7 @@ void QorLinear(benchmark::State& state) {
 }
 
 BENCHMARK(StreamingRead)->Unit(benchmark::kMicrosecond);
+BENCHMARK(ValuesWrittenTwice)->Unit(benchmark::kMicrosecond);
 BENCHMARK(PlainLoop)->Unit(benchmark::kMicrosecond);
 BENCHMARK(QorLinear)->ArgNames({"threads", "uniform"})->ArgsProduct({{1, 2}, {0, 1}})->Unit(benchmark::kMicrosecond);
 
