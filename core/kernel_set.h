@@ -1,11 +1,12 @@
 // What the core takes from a loaded kernel library: its service functions,
 // the kernel and cost tables of every row this build exports, and its
-// random-number and summary-statistics functions.
+// random-number, summary-statistics and data-fitting functions.
 #pragma once
 
 #include <cstdint>
 
 #include "qor/qor_vm.h"
+#include "fit_kernels.h"
 #include "rng_kernels.h"
 #include "stats_kernels.h"
 
@@ -37,6 +38,7 @@ struct KernelSet {
     RowCosts costs;
     RngKernels rng;
     StatsKernels stats;
+    FitKernels fit;
 };
 
 // Name of a row and where its tables go.

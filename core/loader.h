@@ -58,8 +58,9 @@ struct LoadOutcome {
 LoadOutcome load_kernel_set(const CpuFeatures& features, const std::string& override_dir,
                             const std::string& core_dir, const LibraryAccess& access);
 
-// Binds the services, row tables, random-number and statistics functions of
-// an opened library; on failure names the first missing symbol.
+// Binds the services, row tables, random-number, statistics and
+// data-fitting functions of an opened library; on failure names the first
+// missing symbol.
 bool bind_kernel_set(void* library, const LibraryAccess& access, KernelSet& kernels, std::string& missing);
 
 // The process's kernel set: loaded once, on first request, with the real

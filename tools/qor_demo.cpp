@@ -194,6 +194,64 @@ void summary_statistics() {
     for (const auto& r : rows) std::printf("  %-24s %12.6f %12.6f\n", r.name, r.value, r.exact);
 }
 
+// A linear spline through 10^6 points of sin on a non-uniform partition of
+// [0, 10]: construction rate, then the cells of 10^7 uniform sites and the
+// spline at a few of them beside sin itself.
+void data_fitting() {
+    constexpr int64_t kPoints = 1000000, kSites = 10000000;
+    std::printf("\nData fitting: a linear spline through %lld points of sin on [0, 10], %lld sites located\n",
+                static_cast<long long>(kPoints), static_cast<long long>(kSites));
+    std::vector<double> x(kPoints), y(kPoints), c(2 * (kPoints - 1)), site(kSites);
+    std::vector<int64_t> cell(kSites);
+    for (int64_t i = 0; i < kPoints; ++i) {
+        x[i] = 10.0 * (i + 0.3 * std::sin(double(i)) * (i > 0 && i < kPoints - 1)) / double(kPoints - 1);
+        y[i] = std::sin(x[i]);
+    }
+    qor_rng_stream* stream = nullptr;
+    int status = qor_rng_new_stream(&stream, QOR_RNG_BRNG_MCG31M1, 20240605);
+    if (status == QOR_RNG_STATUS_OK)
+        status = qor_vdRngUniform(QOR_RNG_METHOD_UNIFORM_STD, stream, kSites, site.data(), 0.0, 10.0);
+    qor_rng_delete_stream(&stream);
+    if (status != QOR_RNG_STATUS_OK) {
+        std::printf("  drawing the sites failed: %d\n", status);
+        return;
+    }
+    qor_fit_task* task = nullptr;
+    status = qor_dfit_new_task(&task, kPoints, x.data(), hintPartitionNonUniform, 1, y.data(), hintValuesDefault);
+    if (status == 0) status = qor_dfit_edit_pp_spline(task, 2, 0, 0, nullptr, 0, nullptr, c.data(), hintValuesDefault);
+    auto t0 = std::chrono::steady_clock::now();
+    if (status == 0) status = qor_dfit_construct(task, QOR_FIT_LINEAR, 0);
+    const std::chrono::duration<double> build = std::chrono::steady_clock::now() - t0;
+    if (status != 0) {
+        std::printf("  construction failed: %d\n", status);
+        qor_fit_delete_task(&task);
+        return;
+    }
+    std::printf("  construction %8.2f ms  %8.1f M values/s\n", build.count() * 1e3, kPoints / build.count() / 1e6);
+    t0 = std::chrono::steady_clock::now();
+    status = qor_dfit_search(task, 0, kSites, site.data(), 0, nullptr, cell.data());
+    const std::chrono::duration<double> search = std::chrono::steady_clock::now() - t0;
+    qor_fit_delete_task(&task);
+    if (status != 0) {
+        std::printf("  search unavailable: %d (%s)\n", status, qor_status_string(status));
+        return;
+    }
+    std::printf("  search       %8.2f ms  %8.1f M sites/s\n", search.count() * 1e3, kSites / search.count() / 1e6);
+    auto spline = [&](int64_t k) {
+        const int64_t i = std::clamp<int64_t>(cell[k] - 1, 0, kPoints - 2);  // cell i+1 is interval i
+        return c[2 * i] + c[2 * i + 1] * (site[k] - x[i]);
+    };
+    std::printf("  %-20s %22s %22s %10s\n", "site", "spline", "sin", "error");
+    for (int64_t k : {int64_t{0}, kSites / 3, kSites - 1})
+        std::printf("  %-20.15f %22.17f %22.17f %10.2e\n", site[k], spline(k), std::sin(site[k]),
+                    spline(k) - std::sin(site[k]));
+    double worst = 0, widest = 0;
+    for (int64_t k = 0; k < kSites; ++k) worst = std::max(worst, std::abs(spline(k) - std::sin(site[k])));
+    for (int64_t i = 1; i < kPoints; ++i) widest = std::max(widest, x[i] - x[i - 1]);
+    std::printf("  largest error over all sites %.2e (bound h^2/8 = %.2e for the widest interval h)\n", worst,
+                widest * widest / 8);
+}
+
 void print_mode(uint32_t mode) {
     static const char* accuracy[] = {"?", "LA", "HA", "EP"};
     std::printf("  mode word       0x%X: accuracy %s, error mode 0x%X, flush-to-zero %s, traps 0x%X\n", mode,
@@ -230,5 +288,6 @@ int main() {
     }
     random_numbers();
     summary_statistics();
+    data_fitting();
     return 0;
 }

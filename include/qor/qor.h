@@ -30,10 +30,12 @@
  * BLAS/LAPACK routines (qor_linalg.h) keep their published 32-bit interface.
  *
  * Random numbers: streams, generators and distributions, qor_random.h.
- * Summary statistics: tasks, edits and basic statistics, qor_stats.h. */
+ * Summary statistics: tasks, edits and basic statistics, qor_stats.h.
+ * Data fitting: spline tasks, construction and cell search, qor_fit.h. */
 #ifndef QOR_H
 #define QOR_H
 
+#include "qor_fit.h"
 #include "qor_random.h"
 #include "qor_stats.h"
 #include "qor_types.h"

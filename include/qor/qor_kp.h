@@ -85,7 +85,9 @@ enum {
  *                                            function for coefficients;
  *   hintValuesWhole                          values only: a single entry p
  *                                            for all functions, read whole by
- *                                            the construction workers;
+ *                                            the construction workers: value
+ *                                            i of function j at p[i*ny + j]
+ *                                            (breakpoint by breakpoint);
  *   hintValuesPerFunction                    entry 0 is p, the others are
  *                                            set one by one (EditIdxPtr). */
 
@@ -182,7 +184,23 @@ QOR_KP_API int32_t qor_kp_kernel_iQueryVal(const FitTask* task, int64_t attribut
 /* ---- Construction entries ------------------------------------------------------
  * Each validates the task for its kind and writes the coefficients through
  * coeffTable: the task, an argument this level ignores, the method code and
- * the threading services. */
+ * the threading services (null: the calling thread only).
+ *
+ * Interval i (from x[i] to x[i+1]) of function j owns `order` coefficients
+ * from coeffTable[j][i*order].  Linear (method 0): c[2i] = y_j[i] and
+ * c[2i+1] = (y_j[i+1] - y_j[i]) / (x[i+1] - x[i]), the slope; a uniform
+ * partition multiplies by (nx-1) / (x[nx-1] - x[0]) instead.  Boundary
+ * condition 64 (periodic) needs y_j[0] == y_j[nx-1] in every function, else
+ * statusBadPeriodicValues and nothing is written.  After the checks of its
+ * kind, a value table or coefficient table without an entry for every
+ * function gives statusBadFunctionValues or statusBadCoefficients.
+ * Coefficients may overlap the values only by holding each function's
+ * values in the last nx elements of its own coefficients (built in place,
+ * serially); any other overlap leaves the coefficients undefined.
+ *
+ * The quadratic and cubic entries run all their checks but have no workers
+ * yet: a task that passes them gets statusUnsupportedMethod and nothing is
+ * written. */
 #define QOR_KP_CONSTRUCTION_ENTRY(kind)                                                                    \
     QOR_KP_API int32_t qor_kp_kernel_sKP##kind##Spline1D(FitTask* task, int64_t reserved, int64_t method, \
                                                          const qor_threading* threading);                  \

@@ -51,10 +51,11 @@ inline int32_t dll_cpu_version() { return reported_cpu_version; }
 inline void kernel_stub() {}
 inline const qor_vm_kernel table[3] = {&kernel_stub, &kernel_stub, &kernel_stub};
 inline const float costs[3] = {1.0f, 2.0f, 3.0f};
-// Distinct stand-in addresses for the random-number and statistics exports
-// (never called).
+// Distinct stand-in addresses for the random-number, statistics and
+// data-fitting exports (never called).
 inline char rng_exports[64];
 inline char stats_exports[64];
+inline char fit_exports[64];
 
 // Services wired to the functions above.
 inline qor::core::KernelServices services() {
@@ -76,7 +77,7 @@ struct Library {
     int handle = 0;  // its address is the library handle
 
     // A complete library: every service, every table of the rows on and
-    // every random-number and statistics export.
+    // every random-number, statistics and data-fitting export.
     Library() {
         symbols["dll_cpu_version"] = reinterpret_cast<void*>(&dll_cpu_version);
 #define QOR_FAKE_SYMBOL(ret, op, params) symbols["qor_lum_kernel_" #op] = reinterpret_cast<void*>(&op);
@@ -95,6 +96,11 @@ struct Library {
 #define QOR_CORE_STATS_EXPORT(field, symbol) symbols[#symbol] = &stats_exports[next_stats++];
         QOR_CORE_STATS_EXPORTS
 #undef QOR_CORE_STATS_EXPORT
+        int next_fit = 0;
+#define QOR_CORE_FIT_EXPORT(field, symbol) symbols[#symbol] = &fit_exports[next_fit++];
+        QOR_CORE_FIT_EXPORTS
+        QOR_CORE_FIT_SEARCH_EXPORTS
+#undef QOR_CORE_FIT_EXPORT
     }
 
     qor::core::LibraryAccess access() {

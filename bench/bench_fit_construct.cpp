@@ -1,0 +1,118 @@
+// Linear spline construction over 10^6 breakpoints (one function), on a
+// non-uniform and a uniform partition, on 1 and 2 threads.  The peers, in
+// the same run, are the plain loop a user would write, a streaming read of
+// the values (a plain sum: the limit of any pass over them) and the same
+// traffic as a construction without arithmetic (each value read once and
+// written twice, the size of the coefficients).  Counters:
+// items are breakpoints per second, and read_ratio is the time of one call
+// over the time of one streaming read of the values.
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <vector>
+
+#include "bench_util.h"
+#include "qor/qor.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr int64_t kPoints = 1000000;
+
+struct Data {
+    std::vector<double> x, y, c;
+    Data() : y(qor::bench::uniform_array<double>(kPoints, -1.0, 1.0, 20240603)), c(2 * (kPoints - 1)) {
+        const std::vector<double> step = qor::bench::uniform_array<double>(kPoints, 0.5, 1.5, 20240604);
+        x.resize(kPoints);
+        for (int64_t i = 1; i < kPoints; ++i) x[i] = x[i - 1] + step[i];
+    }
+};
+
+Data& data() {
+    static Data d;
+    return d;
+}
+
+double streaming_sum(const std::vector<double>& v) {
+    double s0 = 0, s1 = 0, s2 = 0, s3 = 0;
+    std::size_t i = 0;
+    for (; i + 4 <= v.size(); i += 4) {
+        s0 += v[i];
+        s1 += v[i + 1];
+        s2 += v[i + 2];
+        s3 += v[i + 3];
+    }
+    for (; i < v.size(); ++i) s0 += v[i];
+    return (s0 + s1) + (s2 + s3);
+}
+
+// Seconds of one streaming read of the values, best of three.
+double read_seconds() {
+    double best = 1e30;
+    for (int i = 0; i < 3; ++i) {
+        const auto t0 = Clock::now();
+        benchmark::DoNotOptimize(streaming_sum(data().y));
+        best = std::min(best, std::chrono::duration<double>(Clock::now() - t0).count());
+    }
+    return best;
+}
+
+template <class Call>
+void measure(benchmark::State& state, Call call) {
+    const double read = read_seconds();
+    const auto t0 = Clock::now();
+    for (auto _ : state) call();
+    const double seconds = std::chrono::duration<double>(Clock::now() - t0).count();
+    state.SetItemsProcessed(static_cast<int64_t>(state.iterations()) * kPoints);
+    state.counters["read_ratio"] = seconds / double(state.iterations()) / read;
+}
+
+void StreamingRead(benchmark::State& state) {
+    measure(state, [] { benchmark::DoNotOptimize(streaming_sum(data().y)); });
+}
+
+void ValuesWrittenTwice(benchmark::State& state) {
+    Data& d = data();
+    measure(state, [&] {
+        for (int64_t i = 0; i + 1 < kPoints; ++i) d.c[2 * i] = d.c[2 * i + 1] = d.y[i];
+        benchmark::ClobberMemory();
+    });
+}
+
+void PlainLoop(benchmark::State& state) {
+    Data& d = data();
+    measure(state, [&] {
+        for (int64_t i = 0; i + 1 < kPoints; ++i) {
+            d.c[2 * i] = d.y[i];
+            d.c[2 * i + 1] = (d.y[i + 1] - d.y[i]) / (d.x[i + 1] - d.x[i]);
+        }
+        benchmark::ClobberMemory();
+    });
+}
+
+// range(0): threads; range(1): 1 for the uniform partition (two ends).
+void QorLinear(benchmark::State& state) {
+    Data& d = data();
+    const bool uniform = state.range(1) != 0;
+    const double ends[2] = {d.x.front(), d.x.back()};
+    qor_fit_task* task = nullptr;
+    int status = qor_dfit_new_task(&task, kPoints, uniform ? ends : d.x.data(),
+                                   uniform ? hintPartitionUniform : hintPartitionNonUniform, 1, d.y.data(),
+                                   hintValuesDefault);
+    if (status == 0) status = qor_dfit_edit_pp_spline(task, 2, 0, 0, nullptr, 0, nullptr, d.c.data(), 0);
+    qor_set_num_threads(static_cast<int>(state.range(0)));
+    if (status == 0) measure(state, [&] { status |= qor_dfit_construct(task, QOR_FIT_LINEAR, 0); });
+    qor_set_num_threads(0);
+    qor_fit_delete_task(&task);
+    if (status != 0) state.SkipWithError("construction failed");
+}
+
+BENCHMARK(StreamingRead)->Unit(benchmark::kMicrosecond);
+BENCHMARK(ValuesWrittenTwice)->Unit(benchmark::kMicrosecond);
+BENCHMARK(PlainLoop)->Unit(benchmark::kMicrosecond);
+BENCHMARK(QorLinear)->ArgNames({"threads", "uniform"})->ArgsProduct({{1, 2}, {0, 1}})->Unit(benchmark::kMicrosecond);
+
+}  // namespace
+
+BENCHMARK_MAIN();
