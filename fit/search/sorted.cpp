@@ -1,0 +1,72 @@
+// Ascending sites: each walk starts where the previous site's ended, and the
+// running start index is handed back for the next call.  The first site may
+// skip to the upper half of the partition by a coarse bisection.  A site
+// below the previous one keeps the previous cell when x[start] is above it:
+// the walk never goes down.  The last breakpoint (cell nx-1) and NaN sites
+// (cell 0) leave the start index as it is.
+#include "fit/search/search_common.h"
+
+namespace qor::kp::search {
+namespace {
+
+template <class T, class I, class O, class S>
+int32_t sorted_search(int64_t nx, const T* x, int64_t nsite, const T* site, S* start, O* cell) {
+    if (nsite < 1) return 0;
+    const I n = static_cast<I>(nx), half = n / 2;
+    const T xl = x[nx - 1];
+    I s = static_cast<I>(std::clamp<int64_t>(*start, 0, nx));
+    for (int64_t i = 0; i < nsite; ++i) {
+        const T t = site[i];
+        if (t == xl) {
+            cell[i] = static_cast<O>(n - 1);
+            continue;
+        }
+        if (t != t) {
+            cell[i] = 0;
+            continue;
+        }
+        I lo = s;
+        if (i == 0 && s < n - half)
+            for (I hi = n; hi - lo > half;) {
+                const I mid = lo + (hi - lo) / 2;
+                if (x[mid] > t) hi = mid;
+                else lo = mid;
+            }
+        s = walk_up(x, n, lo, t);
+        cell[i] = static_cast<O>(s);
+    }
+    *start = static_cast<S>(s);
+    return 0;
+}
+
+}  // namespace
+}  // namespace qor::kp::search
+
+using qor::kp::search::kMaxNx32;
+using qor::kp::search::sorted_search;
+
+#define QOR_KP_DEFINE_SORTED_SEARCH(p, T)                                                                     \
+    QOR_EXTERN_C QOR_KP_API int32_t qor_kp_kernel_##p##KPSortedSearch1D32(int64_t nx, const T* x, int64_t nsite, \
+                                                                          const T* site, int32_t* start,       \
+                                                                          int32_t* cell) {                     \
+        return sorted_search<T, int32_t>(nx, x, nsite, site, start, cell);                                    \
+    }                                                                                                         \
+    QOR_EXTERN_C QOR_KP_API int32_t qor_kp_kernel_##p##KPSortedSearch1D64(int64_t nx, const T* x, int64_t nsite, \
+                                                                          const T* site, int64_t* start,       \
+                                                                          int64_t* cell) {                     \
+        return sorted_search<T, int64_t>(nx, x, nsite, site, start, cell);                                    \
+    }                                                                                                         \
+    QOR_EXTERN_C QOR_KP_API int32_t qor_kp_kernel_##p##KPSortedSearch1D64Pack(                                \
+        int64_t nx, const T* x, int64_t nsite, const T* site, int64_t* start, int64_t* cell) {                \
+        return sorted_search<T, int32_t>(nx, x, nsite, site, start, cell);                                    \
+    }                                                                                                         \
+    QOR_EXTERN_C QOR_KP_API int32_t qor_kp_kernel_##p##KPSortedSearch1D(                                      \
+        uint32_t indexWidth, int64_t nx, const T* x, int64_t nsite, const T* site, void* start, void* cell) { \
+        if (!indexWidth)                                                                                      \
+            return sorted_search<T, int32_t>(nx, x, nsite, site, (int32_t*)start, (int32_t*)cell);            \
+        if (nx <= kMaxNx32) return sorted_search<T, int32_t>(nx, x, nsite, site, (int64_t*)start, (int64_t*)cell); \
+        return sorted_search<T, int64_t>(nx, x, nsite, site, (int64_t*)start, (int64_t*)cell);                \
+    }
+
+QOR_KP_DEFINE_SORTED_SEARCH(s, float)
+QOR_KP_DEFINE_SORTED_SEARCH(d, double)
