@@ -4,6 +4,8 @@
 // below the previous one keeps the previous cell when x[start] is above it:
 // the walk never goes down.  The last breakpoint (cell nx-1) and NaN sites
 // (cell 0) leave the start index as it is.
+#include <limits>
+
 #include "fit/search/search_common.h"
 
 namespace qor::kp::search {
@@ -15,8 +17,16 @@ int32_t sorted_search(int64_t nx, const T* x, int64_t nsite, const T* site, S* s
     const I n = static_cast<I>(nx), half = n / 2;
     const T xl = x[nx - 1];
     I s = static_cast<I>(std::clamp<int64_t>(*start, 0, nx));
+    // x[s] while s < nx: a site below it is in cell s, the walk would stop
+    // at once.  At s == nx the walk is taken (it ends at once too), so that
+    // the last breakpoint and NaN are still told apart there.
+    T bound = s < n ? x[s] : -std::numeric_limits<T>::infinity();
     for (int64_t i = 0; i < nsite; ++i) {
         const T t = site[i];
+        if (t < bound) {
+            cell[i] = static_cast<O>(s);
+            continue;
+        }
         if (t == xl) {
             cell[i] = static_cast<O>(n - 1);
             continue;
@@ -33,6 +43,7 @@ int32_t sorted_search(int64_t nx, const T* x, int64_t nsite, const T* site, S* s
                 else lo = mid;
             }
         s = walk_up(x, n, lo, t);
+        bound = s < n ? x[s] : -std::numeric_limits<T>::infinity();
         cell[i] = static_cast<O>(s);
     }
     *start = static_cast<S>(s);
