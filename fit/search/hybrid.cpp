@@ -13,13 +13,15 @@ constexpr int64_t kCountLimit = 20;
 inline int count_not_above(const double* x, double t) {
     const __m128d v = _mm_set1_pd(t);
     __m128i sum = _mm_setzero_si128();
-    for (int k = 0; k < kCountLimit; k += 2) sum = _mm_sub_epi64(sum, _mm_castpd_si128(_mm_cmple_pd(_mm_loadu_pd(x + k), v)));
+    for (int k = 0; k < kCountLimit; k += 2)
+        sum = _mm_sub_epi64(sum, _mm_castpd_si128(_mm_cmple_pd(_mm_loadu_pd(x + k), v)));
     return static_cast<int>(_mm_cvtsi128_si64(sum) + _mm_extract_epi64(sum, 1));
 }
 inline int count_not_above(const float* x, float t) {
     const __m128 v = _mm_set1_ps(t);
     __m128i sum = _mm_setzero_si128();
-    for (int k = 0; k < kCountLimit; k += 4) sum = _mm_sub_epi32(sum, _mm_castps_si128(_mm_cmple_ps(_mm_loadu_ps(x + k), v)));
+    for (int k = 0; k < kCountLimit; k += 4)
+        sum = _mm_sub_epi32(sum, _mm_castps_si128(_mm_cmple_ps(_mm_loadu_ps(x + k), v)));
     sum = _mm_add_epi32(sum, _mm_srli_si128(sum, 8));
     return _mm_cvtsi128_si32(_mm_add_epi32(sum, _mm_srli_si128(sum, 4)));
 }

@@ -27,21 +27,14 @@ namespace {
     static auto peak() { return FORMS(p, Peak); }                                                         \
     static auto hybrid() { return FORMS(p, Hybrid); }                                                     \
     static auto user() { return FORMS(p, UserDef); }                                                      \
-    static auto uni_user() { return FORMS(p, UniUserDef); }
+    static auto uni_user() { return FORMS(p, UniUserDef); }                                               \
+    static constexpr auto make = qor_kp_kernel_##p##NewTask1D;
 template <class T>
 struct K;
 template <>
-struct K<float> {
-    KERNEL_SET(s)
-    static constexpr auto make = qor_kp_kernel_sNewTask1D;
-    static constexpr auto entry = qor_kp_kernel_sKPSearch1D;
-};
+struct K<float> { KERNEL_SET(s) };
 template <>
-struct K<double> {
-    KERNEL_SET(d)
-    static constexpr auto make = qor_kp_kernel_dNewTask1D;
-    static constexpr auto entry = qor_kp_kernel_dKPSearch1D;
-};
+struct K<double> { KERNEL_SET(d) };
 
 // The cell rule: the number of breakpoints not greater than t, the last one in
 // cell nx-1, NaN in cell 0.
@@ -74,30 +67,19 @@ template <class T, class Forms, class Call>
 void expect_forms(const Forms& forms, const std::vector<T>& site, const std::vector<int64_t>& want, Call call,
                   const std::string& what, int32_t status = 0) {
     const auto [k32, k64, k64p, kw] = forms;
-    std::vector<int32_t> c32(want.size(), -7);
-    std::vector<int64_t> c64(want.size(), -7);
-    EXPECT_EQ(call(k32, c32.data()), status) << what;
-    EXPECT_TRUE(same_cells(c32, want, site)) << what << " 32";
-    EXPECT_EQ(call(k64, c64.data()), status) << what;
-    EXPECT_TRUE(same_cells(c64, want, site)) << what << " 64";
-    c64.assign(want.size(), -7);
-    EXPECT_EQ(call(k64p, c64.data()), status) << what;
-    EXPECT_TRUE(same_cells(c64, want, site)) << what << " 64Pack";
-    c32.assign(want.size(), -7);
-    EXPECT_EQ(call([&](auto... a) { return kw(0u, a...); }, c32.data()), status) << what;
-    EXPECT_TRUE(same_cells(c32, want, site)) << what << " width 0";
-    c64.assign(want.size(), -7);
-    EXPECT_EQ(call([&](auto... a) { return kw(1u, a...); }, c64.data()), status) << what;
-    EXPECT_TRUE(same_cells(c64, want, site)) << what << " width 1";
+    auto check = [&](auto kernel, auto element, const char* form) {
+        std::vector<decltype(element)> c(want.size(), -7);
+        EXPECT_EQ(call(kernel, c.data()), status) << what << " " << form;
+        EXPECT_TRUE(same_cells(c, want, site)) << what << " " << form;
+    };
+    check(k32, int32_t{}, "32"), check(k64, int64_t{}, "64"), check(k64p, int64_t{}, "64Pack");
+    check([&](auto... a) { return kw(0u, a...); }, int32_t{}, "width 0");
+    check([&](auto... a) { return kw(1u, a...); }, int64_t{}, "width 1");
 }
 
 // The caller's search: suggests near[i] for site i, flags every third site,
 // and returns `result`.
-struct Suggestions {
-    const void* base;
-    std::vector<int64_t> near;
-    int32_t result;
-};
+struct Suggestions { const void* base; std::vector<int64_t> near; int32_t result; };
 template <class T>
 int32_t suggest(int64_t* n, const T* site, int64_t* cell, int32_t* flag, FitSearchParams params) {
     const auto& s = *static_cast<const Suggestions*>(params.word[0]);
@@ -140,10 +122,8 @@ void expect_all(const std::vector<T>& x, std::vector<T> site, bool uniform, std:
     for (int64_t i = 0; i < n; ++i) user_want[i] = i % 3 == 0 ? s.near[i] : refined(x, site[i], s.near[i]);
     std::vector<int32_t> flag(n);
     const FitSearchParams params{{&s, nullptr}};
-    auto user = [&](const T* points) {
-        return [&, points](auto kernel, auto cell) {
-            return kernel(nx, points, n, site.data(), suggest<T>, params, flag.data(), cell);
-        };
+    auto user = [&](const T* at) {
+        return [&, at](auto k, auto c) { return k(nx, at, n, site.data(), suggest<T>, params, flag.data(), c); };
     };
     expect_forms(K<T>::user(), site, user_want, user(x.data()), what + " user-defined", 5);
     if (uniform) expect_forms(K<T>::uni_user(), site, user_want, user(ends), what + " uniform user-defined", 5);
@@ -208,14 +188,12 @@ TEST(FitSearch, EveryStrategyAndFormFollowsTheCellRule) {
     expect_uniform_and_not<double>();
 }
 
-TEST(FitSearch, SortedRunningIndexNeverGoesDown) {
+TEST(FitSearch, SortedWalkNeverGoesDown) {  // from nx nothing is found; a smaller site keeps the last cell
     const double x[5] = {0, 1, 2, 3, 4}, site[3] = {2.5, 0.5, 1.5};
-    int64_t start = 5, cell[3];  // from nx: nothing to find
-    EXPECT_EQ(qor_kp_kernel_dKPSortedSearch1D64(5, x, 1, site, &start, cell), 0);
-    EXPECT_TRUE(cell[0] == 5 && start == 5);
-    start = 0;  // a smaller site keeps the previous cell
-    EXPECT_EQ(qor_kp_kernel_dKPSortedSearch1D64(5, x, 3, site, &start, cell), 0);
-    EXPECT_TRUE(cell[0] == 3 && cell[1] == 3 && cell[2] == 3 && start == 3);
+    int64_t start = 5, cell[3];
+    EXPECT_TRUE(qor_kp_kernel_dKPSortedSearch1D64(5, x, 1, site, &start, cell) == 0 && cell[0] == 5 && start == 5);
+    start = 0;
+    EXPECT_TRUE(qor_kp_kernel_dKPSortedSearch1D64(5, x, 3, site, &start, cell) == 0 && cell[1] == 3 && cell[2] == 3);
 }
 
 TEST(FitSearch, UserDefinedStatusesAndFinalCells) {
@@ -225,10 +203,9 @@ TEST(FitSearch, UserDefinedStatusesAndFinalCells) {
         int32_t flag[3] = {}, cell[3] = {-7, -7, -7};
         EXPECT_EQ(qor_kp_kernel_sKPUserDefSearch1D32(4, x, 3, site, suggest<float>, {{&s, nullptr}}, flag, cell),
                   result == 1000 ? 0 : result);
-        const std::vector<int32_t> want = result == 1000 ? std::vector<int32_t>{12345, 1, 2}
-                                          : result < 0   ? std::vector<int32_t>{-7, -7, -7}
-                                                         : std::vector<int32_t>{12345, 1, 2};  // flag 0 of site 0
-        EXPECT_EQ(std::vector<int32_t>(cell, cell + 3), want) << result;  // sites 1, 2 keep c at x[c]: the tie
+        // Result 0: site 0 is flagged final, sites 1 and 2 at x[c] keep c (the refinement's tie).
+        const auto want = result < 0 ? std::vector<int32_t>{-7, -7, -7} : std::vector<int32_t>{12345, 1, 2};
+        EXPECT_EQ(std::vector<int32_t>(cell, cell + 3), want) << result;
     }
 }
 
@@ -245,26 +222,22 @@ TEST(FitSearch, EntryChecksTheTaskAndPicksByHints) {
     EXPECT_EQ(qor_kp_kernel_dKPSearch1D(t, 0, 3, site.data(), 0, nullptr, nullptr), statusNullOutput);
     EXPECT_EQ(qor_kp_kernel_sKPSearch1D(t, 0, 3, nullptr, 0, nullptr, cell), statusUnsupportedMethod);
     EXPECT_EQ(qor_kp_kernel_dKPSearch1D(t, 0, 0, nullptr, 0, nullptr, nullptr), 0);
-    const std::vector<double> xs(x, x + 6);
+    const std::vector<double> xs(x, x + 6), even = {0, 3, 6, 9, 12, 15};  // the uniform partition of ends
     for (int64_t xhint : {0, 1, 2, 4})
         for (int64_t hint : {0, 4, 64, 64 + 1}) {  // 65 has no dataHint: the partition decides
-            if (xhint == 4) ASSERT_EQ(qor_kp_kernel_iEditVal(t, attrPartitionHint, 4), 0);
-            else ASSERT_EQ(qor_kp_kernel_iEditVal(t, attrPartitionHint, xhint), 0);
-            if (xhint == 4) ASSERT_EQ(qor_kp_kernel_dEditPtr(t, attrBreakpoints, ends), 0);
+            ASSERT_EQ(qor_kp_kernel_iEditVal(t, attrPartitionHint, xhint), 0);
+            if (xhint == 4) { ASSERT_EQ(qor_kp_kernel_dEditPtr(t, attrBreakpoints, ends), 0); }
             std::vector<double> s = site;
             if (hint == 4) std::sort(s.begin(), s.end() - 1);
             for (uint32_t width : {0u, 1u}) {
                 t->indexWidth = width;
                 std::fill(cell, cell + 40, -7);
                 ASSERT_EQ(qor_kp_kernel_dKPSearch1D(t, 0, 40, s.data(), hint, hint == 64 ? &peak : nullptr, cell), 0);
-                for (int i = 0; i < 40; ++i) {
-                    const int64_t got = width ? cell[i] : reinterpret_cast<int32_t*>(cell)[i];
-                    const int64_t want = xhint == 4 ? (s[i] == 15 ? 5 : !(s[i] >= 0) ? 0 : std::min<int64_t>(6, int64_t(s[i] / 3) + 1))
-                                                    : reference(xs, s[i]);
-                    EXPECT_EQ(got, want) << "xhint " << xhint << " hint " << hint << " site " << s[i];
-                }
+                for (int i = 0; i < 40; ++i)
+                    EXPECT_EQ(width ? cell[i] : ((int32_t*)cell)[i], reference(xhint == 4 ? even : xs, s[i]))
+                        << "xhint " << xhint << " hint " << hint << " site " << s[i];
             }
-            if (xhint == 4) ASSERT_EQ(qor_kp_kernel_dEditPtr(t, attrBreakpoints, x), 0);
+            if (xhint == 4) { ASSERT_EQ(qor_kp_kernel_dEditPtr(t, attrBreakpoints, x), 0); }
         }
     int64_t* table = t->binTable;  // a task without a table (hint edited from 4) bisects the whole partition
     t->binTable = nullptr;
