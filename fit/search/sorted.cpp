@@ -21,6 +21,16 @@ inline bool four_below(const double* t, double bound) {
             _mm_movemask_pd(_mm_cmplt_pd(_mm_loadu_pd(t + 2), b))) == 3;
 }
 
+// How many of x[0..3] are not above t (none for NaN), without a branch.
+inline int count4(const float* x, float t) {
+    return __builtin_popcount(_mm_movemask_ps(_mm_cmple_ps(_mm_loadu_ps(x), _mm_set1_ps(t))));
+}
+inline int count4(const double* x, double t) {
+    const __m128d v = _mm_set1_pd(t);
+    return __builtin_popcount(_mm_movemask_pd(_mm_cmple_pd(_mm_loadu_pd(x), v)) |
+                              (_mm_movemask_pd(_mm_cmple_pd(_mm_loadu_pd(x + 2), v)) << 2));
+}
+
 template <class T, class I, class O, class S>
 int32_t sorted_search(int64_t nx, const T* x, int64_t nsite, const T* site, S* start, O* cell) {
     if (nsite < 1) return 0;
@@ -37,6 +47,18 @@ int32_t sorted_search(int64_t nx, const T* x, int64_t nsite, const T* site, S* s
             for (int k = 0; k < 4; ++k) cell[i + k] = static_cast<O>(s);
         if (i == nsite) break;
         const T t = site[i];
+        // A short step within the partition: the next four breakpoints
+        // counted at once (none when t is below x[s]), a NaN site (counting
+        // none) in cell 0.
+        if (i > 0 && !(t >= xl) && s + 4 <= n) {
+            const I c = static_cast<I>(count4(x + s, t));
+            if (c < 4) {
+                s += c;
+                bound = x[s];
+                cell[i] = static_cast<O>(t == t ? s : 0);
+                continue;
+            }
+        }
         if (t < bound) {
             cell[i] = static_cast<O>(s);
             continue;
