@@ -56,11 +56,13 @@ bool halve(const T* x, T t, I& lo, I& hi) {
 template <class T, class I>
 I count(const T* x, I nx, T t, I lo, I hi) {
     if (hi - lo <= 1) return hi;  // the bracket alone decides
-    // hi - lo <= 20: count the breakpoints not above t in the window of 20
-    // from lo; those from hi on are all above t, so the window may reach
-    // past hi as long as it stays in the partition.
-    if (lo + kCountLimit <= nx) return lo + count_not_above(x + lo, t);
-    return walk_up(x, hi, lo, t);
+    // hi - lo <= 20: count the breakpoints not above t in a window of 20
+    // that holds x[lo .. hi-1] and stays in the partition.  Those before lo
+    // are below x[lo] <= t and those from hi on above t, so the window may
+    // reach past the bracket either way.
+    if (nx < kCountLimit) return walk_up(x, hi, lo, t);
+    const I base = std::min<I>(lo, nx - kCountLimit);
+    return base + count_not_above(x + base, t);
 }
 
 // On a partition large enough for bisections (the table has at most 1024
