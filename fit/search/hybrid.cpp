@@ -30,7 +30,7 @@ inline int count_not_above(const float* x, float t) {
 // that need no search (outside the partition, the last breakpoint, NaN) get
 // lo = hi = their cell.
 template <class T, class I>
-void bracket(const T* x, I nx, T t, T bin_scale, const int64_t* table, I& lo, I& hi) {
+[[gnu::always_inline]] inline void bracket(const T* x, I nx, T t, T bin_scale, const int64_t* table, I& lo, I& hi) {
     const T xl = x[nx - 1];
     if (t == xl) lo = hi = nx - 1;
     else if (!(t >= x[0])) lo = hi = 0;  // below the partition, or NaN
@@ -42,19 +42,21 @@ void bracket(const T* x, I nx, T t, T bin_scale, const int64_t* table, I& lo, I&
 }
 
 // One halving of a bracket wider than the count takes; none otherwise.
-// Returns whether it halved.
+// Returns whether it halved.  Without a branch: the halving's direction is
+// data, a branch on it would be mispredicted half the time.
 template <class T, class I>
-bool halve(const T* x, T t, I& lo, I& hi) {
-    const bool wide = lo < hi - kCountLimit;
-    const I mid = wide ? lo + (hi - lo) / 2 : lo;
-    const bool above = x[mid] > t;
-    hi = wide && above ? mid : hi;
-    lo = wide && !above ? mid : lo;
+[[gnu::always_inline]] inline bool halve(const T* x, T t, I& lo, I& hi) {
+    const I wide = lo < hi - kCountLimit;             // 0 or 1
+    const I half = ((hi - lo) >> 1) & -wide;
+    const I mid = lo + half;
+    const I above = static_cast<I>(x[mid] > t) & wide;
+    hi -= (hi - mid) & -above;
+    lo += half & -(wide - above);
     return wide;
 }
 
 template <class T, class I>
-I count(const T* x, I nx, T t, I lo, I hi) {
+[[gnu::always_inline]] inline I count(const T* x, I nx, T t, I lo, I hi) {
     if (hi - lo <= 1) return hi;  // the bracket alone decides
     // hi - lo <= 20: count the breakpoints not above t in a window of 20
     // that holds x[lo .. hi-1] and stays in the partition.  Those before lo
