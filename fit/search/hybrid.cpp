@@ -1,6 +1,8 @@
 // Arbitrary breakpoints with the task's search table: the site's bin gives a
 // bracket (lo, hi) of its cell; a wide bracket is bisected down to at most 20
-// candidates, which are counted two at a time.
+// candidates, which are counted with vector compares over a fixed window of
+// 20 breakpoints (two doubles or four floats per compare), all of them, so
+// that no branch depends on where the count stops.
 #include "fit/search/search_common.h"
 
 namespace qor::kp::search {
