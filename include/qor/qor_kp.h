@@ -218,11 +218,18 @@ QOR_KP_CONSTRUCTION_ENTRY(AkimaCubic)
 
 /* ---- Cell search -----------------------------------------------------------------
  * The cell of a site t among x[0] < ... < x[nx-1] is the number of
- * breakpoints not greater than t, except that t == x[nx-1] is in cell nx-1.
+ * breakpoints not greater than t, except that t == x[nx-1] is in cell nx-1;
+ * a NaN site is in cell 0.
  *
  * The entry picks a kernel from the task's partition hint and the site hint
  * (dataHint carries a strategy's parameter, such as the peak breakpoint) and
- * writes nsite cells in the task's integer width. */
+ * writes nsite cells in the task's integer width.  Site hints: 4 the sites
+ * ascend; 64 they cluster around breakpoint dataHint[0]; any other value says
+ * nothing.  A uniform partition is computed whatever the site hint.  Checks:
+ * statusNullTask, statusBadBreakpoints (no breakpoints),
+ * statusBadBreakpointCount (nx below 2), statusUnsupportedMethod (the entry's
+ * precision is not the task's), statusBadIndex (nsite negative),
+ * statusNullOutput (sites or cells null for a non-empty batch). */
 QOR_KP_API int32_t qor_kp_kernel_sKPSearch1D(FitTask* task, int64_t method, int64_t nsite, const float* site,
                                              int64_t siteHint, const float* dataHint, void* cell);
 QOR_KP_API int32_t qor_kp_kernel_dKPSearch1D(FitTask* task, int64_t method, int64_t nsite, const double* site,
