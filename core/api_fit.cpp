@@ -103,7 +103,6 @@ int check_task(const qor_fit_task* task, uint32_t precision) {
         if (nsite < 0) return statusBadSiteCount;                                                                 \
         if (nsite > 0 && !site) return statusNullSites;                                                           \
         if (nsite > 0 && !cell) return statusNullOutput;                                                          \
-        if (!fit->p##Search) return QOR_STATUS_KERNEL_INCOMPLETE;                                                 \
         return fit->p##Search(task, method, nsite, site, site_hint, data_hint, cell);                             \
     }
 

@@ -6,7 +6,8 @@
 #include "qor/qor_kp.h"
 
 // QOR_CORE_FIT_EXPORT(field, symbol) for every export the core needs: task
-// creation, deletion, edits and queries, then the construction entries.
+// creation, deletion, edits and queries, the construction entries, then the
+// search entries.
 // Define QOR_CORE_FIT_EXPORT, expand QOR_CORE_FIT_EXPORTS, undefine it.
 #define QOR_CORE_FIT_EXPORTS                                          \
     QOR_CORE_FIT_EXPORT(dNewTask, qor_kp_kernel_dNewTask1D)           \
@@ -24,12 +25,8 @@
     QOR_CORE_FIT_EXPORT(dQueryIdxPtr, qor_kp_kernel_dQueryIdxPtr)     \
     QOR_CORE_FIT_EXPORT(sQueryIdxPtr, qor_kp_kernel_sQueryIdxPtr)     \
     QOR_CORE_FIT_EXPORT(iQueryVal, qor_kp_kernel_iQueryVal)           \
-    QOR_CORE_FIT_KINDS(QOR_CORE_FIT_CONSTRUCTION_EXPORTS)
-
-// The search entries, bound when the kernel library has them; without
-// them the search calls report QOR_STATUS_KERNEL_INCOMPLETE.
-#define QOR_CORE_FIT_SEARCH_EXPORTS                             \
-    QOR_CORE_FIT_EXPORT(dSearch, qor_kp_kernel_dKPSearch1D)     \
+    QOR_CORE_FIT_KINDS(QOR_CORE_FIT_CONSTRUCTION_EXPORTS)             \
+    QOR_CORE_FIT_EXPORT(dSearch, qor_kp_kernel_dKPSearch1D)           \
     QOR_CORE_FIT_EXPORT(sSearch, qor_kp_kernel_sKPSearch1D)
 
 // The spline kinds in the order of the public kind codes (QOR_FIT_LINEAR,
@@ -46,7 +43,6 @@ namespace qor::core {
 struct FitKernels {
 #define QOR_CORE_FIT_EXPORT(field, symbol) decltype(&symbol) field = nullptr;
     QOR_CORE_FIT_EXPORTS
-    QOR_CORE_FIT_SEARCH_EXPORTS
 #undef QOR_CORE_FIT_EXPORT
 };
 

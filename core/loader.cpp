@@ -80,10 +80,6 @@ bool bind_kernel_set(void* library, const LibraryAccess& access, KernelSet& k, s
     if (!bind_symbol(library, access, #symbol, k.fit.field, missing)) return false;
     QOR_CORE_FIT_EXPORTS
 #undef QOR_CORE_FIT_EXPORT
-    std::string absent;  // a library without search entries still loads
-#define QOR_CORE_FIT_EXPORT(field, symbol) bind_symbol(library, access, #symbol, k.fit.field, absent);
-    QOR_CORE_FIT_SEARCH_EXPORTS
-#undef QOR_CORE_FIT_EXPORT
     return true;
 }
 

@@ -99,7 +99,6 @@ struct Library {
         int next_fit = 0;
 #define QOR_CORE_FIT_EXPORT(field, symbol) symbols[#symbol] = &fit_exports[next_fit++];
         QOR_CORE_FIT_EXPORTS
-        QOR_CORE_FIT_SEARCH_EXPORTS
 #undef QOR_CORE_FIT_EXPORT
     }
 
