@@ -12,11 +12,11 @@
 #include <vector>
 
 #include "bench_util.h"
+#include "read_ratio.h"
 #include "qor/qor.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
 
 constexpr int64_t kPoints = 1000000;
 
@@ -34,38 +34,12 @@ Data& data() {
     return d;
 }
 
-double streaming_sum(const std::vector<double>& v) {
-    double s0 = 0, s1 = 0, s2 = 0, s3 = 0;
-    std::size_t i = 0;
-    for (; i + 4 <= v.size(); i += 4) {
-        s0 += v[i];
-        s1 += v[i + 1];
-        s2 += v[i + 2];
-        s3 += v[i + 3];
-    }
-    for (; i < v.size(); ++i) s0 += v[i];
-    return (s0 + s1) + (s2 + s3);
-}
+using qor::bench::streaming_sum;
 
-// Seconds of one streaming read of the values, best of three.
-double read_seconds() {
-    double best = 1e30;
-    for (int i = 0; i < 3; ++i) {
-        const auto t0 = Clock::now();
-        benchmark::DoNotOptimize(streaming_sum(data().y));
-        best = std::min(best, std::chrono::duration<double>(Clock::now() - t0).count());
-    }
-    return best;
-}
-
+// Runs call() per iteration against one streaming read of the values.
 template <class Call>
 void measure(benchmark::State& state, Call call) {
-    const double read = read_seconds();
-    const auto t0 = Clock::now();
-    for (auto _ : state) call();
-    const double seconds = std::chrono::duration<double>(Clock::now() - t0).count();
-    state.SetItemsProcessed(static_cast<int64_t>(state.iterations()) * kPoints);
-    state.counters["read_ratio"] = seconds / double(state.iterations()) / read;
+    qor::bench::measure_against_read(state, data().y, call);
 }
 
 void StreamingRead(benchmark::State& state) {
