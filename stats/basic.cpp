@@ -11,10 +11,11 @@
 // Each thread takes n/T consecutive observations (the last one the rest) in
 // blocks of min(max(64, ⌊262144 / R⌋), n/T) observations, R being the bytes
 // of one observation across the p variables (doubled with weights): a block
-// stays in a 256 KiB working set.  Per block and variable: the block's
-// weight and mean in one pass, its central sums around that mean in a
-// second; cross sums by a BLAS rank-k update of the centred block.  Blocks
-// merge into the thread's running sums, threads into the task's
+// stays in a 256 KiB working set.  Per block and variable: the mean and
+// central sums by two passes over each cached chunk of it (block_sums.h);
+// raw sums from the central ones; cross sums by a BLAS rank-k update of the
+// block centred on its means (one variable's cross sum is its central sum).
+// Blocks merge into the thread's running sums, threads into the task's
 // (moments.h).  Sums are kept in double for both precisions.
 #include <algorithm>
 #include <new>
