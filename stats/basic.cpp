@@ -29,6 +29,7 @@
 #include "stats/basic_state.h"
 #include "stats/block_sums.h"
 #include "stats/task_internal.h"
+#include "stats/variable_workers.h"
 
 namespace qor::ss {
 namespace {
@@ -177,9 +178,7 @@ void run_thread(int t, int, void* context) {
 }
 
 int thread_count(const qor_threading* threading, int64_t n, int64_t q) {
-    int limit = 1;
-    if (threading && threading->parallel_for && threading->get_num_threads_limit)
-        limit = std::max(1, threading->get_num_threads_limit());
+    const int limit = thread_limit(threading);
     const int64_t worth = std::max<int64_t>(1, n * q / kLeastValuesPerThread);
     return static_cast<int>(std::min<int64_t>(limit, worth));
 }
@@ -224,8 +223,7 @@ int32_t basic_from_observations(SSTask& task, const BasicPlan& plan, const qor_t
     auto* buffer = static_cast<double*>(qor_serv_allocate(sizeof(double) * (head + per_thread * threads), 128));
     if (!buffer) return SS_ERR_NO_MEMORY;
     auto* vars = reinterpret_cast<int64_t*>(buffer);
-    for (int64_t i = 0, k = 0; i < p; ++i)
-        if (variable_selected(task, i)) vars[k++] = i;
+    list_selected(task, p, vars);
     results.select(vars);
     auto* scratch = reinterpret_cast<Scratch*>(buffer + aligned(static_cast<size_t>(q)));
     auto* running = reinterpret_cast<Moments*>(scratch + threads);

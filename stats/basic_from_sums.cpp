@@ -4,6 +4,7 @@
 
 #include "qor/qor_serv.h"
 #include "stats/basic_results.h"
+#include "stats/variable_workers.h"
 
 namespace qor::ss {
 namespace {
@@ -62,9 +63,7 @@ int32_t basic_from_sums(SSTask& task, const BasicPlan& plan) {
 
     auto* vars = static_cast<int64_t*>(qor_serv_allocate(sizeof(int64_t) * static_cast<size_t>(p), 128));
     if (!vars) return SS_ERR_NO_MEMORY;
-    int64_t q = 0;
-    for (int64_t i = 0; i < p; ++i)
-        if (variable_selected(task, i)) vars[q++] = i;
+    const int64_t q = list_selected(task, p, vars);
     results.select(vars);
     from_sums(results, plan.needed, q, w1, plan.population_sums ? w1 : w1 - w2 / w1);
     qor_serv_deallocate(vars);

@@ -1,4 +1,4 @@
-// Per-variable work of the order-based estimators on the caller's threading
+// Per-variable work of the statistics estimators on the caller's threading
 // services: the list of selected variables, the number of threads, and one
 // call of a body per worker, each worker with its own slice of one buffer.
 #pragma once
