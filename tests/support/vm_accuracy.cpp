@@ -62,6 +62,24 @@ int mpfr_powr(mpfr_ptr r, mpfr_srcptr x, mpfr_srcptr y, mpfr_rnd_t rnd) {
     return t;
 }
 
+// Degree forms: the period-360 functions of MPFR.
+int mpfr_sind(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t m) { return mpfr_sinu(r, x, 360, m); }
+int mpfr_cosd(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t m) { return mpfr_cosu(r, x, 360, m); }
+int mpfr_tand(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t m) { return mpfr_tanu(r, x, 360, m); }
+
+// Degree and pi-scaled forms in double for the sweep over every float: the
+// argument is folded exactly to |r| <= 90 (or 1/2), where a zero of the
+// sine lies only at r = 0 and the rounding of r pi/180 stays relative.
+double sin_folded(double x, double half_turn) {
+    double r = std::remainder(x, 2 * half_turn);  // exact, |r| <= half_turn
+    if (r > half_turn / 2) r = half_turn - r;
+    else if (r < -half_turn / 2) r = -half_turn - r;
+    return std::sin(r * (M_PI / half_turn));
+}
+double cos_folded(double x, double half_turn) {  // cos t = sin(quarter - |t|)
+    return sin_folded(half_turn / 2 - std::fabs(std::remainder(x, 2 * half_turn)), half_turn);
+}
+
 struct Reference {
     MpfrUnary unary = nullptr;
     MpfrBinary binary = nullptr;
@@ -86,6 +104,14 @@ const std::map<std::string_view, Reference>& references() {
         {"Div", {nullptr, mpfr_div}}, {"Fmod", {nullptr, mpfr_fmod}}, {"Remainder", {nullptr, mpfr_remainder}},
         {"Hypot", {nullptr, mpfr_hypot}}, {"Pow", {nullptr, mpfr_pow}}, {"Powx", {nullptr, mpfr_pow}},
         {"Powr", {nullptr, mpfr_powr}},
+        {"Sin", {mpfr_sin}},         {"Cos", {mpfr_cos}},         {"Tan", {mpfr_tan}},
+        {"Sind", {mpfr_sind}},       {"Cosd", {mpfr_cosd}},       {"Tand", {mpfr_tand}},
+        {"Sinpi", {mpfr_sinpi}},     {"Cospi", {mpfr_cospi}},     {"Tanpi", {mpfr_tanpi}},
+        {"Sinh", {mpfr_sinh}},       {"Cosh", {mpfr_cosh}},       {"Tanh", {mpfr_tanh}},
+        {"Asin", {mpfr_asin}},       {"Acos", {mpfr_acos}},       {"Atan", {mpfr_atan}},
+        {"Asinpi", {mpfr_asinpi}},   {"Acospi", {mpfr_acospi}},   {"Atanpi", {mpfr_atanpi}},
+        {"Asinh", {mpfr_asinh}},     {"Acosh", {mpfr_acosh}},     {"Atanh", {mpfr_atanh}},
+        {"Atan2", {nullptr, mpfr_atan2}}, {"Atan2pi", {nullptr, mpfr_atan2pi}},
     };
     return table;
 }
@@ -116,6 +142,18 @@ const std::map<std::string_view, DoubleReference>& double_references() {
              QOR_VM_HA_ENTRY(d, ExpInt1)(1, &x, &r);
              return r;
          }},
+        {"Sin", [](double x) { return std::sin(x); }},     {"Cos", [](double x) { return std::cos(x); }},
+        {"Tan", [](double x) { return std::tan(x); }},
+        {"Sind", [](double x) { return sin_folded(x, 180); }}, {"Cosd", [](double x) { return cos_folded(x, 180); }},
+        {"Tand", [](double x) { return sin_folded(x, 180) / cos_folded(x, 180); }},
+        {"Sinpi", [](double x) { return sin_folded(x, 1); }}, {"Cospi", [](double x) { return cos_folded(x, 1); }},
+        {"Tanpi", [](double x) { return sin_folded(x, 1) / cos_folded(x, 1); }},
+        {"Sinh", [](double x) { return std::sinh(x); }},   {"Cosh", [](double x) { return std::cosh(x); }},
+        {"Tanh", [](double x) { return std::tanh(x); }},   {"Asin", [](double x) { return std::asin(x); }},
+        {"Acos", [](double x) { return std::acos(x); }},   {"Atan", [](double x) { return std::atan(x); }},
+        {"Asinpi", [](double x) { return std::asin(x) / M_PI; }}, {"Acospi", [](double x) { return std::acos(x) / M_PI; }},
+        {"Atanpi", [](double x) { return std::atan(x) / M_PI; }}, {"Asinh", [](double x) { return std::asinh(x); }},
+        {"Acosh", [](double x) { return std::acosh(x); }}, {"Atanh", [](double x) { return std::atanh(x); }},
     };
     return table;
 }

@@ -16,10 +16,12 @@
 #include <type_traits>
 #include <vector>
 
+#include <mpfr.h>
+
 namespace qor::test {
 
 enum class Domain { none, all, all2, reduce, exp, exp2, exp10, expm1, log, log1p, expint1, root, pow3o2, positive,
-                    hypot, pow, powr, powx };
+                    hypot, pow, powr, powx, trig, trigd, trigpi, hyper, unit, atan, acosh, atan2 };
 
 // The arguments of a sweep; y is empty for functions of one argument.
 template <class T>
@@ -72,6 +74,33 @@ std::vector<T> common_edges() {
     around<T>(v, {1.0, -1.0}, 4);
     for (int e = -30; e <= 30; e += 3) v.push_back(std::ldexp(T(1), e));
     return v;
+}
+
+// The floats nearest to k pi/2 for k at every scale (exact to the float's
+// last bit, through MPFR), with `near` neighbours either way: the arguments
+// whose reduced argument is smallest, near zero and far out.
+template <class T>
+void near_multiples_of_half_pi(std::vector<T>& v, std::mt19937_64& gen, int near = 2) {
+    mpfr_t half_pi, t;
+    mpfr_inits2(2200, half_pi, t, (mpfr_ptr)nullptr);
+    mpfr_const_pi(half_pi, MPFR_RNDN);
+    mpfr_div_2ui(half_pi, half_pi, 1, MPFR_RNDN);
+    std::uniform_real_distribution<double> unit(1.0, 2.0);
+    for (int e = 0; e <= kMaxBinade<T>; e += (e < 64 ? 1 : 7)) {
+        const double k = std::ldexp(unit(gen), e);  // huge k need not be exact: any integer will do
+        mpfr_set_d(t, std::nearbyint(k), MPFR_RNDN);
+        mpfr_mul(t, t, half_pi, MPFR_RNDN);
+        const T x = kDouble<T> ? T(mpfr_get_d(t, MPFR_RNDN)) : T(mpfr_get_flt(t, MPFR_RNDN));
+        if (!std::isfinite(x)) break;
+        v.push_back(x), v.push_back(-x);
+        for (int s = 1; s <= near; ++s) v.push_back(up(x, s)), v.push_back(down(x, s));
+    }
+    for (int k = 1; k <= 64; ++k) {
+        mpfr_mul_ui(t, half_pi, unsigned(k), MPFR_RNDN);
+        const T x = kDouble<T> ? T(mpfr_get_d(t, MPFR_RNDN)) : T(mpfr_get_flt(t, MPFR_RNDN));
+        v.push_back(x), v.push_back(-x), v.push_back(up(x)), v.push_back(down(x));
+    }
+    mpfr_clears(half_pi, t, (mpfr_ptr)nullptr);
 }
 
 // One stratum: uniform on [lo, hi], binades 2^e for e in [lo, hi] in turn
@@ -165,6 +194,35 @@ std::vector<T> unary(Domain d, std::size_t n, std::mt19937_64& gen) {
                     e.push_back(T(std::ldexp(1 - j * eps / 2, 2 * k))), e.push_back(T(std::ldexp(1 + j * eps, 2 * k)));
             return fill<T>(e, {binades(lo, hi, true), binades(lo, hi, true), patterns()}, n, gen);
         }
+        case Domain::trig:
+            near_multiples_of_half_pi<T>(e, gen);
+            // The double closest to a multiple of pi/2 (Kahan and McDonald).
+            if (D) around<T>(e, {std::ldexp(6381956970095103.0, 797)}, 2);
+            around<T>(e, {1e22, 1e300, 0x1p1023, 105414350, 0.785398, 2.35619, 1e6, 0x1p-27, 0x1p-13}, 2);
+            return fill<T>(e, {linear(-10, 10), binades(lo, hi), binades(-30, D ? 30 : 20), patterns()}, n, gen);
+        case Domain::trigd:
+            for (int k = -16; k <= 16; ++k) around<T>(e, {k * 45.0, k * 30.0, k * 90.0 + 1e-4}, 2);
+            around<T>(e, {0x1p20 * 90, 0x1p50 * 45, 1e300, 0x1p-60}, 2);
+            return fill<T>(e, {linear(-720, 720), binades(lo, hi), binades(-30, D ? 60 : 30), patterns()}, n, gen);
+        case Domain::trigpi:
+            for (int k = -16; k <= 16; ++k) around<T>(e, {k * 0.5, k * 0.25, k / 6.0, k + 1e-3}, 2);
+            around<T>(e, {D ? 0x1p52 : 0x1p23, D ? 0x1p53 : 0x1p24, D ? 0x1p51 + 0.5 : 0x1p22 + 0.5, 1e300, 0x1p-100}, 2);
+            return fill<T>(e, {linear(-4, 4), binades(lo, hi), binades(-30, D ? 56 : 26), patterns()}, n, gen);
+        case Domain::hyper:
+            if (D) around<T>(e, {710.4758600739439, -710.4758600739439, 709.782712893384, 22, 19.06, 0x1p-28, 0x1p-54, 0.5, 1}, 4);
+            else around<T>(e, {89.41598629223294, -89.41598629223294, 88.72283935546875, 9.01, 0x1p-12, 0x1p-25, 0.5, 1}, 4);
+            return fill<T>(e, {linear(D ? -712 : -91, D ? 712 : 91), linear(-2, 2), binades(lo, D ? 10 : 7), patterns()}, n, gen);
+        case Domain::unit:
+            around<T>(e, {0.5, -0.5, 0.125, 0.25, 0.75, 0.9375, 0.99, -0.99, std::sqrt(0.5), 0x1p-26, 0x1p-12}, 4);
+            for (int k = 1; k < std::numeric_limits<T>::digits; ++k) e.push_back(T(1 - std::ldexp(1.0, -k))), e.push_back(T(std::ldexp(1.0, -k) - 1));
+            return fill<T>(e, {linear(-1, 1), binades(lo, -1), linear(0.9, 1), patterns()}, n, gen);
+        case Domain::atan:
+            around<T>(e, {0.4375, 0.6875, 1.1875, 2.4375, 7 / 16.0, 39 / 16.0, 0x1p26, 0x1p53, 0x1p-26, 1e300}, 4);
+            return fill<T>(e, {linear(-4, 4), binades(lo, hi), binades(-30, 30), patterns()}, n, gen);
+        case Domain::acosh:
+            for (int k = 1; k < std::numeric_limits<T>::digits; ++k) e.push_back(T(1 + std::ldexp(1.0, -k)));
+            around<T>(e, {2, 0x1p26, 0x1p28, 1e300, 0.5}, 4);
+            return fill<T>(e, {linear(1, 3), binades(0, hi, true), binades(lo, hi), patterns()}, n, gen);
         default: {  // all
             const double mant = 1 / double(std::numeric_limits<T>::epsilon());  // from here on every value is an integer
             around<T>(e, {0.5, -0.5, 1.5, -1.5, 2.5, -2.5, 3.5, mant / 2, -mant / 2, mant, -mant, mant / 2 + 0.5, mant / 2 - 0.5}, 2);
@@ -274,6 +332,19 @@ Args<T> binary(Domain d, std::size_t n, std::mt19937_64& gen) {
             const double far = i % 4 == 0 ? (hi - lo) * (unit(gen) - 0.5) : 30 * (unit(gen) - 0.5);
             a.add(T(std::exp2(e) * (gen() & 1 ? 1 : -1)),
                   T(std::exp2(std::clamp(e + far, double(lo), hi - 0.01)) * (gen() & 1 ? 1 : -1)));
+            continue;
+        }
+        if (d == Domain::atan2) {  // signs in every quadrant, nearby and far magnitudes, the axes
+            switch (i % 4) {
+                case 0: a.add(sample<T>(binades(-30, 30), i, gen), sample<T>(binades(-30, 30), i / 3, gen)); break;
+                case 1: {
+                    const T x = sample<T>(binades(-60, 60), i, gen);
+                    a.add(T(x * (1 + (unit(gen) - 0.5) * 1e-3)), (gen() & 1) ? x : -x);
+                    break;
+                }
+                case 2: a.add(sample<T>(wide, i, gen), sample<T>(wide, i / 7, gen)); break;
+                default: a.add(std::bit_cast<T>(Bits<T>(gen())), std::bit_cast<T>(Bits<T>(gen()))); break;
+            }
             continue;
         }
         if (d == Domain::reduce) {  // x = k y or (k + 1/2) y nudged a few ulps, the top of the range, tiny divisors
