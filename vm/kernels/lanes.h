@@ -84,6 +84,15 @@ inline void pair_rows(const double (*table)[2], int64_t j0, int64_t j1, vd& firs
     second = simd::vunpackhi_vd_vd_vd(a, b);
 }
 
+// Four rows of a table of float pairs, picked by the int32 lanes of j: the
+// first members of the rows in `first`, the second members in `second`.
+inline void quad_rows(const float (*table)[2], vi j, vf& first, vf& second) {
+    const vf a = simd::vload_vf_p_p(table[simd::vget_i_vi2<0>(j)], table[simd::vget_i_vi2<1>(j)]);
+    const vf b = simd::vload_vf_p_p(table[simd::vget_i_vi2<2>(j)], table[simd::vget_i_vi2<3>(j)]);
+    first = simd::vevens_vf_vf_vf(a, b);
+    second = simd::vodds_vf_vf_vf(a, b);
+}
+
 // 4 floats as two vectors of doubles and back.
 inline vd low_half(vf x) { return simd::vcast_vd_vf_lo(x); }
 inline vd high_half(vf x) { return simd::vcast_vd_vf_hi(x); }

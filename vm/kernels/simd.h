@@ -233,6 +233,13 @@ static inline vd vload_vd_p_p(const double* lo, const double* hi) { return _mm_l
 static inline vd vunpacklo_vd_vd_vd(vd x, vd y) { return _mm_unpacklo_pd(x, y); }  // {x0, y0}
 static inline vd vunpackhi_vd_vd_vd(vd x, vd y) { return _mm_unpackhi_pd(x, y); }  // {x1, y1}
 static inline vf vmovelh_vf_vf_vf(vf x, vf y) { return _mm_movelh_ps(x, y); }      // {x0, x1, y0, y1}
+// Two pairs of floats from memory, {lo[0], lo[1], hi[0], hi[1]}.
+static inline vf vload_vf_p_p(const float* lo, const float* hi) {
+    return _mm_loadh_pi(_mm_loadl_pi(_mm_setzero_ps(), reinterpret_cast<const __m64*>(lo)),
+                        reinterpret_cast<const __m64*>(hi));
+}
+static inline vf vevens_vf_vf_vf(vf x, vf y) { return _mm_shuffle_ps(x, y, _MM_SHUFFLE(2, 0, 2, 0)); }  // {x0, x2, y0, y2}
+static inline vf vodds_vf_vf_vf(vf x, vf y) { return _mm_shuffle_ps(x, y, _MM_SHUFFLE(3, 1, 3, 1)); }   // {x1, x3, y1, y3}
 // Two double lane masks as one float mask: the low 32 bits of each 64-bit
 // lane of x (lanes 0, 1) and of y (lanes 2, 3).
 static inline vf vnarrowmask_vf_vd_vd(vd x, vd y) {
@@ -243,7 +250,8 @@ static inline vf vcvt_vf_vi2(vi x) { return _mm_cvtepi32_ps(x); }
 static inline vd vcvt_vd_vi2_lo(vi x) { return _mm_cvtepi32_pd(x); }  // lanes 0, 1
 static inline vi vrint_vi2_vf(vf x) { return _mm_cvtps_epi32(x); }
 static inline vf vcvt_vf_vd(vd x) { return _mm_cvtpd_ps(x); }  // lanes 0, 1; lanes 2, 3 zero
-// Hardware estimate of 1/x, relative error at most 1.5 * 2^-12.
+// Hardware estimate of 1/x, relative error at most 1.5 * 2^-12.  Its bits
+// differ between processor makers: for EP paths only.
 static inline vf vrcp_vf_vf(vf x) { return _mm_rcp_ps(x); }
 // Round to nearest even without raising inexact, whatever MXCSR says.
 static inline vd vrne_vd_vd(vd x) { return _mm_round_pd(x, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC); }
@@ -253,7 +261,8 @@ static inline vd vcast_vd_vf_lo(vf x) { return _mm_cvtps_pd(x); }
 static inline vd vcast_vd_vf_hi(vf x) { return _mm_cvtps_pd(_mm_movehl_ps(x, x)); }
 static inline vf vcast_vf_vd_vd(vd lo, vd hi) { return _mm_movelh_ps(_mm_cvtpd_ps(lo), _mm_cvtpd_ps(hi)); }
 // Hardware estimate of 1/sqrt(x), relative error at most 1.5 * 2^-12 for
-// normal x; subnormal inputs give +inf.
+// normal x; subnormal inputs give +inf.  Its bits differ between processor
+// makers: for EP paths only.
 static inline vf vrsqrt_vf_vf(vf x) { return _mm_rsqrt_ps(x); }
 
 }  // namespace qor::simd

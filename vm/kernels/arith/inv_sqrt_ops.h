@@ -4,8 +4,9 @@
 //     double: y = 1/sqrt(x), then the correction y*(1 + e/2 + 3e^2/8) with
 //     the residual e = 1 - x*y^2 computed from exact split products, so that
 //     the final sum is rounded once from a value within about 2^-50 ulp.
-//     single: the hardware estimate, one Newton step in single, a
-//     third-order step in double (error near 2^-60) and one rounding.
+//     single: 1/sqrt(x) in single (exactly rounded operations, so the same
+//     bits on every processor, unlike the hardware estimate), a third-order
+//     step in double (error near 2^-60) and one rounding.
 //   EP: the hardware estimate plus Newton: one step in single (about 22
 //     correct bits); in double a third-order step on the estimate of the
 //     argument reduced to [1, 4) (about 35 bits).
@@ -56,7 +57,7 @@ inline vf newton_step_single(vf x, vf y) {
 
 // Valid for positive normal x.  y has 24 bits, so y*y is exact in double.
 inline vf inv_sqrt_ha_single(vf x) {
-    vf y = newton_step_single(x, simd::vrsqrt_vf_vf(x));
+    vf y = SF::div(SF::set1(1.0f), SF::sqrt(x));
     vd lo = third_order_step(simd::vcast_vd_vf_lo(x), simd::vcast_vd_vf_lo(y));
     vd hi = third_order_step(simd::vcast_vd_vf_hi(x), simd::vcast_vd_vf_hi(y));
     return simd::vcast_vf_vd_vd(lo, hi);

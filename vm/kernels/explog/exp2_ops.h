@@ -2,8 +2,8 @@
 //   double: the table method of Exp with N = nearest integer of 64 x and
 //     r = (x - N/64) ln 2 (the difference is exact), the full polynomial and
 //     the low parts of the table (about 0.51 ulp).
-//   single: computed in double, 2^x = 2^k * 2^r with r = x - k exact, and
-//     rounded once (about 0.502 ulp).
+//   single: the table method in float, 64 entries as float pairs (about
+//     0.51 ulp).
 // Overflow (x >= 1024 or 128) is code 3; a subnormal or zero result of a
 // finite argument code 4.
 #pragma once
@@ -35,7 +35,7 @@ struct SingleExp2 {
     static constexpr int block = 16;
     static constexpr bool reads_mode = true;
     vf special(vf x) const { return lanes::magnitude_above(x, kExp2ScreenSingle); }
-    vf operator()(vf x) const { return through_double(x, exp2_via_split); }
+    vf operator()(vf x) const { return table_exp_single<true>(x); }
     int fix(float x, float& r) const {
         double y;
         table_exp_scalar(double(x), y, 2);

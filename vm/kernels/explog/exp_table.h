@@ -94,4 +94,24 @@ constexpr Rows make_rows() {
 // kTable.v[j] = {hi, lo}.
 inline constexpr Rows kTable = make_rows();
 
+// The same values for single-precision arithmetic: hi is 2^(j/64) rounded
+// to float and lo the rest, hi_double - hi + hi_double * lo_double, rounded
+// to float (the first difference is exact), so that hi + lo carries
+// 2^(j/64) to about 48 bits.
+struct RowsF {
+    alignas(16) float v[64][2];
+};
+
+constexpr RowsF make_rows_f() {
+    RowsF t{};
+    for (int j = 0; j < 64; ++j) {
+        const double hi = kTable.v[j][0];
+        t.v[j][0] = float(hi);
+        t.v[j][1] = float((hi - double(t.v[j][0])) + hi * kTable.v[j][1]);
+    }
+    return t;
+}
+
+inline constexpr RowsF kTableF = make_rows_f();
+
 }  // namespace qor::vm::exp_table

@@ -1,9 +1,10 @@
 // Building blocks of the logarithm kernels.
 //
 // Vector path (double): x = 2^k m with m in [0.75, 1.5), so that arguments
-// near 1 have k = 0 and nothing cancels.  The processor's single-precision
-// reciprocal estimate of m, rounded to a multiple of 2^-9, gives rcp = i/512
-// with |m rcp - 1| <= 1.5 * 2^-10 + 1.5 * 2^-12, and
+// near 1 have k = 0 and nothing cancels.  512/m in single precision (an
+// exactly rounded quotient, so the same bits on every processor), rounded
+// to an integer, gives rcp = i/512 with |m rcp - 1| <= 1.5 * 2^-10 + 2^-22,
+// and
 //     ln x = k ln 2 - ln(rcp) + ln(1 + r),   r = m rcp - 1,
 // with -ln(rcp) = hi + lo from a table of 257 rows and ln(1 + r) = r +
 // r^2 P(r).  m is split at 2^-31 into m_hi + m_lo so that u = m_hi rcp - 1
@@ -72,11 +73,15 @@ inline vi rcp_rows(vi i) {
                                   simd::vset1_vi2_i(log_table::kRcpRows - 1));
 }
 
-// rcp = i/512 from the reciprocal estimate of m; rows of kRcp.
+// i = 512/m rounded to an integer.  The quotient, not the processor's
+// reciprocal estimate: the estimate's bits differ between processor makers.
+inline vi rcp_index(vf m) { return simd::vrint_vi2_vf(SF::div(SF::set1(512.0f), m)); }
+
+// rcp = i/512 from m; rows of kRcp.
 inline vd reciprocal(vd m, int64_t& row0, int64_t& row1) {
     vf mf = simd::vcvt_vf_vd(m);
-    mf = simd::vmovelh_vf_vf_vf(mf, mf);  // no zero lanes: their reciprocal would raise invalid in the conversion
-    vi i = simd::vrint_vi2_vf(SF::mul(simd::vrcp_vf_vf(mf), SF::set1(512.0f)));
+    mf = simd::vmovelh_vf_vf_vf(mf, mf);  // no zero lanes: their quotient would raise divide-by-zero
+    vi i = rcp_index(mf);
     const vi rows = rcp_rows(i);
     row0 = simd::vget_i_vi2<0>(rows);
     row1 = simd::vget_i_vi2<1>(rows);
@@ -182,7 +187,7 @@ inline void single_pieces(vf x, SinglePieces& low, SinglePieces& high) {
     const vi tmp = simd::vsub_vi2_vi2_vi2(SF::to_bits(x), simd::vset1_vi2_i(0x3F400000));  // less 0.75f
     const vi k = simd::vsra_vi2_vi2_i(tmp, 23);
     const vf m = simd::vcast_vf_vi(simd::vsub_vi2_vi2_vi2(SF::to_bits(x), simd::vsll_vi2_vi2_i(k, 23)));
-    const vi i = simd::vrint_vi2_vf(SF::mul(simd::vrcp_vf_vf(m), SF::set1(512.0f)));
+    const vi i = rcp_index(m);
     const vf rcp = SF::mul(simd::vcvt_vf_vi2(i), SF::set1(1.0f / 512));
     alignas(16) int32_t rows[4];
     simd::vstorea_p_vi(rows, rcp_rows(i));

@@ -8,9 +8,9 @@
 //   With m_hi a multiple of 2^-31, u = m_hi * rcp - 1 is a multiple of 2^-41
 //   and u + (k ln2_hi + hi) is exact.
 // kRcp: 345 rows for the reciprocals i/512, i = 340 ... 684, that the vector
-//   paths obtain by rounding the processor's reciprocal estimate of a
-//   mantissa in [0.75, 1.5): hi = -ln(i/512) rounded to a multiple of 2^-42,
-//   lo the rest rounded to double.
+//   paths obtain by rounding 512/m for a mantissa m in [0.75, 1.5):
+//   hi = -ln(i/512) rounded to a multiple of 2^-42, lo the rest rounded to
+//   double.
 #pragma once
 
 #include <bit>
