@@ -9,8 +9,10 @@
 //       the one rounding, and the halving is exact.  HA: Exp's degree-6 fit
 //       and the table's low parts (about 0.51 ulp); LA: the degree-5 fit
 //       without low parts (within about 1 ulp); EP: degree 3 (about 2^-35).
-//   single: the double LA (HA) or EP (LA, EP) computation, rounded once.
-// The scalar routine takes |x| >= 704 (float: > 89), infinities and NaN:
+//   single: HA is the double LA computation, rounded once; LA and EP use
+//     single-precision arithmetic (hyper_single.h).
+// The scalar routine takes |x| >= 704 (float: > 89 for HA, 86.9 for LA and
+// EP), infinities and NaN:
 // e^a/2 by the table method with the scale 2^(M-1) applied last, so that
 // results up to the largest double stay finite (sinh and cosh of 710.47);
 // an infinite result of a finite argument is code 3 (overflow).
@@ -20,6 +22,7 @@
 #include <limits>
 
 #include "hyper_core.h"
+#include "hyper_single.h"
 
 namespace qor::vm::hyper {
 
@@ -102,14 +105,20 @@ struct DoubleSinhCosh {
 template <Variant Var, bool Odd>
 struct SingleSinhCosh {
     using T = float;
-    static constexpr Variant kDouble = Var == Variant::HA ? Variant::LA : Variant::EP;
     static constexpr int block = 16;
     static constexpr bool reads_mode = true;
-    vf special(vf x) const { return lanes::magnitude_above(x, kSinhCoshScreenSingle); }
-    vf operator()(vf x) const { return through_double(x, [](vd v) { return sinh_cosh<kDouble, Odd>(v); }); }
+    vf special(vf x) const {
+        return lanes::magnitude_above(x, Var == Variant::HA ? kSinhCoshScreenSingle : hyper_single::kScreen);
+    }
+    vf operator()(vf x) const {
+        if constexpr (Var == Variant::HA)
+            return through_double(x, [](vd v) { return sinh_cosh<Variant::LA, Odd>(v); });
+        else
+            return hyper_single::sinh_cosh<Var == Variant::LA, Odd>(x);
+    }
     int fix(float x, float& r) const {
         double y;
-        sinh_cosh_scalar<kDouble, Odd>(double(x), y);
+        sinh_cosh_scalar<Variant::LA, Odd>(double(x), y);
         r = float(y);
         return std::isinf(r) && !std::isinf(x) ? QOR_VM_STATUS_OVERFLOW : QOR_VM_STATUS_OK;
     }
