@@ -3,12 +3,16 @@
 //   e^a by the plain method of exp_core.h (x = k ln 2 + r, |r| <= ln 2/2)
 //     with the Taylor series of (e^r - 1 - r)/r^2 to r^5 (LA; the tail
 //     stays below 2^-26 of e^r) or r^3 (EP, 2^-19.7);
-//   sinh, a < 1: x + x^3 P(x^2), Taylor to x^10 (LA) or x^6 (EP); else
-//     (e^a - 1/e^a)/2, whose cancellation is at most 1.3 from a = 1 on;
+//   e^a - 1 for EP the same way, as (2^k - 1) + 2^k p(r) with p(r) = e^r - 1,
+//     which keeps its relative accuracy near zero;
+//   sinh, LA: a < 1: x + x^3 P(x^2), Taylor to x^10; else (e^a - 1/e^a)/2,
+//     whose cancellation is at most 1.3 from a = 1 on; EP: with E = e^a - 1,
+//     (E + E/(E + 1))/2, two positive terms, one path for every a;
 //   cosh: (e^a + 1/e^a)/2;
-//   tanh, a < 0.4: x + x^3 P(x^2), Taylor to x^12 (LA) or x^6 (EP); else
-//     E/(E + 2) with E = e^(2a) - 1 (exact subtraction: e^(2a) > 2), a
-//     clamped to 10, where the result has rounded to 1.
+//   tanh: E/(E + 2) with E = e^(2a) - 1 and a clamped to 10, where the
+//     result has rounded to 1; LA forms E as e^(2a) - 1 (exact: e^(2a) > 2)
+//     and takes x + x^3 P(x^2) (Taylor to x^12) below a = 0.4; EP forms E
+//     as above on one path.
 // Each stays within about 2 ulp (LA) or 2^-16 (EP) of the result, for
 // |x| up to 86.9 (where e^a stays normal); larger arguments take the
 // scalar routine.
@@ -24,11 +28,9 @@ inline constexpr float kExpTaylor4[4] = {kExpTaylor6[2], kExpTaylor6[3], kExpTay
 // 1/11!, 1/9!, ..., 1/3!
 inline constexpr float kSinhTaylor5[5] = {flt(0x32D7322Bu), flt(0x3638EF1Du), flt(0x39500D01u), flt(0x3C088889u),
                                           flt(0x3E2AAAABu)};
-inline constexpr float kSinhTaylor3[3] = {kSinhTaylor5[2], kSinhTaylor5[3], kSinhTaylor5[4]};
 // 21844/6081075, -1382/155925, ..., -1/3: (tanh x - x)/x^3 in x^2.
 inline constexpr float kTanhTaylor6[6] = {flt(0x3B6B69E8u), flt(0xBC11371Bu), flt(0x3CB327A4u),
                                           flt(0xBD5D0DD1u), flt(0x3E088889u), flt(0xBEAAAAABu)};
-inline constexpr float kTanhTaylor3[3] = {kTanhTaylor6[3], kTanhTaylor6[4], kTanhTaylor6[5]};
 
 inline constexpr uint32_t kScreen = 0x42ADCCCDu;  // 86.9f
 
@@ -36,6 +38,17 @@ template <bool LA>
 QOR_KERNEL_INLINE vf exp_single(vf a) {
     if constexpr (LA) return exp_core::exp_plain<float>(a, kExpTaylor6);
     else return exp_core::exp_plain<float>(a, kExpTaylor4);
+}
+
+// e^y - 1 for |y| <= 86.9, Taylor to r^5 of (e^r - 1 - r)/r^2 (EP).
+QOR_KERNEL_INLINE vf expm1_single(vf y) {
+    using C = exp_core::PlainConstants<float>;
+    const vf t = SF::add(SF::mul(y, SF::set1(C::log2e)), SF::set1(C::shifter));
+    const vf k = SF::sub(t, SF::set1(C::shifter));
+    const vf r = SF::sub(SF::sub(y, SF::mul(k, SF::set1(C::ln2_hi))), SF::mul(k, SF::set1(C::ln2_lo)));
+    const vf p = SF::add(r, SF::mul(SF::mul(r, r), lanes::horner<SF>(r, kExpTaylor4)));
+    const vf two_k = lanes::add_exponent(SF::set1(1.0f), SF::to_bits(t));
+    return SF::add(SF::sub(two_k, SF::set1(1.0f)), SF::mul(two_k, p));
 }
 
 template <std::size_t N>
@@ -63,25 +76,30 @@ QOR_KERNEL_INLINE vf sinh_cosh(vf x) {
     };
     if constexpr (!Odd) {
         return large();
+    } else if constexpr (!LA) {
+        const vf e = expm1_single(a);
+        const vf y = SF::add(e, SF::div(e, SF::add(e, SF::set1(1.0f))));
+        return SF::copysign(SF::mul(y, SF::set1(0.5f)), x);
     } else {
-        auto small = [&] {
-            if constexpr (LA) return odd_series(x, kSinhTaylor5);
-            else return odd_series(x, kSinhTaylor3);
-        };
+        auto small = [&] { return odd_series(x, kSinhTaylor5); };
         return pick(SF::lt(a, SF::set1(1.0f)), small, large);
     }
 }
 
 template <bool LA>
 QOR_KERNEL_INLINE vf tanh(vf x) {
+    if constexpr (!LA) {
+        const vf a = SF::min(SF::abs(x), SF::set1(10.0f));
+        const vf e = expm1_single(SF::add(a, a));
+        return SF::copysign(SF::div(e, SF::add(e, SF::set1(2.0f))), x);
+    }
     auto large = [&] {
         const vf a = SF::min(SF::abs(x), SF::set1(10.0f));
         const vf em1 = SF::sub(exp_single<LA>(SF::add(a, a)), SF::set1(1.0f));
         return SF::copysign(SF::div(em1, SF::add(em1, SF::set1(2.0f))), x);
     };
     auto small = [&] {  // the sign of x, also for -0
-        if constexpr (LA) return SF::copysign(odd_series(x, kTanhTaylor6), x);
-        else return SF::copysign(odd_series(x, kTanhTaylor3), x);
+        return SF::copysign(odd_series(x, kTanhTaylor6), x);
     };
     return pick(SF::lt(SF::abs(x), SF::set1(0.4f)), small, large);
 }
