@@ -193,9 +193,6 @@ QOR_KERNEL_INLINE vd odd_series(vd x, const double (&p)[N]) {
 }
 
 // f on the two halves of a float vector, in double, rounded once.
-template <class F>
-QOR_KERNEL_INLINE vf through_double(vf x, F f) {
-    return lanes::narrow(f(lanes::low_half(x)), f(lanes::high_half(x)));
-}
+using exp_core::through_double;
 
 }  // namespace qor::vm::hyper_core

@@ -12,7 +12,7 @@
 //   tanh: E/(E + 2) with E = e^(2a) - 1 and a clamped to 10, where the
 //     result has rounded to 1; LA forms E as e^(2a) - 1 (exact: e^(2a) > 2)
 //     and takes x + x^3 P(x^2) (Taylor to x^12) below a = 0.4; EP forms E
-//     as above on one path.
+//     as above on one path and gives exactly 1 from a = 9 on.
 // EP divides through the reciprocal estimate refined by one Newton step.
 // Each stays within about 2 ulp (LA) or 2^-16 (EP) of the result, for
 // |x| up to 86.9 (where e^a stays normal); larger arguments take the

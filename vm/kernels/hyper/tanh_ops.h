@@ -1,10 +1,13 @@
 // Tanh, real: tanh x = E/(E + 2) with E = e^(2a) - 1, a = |x| clamped to 20
 // (from 19.07 on the result rounds to 1), the sign of x set last.
 //   double:
-//     HA: E as an exact-leading pair (hyper_core.h, Exp's degree-6 fit, the table's low
-//       parts), E + 2 as a pair, the quotient through one reciprocal, corrected by its
-//       exactly formed residual (about 0.51 ulp).  No cancellation: for
-//       small a, E is the polynomial in r = 2a itself.
+//     HA and LA, a < 1/16: x + x^3 P(x^2), P the Taylor series up to the
+//       term of x^14 (the tail stays below 2^-60 of the result): there E is
+//       small enough that the fit's absolute error of about 2^-62 would show.
+//     HA: E as a pair whose leading terms are exact (hyper_core.h; Exp's
+//       degree-6 fit and the table's low parts), E + 2 as a pair, the
+//       quotient through one reciprocal, corrected by its exactly formed
+//       residual (about 0.53 ulp).
 //     LA: E and E + 2 rounded, one division (about 2 ulp; the shorter fit
 //       would leave 2^-50 of results near 2^-9).
 //     EP: the same with the degree-3 fit (about 2^-29).
@@ -24,8 +27,15 @@ namespace qor::vm::hyper {
 
 using namespace hyper_core;
 
+// -929569/638512875, ..., 2/15, -1/3: the Taylor coefficients of
+// (tanh x - x)/x^3 in x^2.
+inline constexpr double kTanhTaylor7[7] = {dbl(0xBF57DA36452B75E3ull), dbl(0x3F6D6D3D0E157DE0ull),
+                                           dbl(0xBF8226E355E6C23Dull), dbl(0x3F9664F4882C10FAull),
+                                           dbl(0xBFABA1BA1BA1BA1Cull), dbl(0x3FC1111111111111ull),
+                                           dbl(0xBFD5555555555555ull)};
+
 template <Variant Var>
-QOR_KERNEL_INLINE vd tanh_double(vd x) {
+QOR_KERNEL_INLINE vd tanh_from_exp(vd x) {
     const vd a = SD::min(SD::abs(x), SD::set1(20.0));
     constexpr Fit F = Var == Variant::EP ? Fit::Low : Fit::High;
     const Pair e = expm1_pair<F, Var == Variant::HA>(SD::add(a, a));
@@ -43,6 +53,16 @@ QOR_KERNEL_INLINE vd tanh_double(vd x) {
         y = SD::div(em1, SD::add(em1, SD::set1(2.0)));
     }
     return SD::copysign(y, x);
+}
+
+template <Variant Var>
+QOR_KERNEL_INLINE vd tanh_double(vd x) {
+    if constexpr (Var == Variant::EP) {
+        return tanh_from_exp<Var>(x);
+    } else {
+        auto small = [&] { return SD::copysign(odd_series(x, kTanhTaylor7), x); };  // tanh(-0) = -0
+        return pick(SD::lt(SD::abs(x), SD::set1(0.0625)), small, [&] { return tanh_from_exp<Var>(x); });
+    }
 }
 
 template <class T>
