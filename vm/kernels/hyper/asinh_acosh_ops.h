@@ -2,7 +2,7 @@
 // set last) and ln(x + sqrt(x^2 - 1)).
 //   double:
 //     asinh, a < 1/8: x + x^3 P(x^2), P the Taylor series up to the term of
-//       x^16 (HA, LA; the tail stays below 2^-59 of the result) or x^6 (EP).
+//       x^14 (HA, LA; the tail stays below 2^-59 of the result) or x^4 (EP).
 //     HA and LA (one computation: nothing cheaper keeps the small results
 //       within 4 ulp): a^2 (x^2) exact as a pair, a^2 + 1 (x^2 - 1) as a
 //       pair, its root as a pair by one corrected step, the sum with a (x)
@@ -10,8 +10,8 @@
 //       joined to the small terms (about 0.52 ulp).  Near x = 1 the pair
 //       carries x^2 - 1 exactly, so acosh(1 + d) = ln(1 + sqrt(2d) + ...)
 //       loses nothing.
-//     EP: a^2 + 1 and x^2 - 1 = (x - 1)(x + 1) rounded, w as a rounded root
-//       plus a, and the short logarithm (about 2^-30).
+//     EP: a^2 + 1 and x^2 - 1 = (x - 1)(x + 1) rounded, w as the pair of
+//       the rounded root plus a, and the short logarithm (about 2^-30).
 //     Above 2^28 the root equals a (x) to the last bit and w = 2a: the
 //       argument of the logarithm is a itself with its exponent raised by
 //       one, which keeps the largest doubles finite.
@@ -29,7 +29,7 @@ namespace qor::vm::hyper {
 
 using namespace hyper_core;
 
-// Taylor coefficients of (asinh x - x)/x^3 in x^2, from the term of x^16 down.
+// Taylor coefficients of (asinh x - x)/x^3 in x^2, from the term of x^14 down.
 inline constexpr double kAsinhTaylor8[8] = {dbl(0x3F87A87878787878ull), dbl(0xBF8C99999999999Aull),
                                             dbl(0x3F91C4EC4EC4EC4Full), dbl(0xBF96E8BA2E8BA2E9ull),
                                             dbl(0x3F9F1C71C71C71C7ull), dbl(0xBFA6DB6DB6DB6DB7ull),

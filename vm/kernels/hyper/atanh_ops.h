@@ -1,14 +1,14 @@
 // Atanh, real: atanh x = ln((1 + a)/(1 - a))/2 with a = |x| < 1, the sign of
 // x set last.
-//   double (HA, and LA serving EP too: nothing cheaper keeps the results
-//   next to 1/8 within 4 ulp):
+//   double (HA, and LA serving EP too: the same computation, since the
+//   quotient without its residual would lose about 2 ulp next to 1/8):
 //     a < 1/8: x + x^3 P(x^2), P the Taylor series 1/3 + x^2/5 + ... up to
 //       the term of x^16 (the tail stays below 2^-59 of the result).
 //     otherwise 1 + a and 1 - a as exact pairs, their quotient rounded and
 //       corrected by the exactly formed residual, ln of the pair by the
 //       reduction of Ln (about 0.52 ulp).
 //   single: 1 + a and 1 - a are exact in double, one division, the short
-//     logarithm (about 2^-30), and the series to x^8 below 1/8; rounded once.
+//     logarithm (about 2^-30), and P to x^8 below 1/8; rounded once.
 // atanh(+-1) is +-inf, code 2 (singularity); |x| > 1 (infinities included)
 // gives NaN, code 1 (domain); NaN gives NaN without a code.
 #pragma once

@@ -5,13 +5,13 @@
 //     stays below 2^-26 of e^r) or a fit of degree 2 (EP, 2^-14.8);
 //   e^a - 1 for EP the same way, as (2^k - 1) + 2^k p(r) with p(r) = e^r - 1,
 //     which keeps its relative accuracy near zero;
-//   sinh, LA: a < 1: x + x^3 P(x^2), Taylor to x^10; else (e^a - 1/e^a)/2,
+//   sinh, LA: a < 1: x + x^3 P(x^2), P the Taylor series to x^8; else (e^a - 1/e^a)/2,
 //     whose cancellation is at most 1.3 from a = 1 on; EP: with E = e^a - 1,
 //     (E + E/(E + 1))/2, two positive terms, one path for every a;
 //   cosh: (e^a + 1/e^a)/2;
 //   tanh: E/(E + 2) with E = e^(2a) - 1 and a clamped to 10, where the
 //     result has rounded to 1; LA forms E as e^(2a) - 1 (exact: e^(2a) > 2)
-//     and takes x + x^3 P(x^2) (Taylor to x^12) below a = 0.4; EP forms E
+//     and takes x + x^3 P(x^2) (P the Taylor series to x^10) below a = 0.4; EP forms E
 //     as above on one path and gives exactly 1 from a = 9 on.
 // EP divides through the reciprocal estimate refined by one Newton step.
 // Each stays within about 2 ulp (LA) or 2^-14 (EP) of the result, for

@@ -2,7 +2,7 @@
 // (from 19.07 on the result rounds to 1), the sign of x set last.
 //   double:
 //     HA and LA, a < 1/16: x + x^3 P(x^2), P the Taylor series up to the
-//       term of x^14 (the tail stays below 2^-60 of the result): there E is
+//       term of x^12 (the tail stays below 2^-60 of the result): there E is
 //       small enough that the fit's absolute error of about 2^-62 would show.
 //     HA: E as a pair whose leading terms are exact (hyper_core.h; Exp's
 //       degree-6 fit and the table's low parts), E + 2 as a pair, the
