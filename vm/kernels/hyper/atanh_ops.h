@@ -46,7 +46,7 @@ QOR_KERNEL_INLINE vd atanh_double(vd x) {
             const vd q = SD::div(n.hi, d.hi);
             const Pair qd = two_prod(q, d.hi);
             const vd res = SD::sub(SD::add(SD::sub(SD::sub(n.hi, qd.hi), qd.lo), n.lo), SD::mul(q, d.lo));
-            ln = ln_pair(q, SD::div(res, d.hi), zero);
+            ln = ln_scaled(q, SD::div(res, n.hi), zero);  // (q + res/d) / q = 1 + res/n to 2^-52 of res/n
         }
         return SD::copysign(SD::mul(ln, SD::set1(0.5)), x);
     };

@@ -143,11 +143,14 @@ QOR_KERNEL_INLINE Pair expm1_pair(vd a) {
 }
 
 // ---- logarithm of a pair ------------------------------------------------------------
-// ln(wh + wl) + k_extra ln 2 for positive normal wh and |wl| small beside it.
-QOR_KERNEL_INLINE vd ln_pair(vd wh, vd wl, vd k_extra) {
+// ln(wh (1 + rel)) + k_extra ln 2 for positive normal wh and small rel.
+QOR_KERNEL_INLINE vd ln_scaled(vd wh, vd rel, vd k_extra) {
     const log_core::Pieces q = log_core::pieces<log_core::Accuracy::High>(wh, SD::sub(SD::set1(0.0), k_extra));
-    return log_core::ln_sum(q, SD::div(wl, wh));
+    return log_core::ln_sum(q, rel);
 }
+
+// ln(wh + wl) + k_extra ln 2 for positive normal wh and |wl| small beside it.
+QOR_KERNEL_INLINE vd ln_pair(vd wh, vd wl, vd k_extra) { return ln_scaled(wh, SD::div(wl, wh), k_extra); }
 
 // The same without the split mantissa and the low parts (about 2^-30
 // relative for results away from zero).
