@@ -9,8 +9,9 @@
 //       the one rounding, and the halving is exact.  HA: Exp's degree-6 fit
 //       and the table's low parts (about 0.51 ulp); LA: the degree-5 fit
 //       without low parts (within about 1 ulp); EP: degree 3 (about 2^-35).
-//   single: HA is the double LA computation, rounded once; LA and EP use
-//     single-precision arithmetic (hyper_single.h).
+//   single: HA in double (e^a by Exp's single-precision split, no table),
+//     rounded once; LA and EP in single-precision arithmetic
+//     (hyper_single.h).
 // The scalar routine takes |x| >= 704 (float: > 89 for HA, 86.9 for LA and
 // EP), infinities and NaN:
 // e^a/2 by the table method with the scale 2^(M-1) applied last, so that
@@ -67,6 +68,22 @@ QOR_KERNEL_INLINE vd sinh_cosh(vd x) {
     }
 }
 
+// Single HA in double: e^a = 2^(a log2 e) by Exp's single-precision split
+// (relative error 2^-32), e^-a its reciprocal, and for sinh below a = 1 the
+// series of the HA kernel; rounded to single within 0.502 ulp.
+template <bool Odd>
+QOR_KERNEL_INLINE vd sinh_cosh_for_single(vd x) {
+    const vd a = SD::abs(x);
+    auto large = [&] {
+        const vd e = exp_core::exp2_via_split(SD::mul(a, SD::set1(exp_core::PlainConstants<double>::log2e)));
+        const vd inv = SD::div(SD::set1(1.0), e);
+        const vd y = SD::mul(Odd ? SD::sub(e, inv) : SD::add(e, inv), SD::set1(0.5));
+        return Odd ? SD::copysign(y, x) : y;
+    };
+    if constexpr (!Odd) return large();
+    else return pick(SD::lt(a, SD::set1(1.0)), [&] { return odd_series(x, kSinhTaylor6); }, large);
+}
+
 // e^a/2 for 704 <= a <= 711, rounded once: hi_j (1 + p) times 2^(M-2),
 // then doubled, so that only a result past the largest double overflows.
 inline double half_exp_scalar(double a) {
@@ -112,7 +129,7 @@ struct SingleSinhCosh {
     }
     vf operator()(vf x) const {
         if constexpr (Var == Variant::HA)
-            return through_double(x, [](vd v) { return sinh_cosh<Variant::LA, Odd>(v); });
+            return through_double(x, sinh_cosh_for_single<Odd>);
         else
             return hyper_single::sinh_cosh<Var == Variant::LA, Odd>(x);
     }
