@@ -13,8 +13,8 @@
 //     EP: the same with the degree-3 fit (about 2^-29).
 //   The table's low parts are kept in every variant: without them 2^M hi_j
 //   - 1 would carry an error of 2^-53 against results as small as 2^-7.
-//   single: HA is the double LA computation, rounded once; LA and EP use
-//     single-precision arithmetic (hyper_single.h).
+//   single: HA in double through Exp's single-precision split, rounded
+//     once; LA and EP in single-precision arithmetic (hyper_single.h).
 // Only infinities (+-1) and NaN go to the scalar routine; no codes.
 #pragma once
 
@@ -65,6 +65,19 @@ QOR_KERNEL_INLINE vd tanh_double(vd x) {
     }
 }
 
+// Single HA in double: E = 2^k (2^r - 1) + (2^k - 1) from Exp's
+// single-precision split of 2a log2 e (relative error 2^-32 also for small
+// a, where k = 0), one path for every a; rounded to single within about
+// 0.504 ulp.
+QOR_KERNEL_INLINE vd tanh_for_single(vd x) {
+    const vd a = SD::min(SD::abs(x), SD::set1(10.0));
+    const vd y = SD::mul(SD::add(a, a), SD::set1(exp_core::PlainConstants<double>::log2e));
+    const exp_core::Exp2Split s = exp_core::exp2_split(y);
+    const vd two_k = lanes::add_exponent(SD::set1(1.0), s.t);
+    const vd e = SD::add(SD::mul(two_k, s.p), SD::sub(two_k, SD::set1(1.0)));
+    return SD::copysign(SD::div(e, SD::add(e, SD::set1(2.0))), x);
+}
+
 template <class T>
 inline int tanh_special(T x, T& y) {
     y = x != x ? x + x : std::copysign(T(1), x);
@@ -88,7 +101,7 @@ struct SingleTanh {
     static constexpr bool reads_mode = true;
     vf special(vf x) const { return SF::isnonfinite(x); }
     vf operator()(vf x) const {
-        if constexpr (Var == Variant::HA) return through_double(x, tanh_double<Variant::LA>);
+        if constexpr (Var == Variant::HA) return through_double(x, tanh_for_single);
         else return hyper_single::tanh<Var == Variant::LA>(x);
     }
     int fix(float x, float& y) const { return tanh_special(x, y); }
