@@ -7,14 +7,14 @@
 //       p_down) from one reduction (hyper_core.h); up -/+ down is formed
 //       exactly, the products up p_up and down p_down join its tail before
 //       the one rounding, and the halving is exact.  HA: Exp's degree-6 fit
-//       and the table's low parts (about 0.51 ulp); LA: the degree-5 fit
-//       without low parts (within about 1 ulp); EP: degree 3 (about 2^-35).
+//       and the table's low parts (about 0.54 ulp, the cancellation near
+//       a = 1/4 included); LA: the degree-5 fit without low parts (within
+//       about 1.7 ulp); EP: degree 3 (about 2^-35).
 //   single: HA in double (e^a by Exp's single-precision split, no table),
 //     rounded once; LA and EP in single-precision arithmetic
 //     (hyper_single.h).
 // The scalar routine takes |x| >= 704 (float: > 89 for HA, 86.9 for LA and
-// EP), infinities and NaN:
-// e^a/2 by the table method with the scale 2^(M-1) applied last, so that
+// EP), infinities and NaN: e^a/2 by the table method with the scale 2^(M-1) applied last, so that
 // results up to the largest double stay finite (sinh and cosh of 710.47);
 // an infinite result of a finite argument is code 3 (overflow).
 #pragma once
