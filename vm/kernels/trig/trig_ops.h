@@ -138,7 +138,7 @@ struct DoubleTrig {
     static constexpr int block = 16;
     static constexpr bool reads_mode = true;
     vd special(vd x) const { return lanes::upper_word_above(x, kVectorLimitUpper); }
-    vd operator()(vd x) const {
+    QOR_KERNEL_INLINE vd operator()(vd x) const {
         const vd v = unsigned_value<DoubleParts<Var>, F>(SD::abs(x));
         return F == Fn::cos ? v : SD::bit_xor(v, sign_of<double>(x));
     }
@@ -151,7 +151,7 @@ struct SingleTrig {
     static constexpr int block = 16;
     static constexpr bool reads_mode = true;
     vf special(vf x) const { return lanes::magnitude_above(x, kVectorLimitSingle); }
-    vf operator()(vf x) const {
+    QOR_KERNEL_INLINE vf operator()(vf x) const {
         const vf ax = SF::abs(x);
         const vf v = lanes::narrow(unsigned_value<SingleParts<Var>, F>(lanes::low_half(ax)),
                                    unsigned_value<SingleParts<Var>, F>(lanes::high_half(ax)));
@@ -167,7 +167,7 @@ template <Variant Var>
 struct DoubleSinCos {
     using T = double;
     static constexpr bool reads_mode = true;
-    void operator()(vd x, vd& s, vd& c) const {
+    QOR_KERNEL_INLINE void operator()(vd x, vd& s, vd& c) const {
         const vd ax = SD::bit_andnot(special(x, x, x), SD::abs(x));
         const Reduced a = reduce<DoubleParts<Var>::reduction>(ax);
         const auto p = DoubleParts<Var>::eval(a);
@@ -185,7 +185,7 @@ template <Variant Var>
 struct SingleSinCos {
     using T = float;
     static constexpr bool reads_mode = true;
-    void operator()(vf x, vf& s, vf& c) const {
+    QOR_KERNEL_INLINE void operator()(vf x, vf& s, vf& c) const {
         const vf ax = SF::bit_andnot(special(x, x, x), SF::abs(x));
         vd sh[2], ch[2];
         const vd half[2] = {lanes::low_half(ax), lanes::high_half(ax)};
