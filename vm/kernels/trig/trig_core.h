@@ -82,6 +82,39 @@ QOR_KERNEL_INLINE Pair cos_precise(vd rh, vd rl, vd z) {
     return {s, SD::add(SD::sub(SD::sub(e, hl), SD::mul(rh, rl)), poly)};
 }
 
+// sin r in the lanes where `cosine` is clear, cos r where it is set, by
+// the steps of sin_precise and cos_precise merged into one evaluation:
+// the split of rh, the exact leading term, the small corrections and the
+// polynomial (its coefficients picked per lane) have one form for both.
+//   sine:   rh + a^3 (-0.15625) + [a^3 t6 + b (-a^2/2 + b (-a/2 - b/6))]
+//           + rh z^2 P(z) + rl (1 - z/2)
+//   cosine: 1 + a^2 (-0.5) + [b (-a + b (-1/2))] + z^2 Q(z) - rl rh
+// (a the head of 17 bits for the sine, 26 for the cosine; t6 = -1/6 +
+// 0.15625).
+QOR_KERNEL_INLINE vd sin_or_cos_precise(vd rh, vd rl, vd z, vd cosine) {
+    const vd mask = SD::select(cosine, Bits<double>::pattern(Bits<double>::kSplitHead),
+                               Bits<double>::pattern(0xFFFFFFF000000000ull));
+    const vd a = SD::bit_and(rh, mask);
+    const vd b = SD::sub(rh, a);
+    const vd a2 = SD::mul(a, a);
+    const vd minus_half = SD::set1(-0.5);
+    const vd h = SD::mul(a, minus_half);
+    const vd lead = SD::select(cosine, SD::set1(1.0), rh);
+    const vd second = SD::mul(a2, SD::select(cosine, minus_half, SD::mul(a, SD::set1(kSixthHead))));
+    const vd s = SD::add(lead, second);
+    const vd e = SD::add(SD::sub(lead, s), second);
+    const vd u = SD::mul(a, SD::select(cosine, SD::set1(-1.0), h));
+    const vd v = SD::select(cosine, minus_half, h);
+    const vd w = SD::bit_andnot(cosine, SD::set1(kMinusSixth));
+    const vd t3 = SD::bit_andnot(cosine, SD::mul(SD::mul(a2, a), SD::set1(kSixthTail)));
+    const vd corr = SD::add(t3, SD::mul(b, SD::add(u, SD::mul(b, SD::add(v, SD::mul(w, b))))));
+    vd p = SD::select(cosine, SD::set1(kCos4[0]), SD::set1(kSin5[0]));
+    for (int j = 1; j < 6; ++j) p = SD::add(SD::mul(p, z), SD::select(cosine, SD::set1(kCos4[j]), SD::set1(kSin5[j])));
+    const vd poly = SD::mul(SD::mul(SD::mul(z, z), lead), p);
+    const vd drl = SD::mul(rl, SD::select(cosine, SD::neg(rh), SD::add(SD::set1(1.0), SD::mul(z, minus_half))));
+    return SD::add(s, SD::add(e, SD::add(corr, SD::add(poly, drl))));
+}
+
 // Plain forms: sin r = rh + (rh z F(z) + rl), cos r = 1 + (z G(z) - rh rl).
 template <std::size_t N>
 QOR_KERNEL_INLINE vd sin_plain(vd rh, vd rl, vd z, const double (&f)[N]) {

@@ -52,11 +52,13 @@ struct Reduced {
     vi k;
 };
 
-// Error-free sum a + b = s + e.
-QOR_KERNEL_INLINE void two_sum(vd a, vd b, vd& s, vd& e) {
-    s = SD::add(a, b);
-    const vd bb = SD::sub(s, a);
-    e = SD::add(SD::sub(a, SD::sub(s, bb)), SD::sub(b, bb));
+// a - b = s + e for the reduction's steps: exact when |a| >= |b|, and
+// when |a| < |b| the difference itself is exact (both are multiples of
+// the last bit of k C, and their difference is small enough to hold all
+// its bits), so that e = 0 is right.
+QOR_KERNEL_INLINE void fast_two_sum(vd a, vd b, vd& s, vd& e) {
+    s = SD::sub(a, b);
+    e = SD::sub(SD::sub(a, s), b);
 }
 
 // a * b = p + e with the splitting of Dekker: heads of 26 bits by a mask,
@@ -81,8 +83,8 @@ QOR_KERNEL_INLINE Reduced reduce(vd ax) {
     const vd t1 = SD::sub(ax, SD::mul(k, SD::set1(kC1)));  // exact
     if constexpr (R == Reduction::exact) {
         vd s2, e2, s3, e3;
-        two_sum(t1, SD::neg(SD::mul(k, SD::set1(kC2))), s2, e2);
-        two_sum(s2, SD::neg(SD::mul(k, SD::set1(kC3))), s3, e3);
+        fast_two_sum(t1, SD::mul(k, SD::set1(kC2)), s2, e2);
+        fast_two_sum(s2, SD::mul(k, SD::set1(kC3)), s3, e3);
         const vd low = SD::sub(SD::add(e2, e3), SD::mul(k, SD::set1(kC4)));
         out.hi = SD::add(s3, low);
         out.lo = SD::add(SD::sub(s3, out.hi), low);
