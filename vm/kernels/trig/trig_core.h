@@ -90,29 +90,44 @@ QOR_KERNEL_INLINE Pair cos_precise(vd rh, vd rl, vd z) {
 //           + rh z^2 P(z) + rl (1 - z/2)
 //   cosine: 1 + a^2 (-0.5) + [b (-a + b (-1/2))] + z^2 Q(z) - rl rh
 // (a the head of 17 bits for the sine, 26 for the cosine; t6 = -1/6 +
-// 0.15625).
-QOR_KERNEL_INLINE vd sin_or_cos_precise(vd rh, vd rl, vd z, vd cosine) {
-    const vd mask = SD::select(cosine, Bits<double>::pattern(Bits<double>::kSplitHead),
-                               Bits<double>::pattern(0xFFFFFFF000000000ull));
-    const vd a = SD::bit_and(rh, mask);
+// 0.15625).  pick(sine value, cosine value) gives the value of each lane's
+// form: sin_or_cos_precise picks per lane by the mask; sine_form and
+// cosine_form pick at compile time and so run the same operations, giving
+// the same bits lane by lane.
+template <class Pick>
+QOR_KERNEL_INLINE vd sin_or_cos_steps(vd rh, vd rl, vd z, Pick pick) {
+    const vd a = SD::bit_and(rh, pick(Bits<double>::pattern(0xFFFFFFF000000000ull),
+                                      Bits<double>::pattern(Bits<double>::kSplitHead)));
     const vd b = SD::sub(rh, a);
     const vd a2 = SD::mul(a, a);
     const vd minus_half = SD::set1(-0.5);
     const vd h = SD::mul(a, minus_half);
-    const vd lead = SD::select(cosine, SD::set1(1.0), rh);
-    const vd second = SD::mul(a2, SD::select(cosine, minus_half, SD::mul(a, SD::set1(kSixthHead))));
+    const vd lead = pick(rh, SD::set1(1.0));
+    const vd second = SD::mul(a2, pick(SD::mul(a, SD::set1(kSixthHead)), minus_half));
     const vd s = SD::add(lead, second);
     const vd e = SD::add(SD::sub(lead, s), second);
-    const vd u = SD::mul(a, SD::select(cosine, SD::set1(-1.0), h));
-    const vd v = SD::select(cosine, minus_half, h);
-    const vd w = SD::bit_andnot(cosine, SD::set1(kMinusSixth));
-    const vd t3 = SD::bit_andnot(cosine, SD::mul(SD::mul(a2, a), SD::set1(kSixthTail)));
+    const vd u = SD::mul(a, pick(h, SD::set1(-1.0)));
+    const vd v = pick(h, minus_half);
+    const vd w = pick(SD::set1(kMinusSixth), SD::set1(0.0));
+    const vd t3 = pick(SD::mul(SD::mul(a2, a), SD::set1(kSixthTail)), SD::set1(0.0));
     const vd corr = SD::add(t3, SD::mul(b, SD::add(u, SD::mul(b, SD::add(v, SD::mul(w, b))))));
-    vd p = SD::select(cosine, SD::set1(kCos4[0]), SD::set1(kSin5[0]));
-    for (int j = 1; j < 6; ++j) p = SD::add(SD::mul(p, z), SD::select(cosine, SD::set1(kCos4[j]), SD::set1(kSin5[j])));
+    vd p = pick(SD::set1(kSin5[0]), SD::set1(kCos4[0]));
+    for (int j = 1; j < 6; ++j) p = SD::add(SD::mul(p, z), pick(SD::set1(kSin5[j]), SD::set1(kCos4[j])));
     const vd poly = SD::mul(SD::mul(SD::mul(z, z), lead), p);
-    const vd drl = SD::mul(rl, SD::select(cosine, SD::neg(rh), SD::add(SD::set1(1.0), SD::mul(z, minus_half))));
+    const vd drl = SD::mul(rl, pick(SD::add(SD::set1(1.0), SD::mul(z, minus_half)), SD::neg(rh)));
     return SD::add(s, SD::add(e, SD::add(corr, SD::add(poly, drl))));
+}
+
+QOR_KERNEL_INLINE vd sin_or_cos_precise(vd rh, vd rl, vd z, vd cosine) {
+    return sin_or_cos_steps(rh, rl, z, [cosine](vd sine_value, vd cosine_value) {
+        return SD::select(cosine, cosine_value, sine_value);
+    });
+}
+QOR_KERNEL_INLINE vd sine_form(vd rh, vd rl, vd z) {
+    return sin_or_cos_steps(rh, rl, z, [](vd sine_value, vd) { return sine_value; });
+}
+QOR_KERNEL_INLINE vd cosine_form(vd rh, vd rl, vd z) {
+    return sin_or_cos_steps(rh, rl, z, [](vd, vd cosine_value) { return cosine_value; });
 }
 
 // Plain forms: sin r = rh + (rh z F(z) + rl), cos r = 1 + (z G(z) - rh rl).
@@ -160,11 +175,12 @@ QOR_KERNEL_INLINE vd tan_place(vi k, Pair s, Pair c) {
     const Pair den{SD::select(odd, s.hi, c.hi), SD::select(odd, s.lo, c.lo)};
     const vd n = SD::add(num.hi, num.lo), nl = SD::add(SD::sub(num.hi, n), num.lo);
     const vd d = SD::add(den.hi, den.lo), dl = SD::add(SD::sub(den.hi, d), den.lo);
-    const vd q = SD::div(n, d);
+    const vd inv = SD::div(SD::set1(1.0), d);
+    const vd q = SD::mul(n, inv);  // within about 1.5 ulp of n/d: n - q d is exact
     vd p, pe;
     two_prod(q, d, p, pe);
     const vd residual = SD::sub(SD::add(SD::sub(SD::sub(n, p), pe), nl), SD::mul(q, dl));
-    const vd t = SD::add(q, SD::div(residual, d));
+    const vd t = SD::add(q, SD::mul(residual, inv));
     return SD::bit_xor(t, SD::bit_and(odd, SD::set1(-0.0)));
 }
 

@@ -262,8 +262,11 @@ struct DoubleSinCos {
         const vd ax = SD::bit_andnot(special(x, x, x), SD::abs(x));
         const Reduced a = reduce<DoubleParts<Var>::reduction>(ax);
         if constexpr (DoubleParts<Var>::merged) {
-            s = SD::bit_xor(merged_value<Fn::sin>(a), sign_of<double>(x));
-            c = merged_value<Fn::cos>(a);
+            // Both forms once, then each lane's pick: the bits of merged_value.
+            const vd z = SD::mul(a.hi, a.hi);
+            const vd sf = sine_form(a.hi, a.lo, z), cf = cosine_form(a.hi, a.lo, z);
+            s = SD::bit_xor(place(a.k, sf, cf), sign_of<double>(x));
+            c = place(next_quadrant(a.k), sf, cf);
         } else {
             const auto p = DoubleParts<Var>::eval(a);
             s = SD::bit_xor(finish<Fn::sin>(a.k, p.s, p.c), sign_of<double>(x));
