@@ -67,19 +67,35 @@ QOR_KERNEL_INLINE Pair sin_precise(vd rh, vd rl, vd z) {
     return {s, SD::add(e, SD::add(tl, SD::add(poly, drl)))};
 }
 
-// cos r to about 2^-60 relative before the final addition: r^2/2 from
-// rh = a + b with a of 26 bits, a^2/2 exact and 1 - a^2/2 error-free.
+// cos r for the tangent, whose quotient carries the errors of both parts:
+// 1 - r^2/2 + r^4/24 with the two leading terms exact.  rh = a + b with a
+// of 13 bits makes a^2/2 and a^4/32 exact (a^4 = (a^2)^2 has 52 bits);
+// the rest of r^4/24, the corrections for b and rl and the polynomial
+// r^6 R(z) (relative error 2^-47.2) are small.
+inline constexpr double kCos6[5] = {dbl(0xBDA910194A2FE454ull), dbl(0x3E21EEC2A378065Dull), dbl(0xBE927E4FADA6977Full),
+                                    dbl(0x3EFA01A019FE98E0ull), dbl(0xBF56C16C16C16BF1ull)};
+
 QOR_KERNEL_INLINE Pair cos_precise(vd rh, vd rl, vd z) {
-    const vd a = SD::bit_and(rh, Bits<double>::pattern(Bits<double>::kSplitHead));
+    const vd a = SD::bit_and(rh, Bits<double>::pattern(0xFFFFF00000000000ull));
     const vd b = SD::sub(rh, a);
-    const vd half = SD::set1(0.5);
-    const vd h = SD::mul(SD::mul(a, a), half);
+    const vd a2 = SD::mul(a, a);
+    const vd h = SD::mul(a2, SD::set1(0.5));
     const vd one = SD::set1(1.0);
     const vd s = SD::sub(one, h);
     const vd e = SD::sub(SD::sub(one, s), h);
-    const vd hl = SD::mul(b, SD::add(a, SD::mul(b, half)));  // rh^2/2 - h
-    const vd poly = SD::mul(SD::mul(z, z), lanes::horner<SD>(z, kCos4));
-    return {s, SD::add(SD::sub(SD::sub(e, hl), SD::mul(rh, rl)), poly)};
+    const vd a4 = SD::mul(a2, a2);
+    const vd t = SD::mul(a4, SD::set1(0.03125));
+    const vd s2 = SD::add(s, t);
+    const vd e2 = SD::add(SD::sub(s, s2), t);
+    const vd hl = SD::mul(b, SD::add(a, SD::mul(b, SD::set1(0.5))));  // rh^2/2 - a^2/2
+    // rh^4 - a^4 = b (4 a^3 + b (6 a^2 + b (4 a + b)))
+    const vd four_a = SD::mul(a, SD::set1(4.0));
+    const vd d4 = SD::mul(b, SD::add(SD::mul(four_a, a2),
+                                     SD::mul(b, SD::add(SD::mul(a2, SD::set1(6.0)), SD::mul(b, SD::add(four_a, b))))));
+    const vd t4 = SD::add(SD::mul(a4, SD::set1(dbl(0x3F85555555555555ull))), SD::mul(d4, SD::set1(dbl(0x3FA5555555555555ull))));
+    const vd poly = SD::mul(SD::mul(SD::mul(z, z), z), lanes::horner<SD>(z, kCos6));
+    const vd drl = SD::mul(rl, SD::mul(rh, SD::sub(SD::mul(z, SD::set1(dbl(0x3FC5555555555555ull))), one)));  // -rl sin r
+    return {s2, SD::add(SD::add(e, e2), SD::add(SD::sub(t4, hl), SD::add(poly, drl)))};
 }
 
 // sin r in the lanes where `cosine` is clear, cos r where it is set, by
@@ -88,7 +104,7 @@ QOR_KERNEL_INLINE Pair cos_precise(vd rh, vd rl, vd z) {
 // polynomial (its coefficients picked per lane) have one form for both.
 //   sine:   rh + a^3 (-0.15625) + [a^3 t6 + b (-a^2/2 + b (-a/2 - b/6))]
 //           + rh z^2 P(z) + rl (1 - z/2)
-//   cosine: 1 + a^2 (-0.5) + [b (-a + b (-1/2))] + z^2 Q(z) - rl rh
+//   cosine: 1 + a^2 (-0.5) + [b (-a + b (-1/2))] + z^2 Q(z) - rl rh (1 - z/6)
 // (a the head of 17 bits for the sine, 26 for the cosine; t6 = -1/6 +
 // 0.15625).  pick(sine value, cosine value) gives the value of each lane's
 // form: sin_or_cos_precise picks per lane by the mask; sine_form and
@@ -114,7 +130,8 @@ QOR_KERNEL_INLINE vd sin_or_cos_steps(vd rh, vd rl, vd z, Pick pick) {
     vd p = pick(SD::set1(kSin5[0]), SD::set1(kCos4[0]));
     for (int j = 1; j < 6; ++j) p = SD::add(SD::mul(p, z), pick(SD::set1(kSin5[j]), SD::set1(kCos4[j])));
     const vd poly = SD::mul(SD::mul(SD::mul(z, z), lead), p);
-    const vd drl = SD::mul(rl, pick(SD::add(SD::set1(1.0), SD::mul(z, minus_half)), SD::neg(rh)));
+    const vd drl = SD::mul(rl, pick(SD::add(SD::set1(1.0), SD::mul(z, minus_half)),
+                                    SD::mul(rh, SD::sub(SD::mul(z, SD::set1(dbl(0x3FC5555555555555ull))), SD::set1(1.0)))));
     return SD::add(s, SD::add(e, SD::add(corr, SD::add(poly, drl))));
 }
 
