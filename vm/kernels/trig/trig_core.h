@@ -105,15 +105,14 @@ QOR_KERNEL_INLINE Pair cos_precise(vd rh, vd rl, vd z) {
 //   sine:   rh + a^3 (-0.15625) + [a^3 t6 + b (-a^2/2 + b (-a/2 - b/6))]
 //           + rh z^2 P(z) + rl (1 - z/2)
 //   cosine: 1 + a^2 (-0.5) + [b (-a + b (-1/2))] + z^2 Q(z) - rl rh (1 - z/6)
-// (a the head of 17 bits for the sine, 26 for the cosine; t6 = -1/6 +
-// 0.15625).  pick(sine value, cosine value) gives the value of each lane's
+// (a the head of 13 bits of rh, whose square and cube are exact; t6 =
+// -1/6 + 0.15625).  pick(sine value, cosine value) gives the value of each lane's
 // form: sin_or_cos_precise picks per lane by the mask; sine_form and
 // cosine_form pick at compile time and so run the same operations, giving
 // the same bits lane by lane.
 template <class Pick>
 QOR_KERNEL_INLINE vd sin_or_cos_steps(vd rh, vd rl, vd z, Pick pick) {
-    const vd a = SD::bit_and(rh, pick(Bits<double>::pattern(0xFFFFFFF000000000ull),
-                                      Bits<double>::pattern(Bits<double>::kSplitHead)));
+    const vd a = SD::bit_and(rh, Bits<double>::pattern(0xFFFFF00000000000ull));
     const vd b = SD::sub(rh, a);
     const vd a2 = SD::mul(a, a);
     const vd minus_half = SD::set1(-0.5);
