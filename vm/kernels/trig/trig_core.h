@@ -171,10 +171,6 @@ QOR_KERNEL_INLINE vi next_quadrant(vi k) { return simd::vadd_vl_vl_vl(k, simd::v
 QOR_KERNEL_INLINE vd place(vi k, vd s, vd c) {
     return SD::bit_xor(SD::select(odd_quadrant(k), c, s), half_turn_sign(k));
 }
-QOR_KERNEL_INLINE vd place(vi k, Pair s, Pair c) {
-    const vd odd = odd_quadrant(k);
-    return SD::bit_xor(SD::add(SD::select(odd, c.hi, s.hi), SD::select(odd, c.lo, s.lo)), half_turn_sign(k));
-}
 
 // tan(k pi/2 + r) = s/c for k even, -c/s for k odd.
 QOR_KERNEL_INLINE vd tan_place(vi k, vd s, vd c) {
