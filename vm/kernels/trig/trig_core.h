@@ -185,6 +185,9 @@ QOR_KERNEL_INLINE vd tan_place(vi k, Pair s, Pair c) {
     const vd odd = odd_quadrant(k);
     const Pair num{SD::select(odd, c.hi, s.hi), SD::select(odd, c.lo, s.lo)};
     const Pair den{SD::select(odd, s.hi, c.hi), SD::select(odd, s.lo, c.lo)};
+    // Normalised first: one correction step leaves the square of the
+    // quotient's relative error, which the raw low parts (up to 2^-7 of the
+    // high ones) would make far too large.
     const vd n = SD::add(num.hi, num.lo), nl = SD::add(SD::sub(num.hi, n), num.lo);
     const vd d = SD::add(den.hi, den.lo), dl = SD::add(SD::sub(den.hi, d), den.lo);
     const vd inv = SD::div(SD::set1(1.0), d);
