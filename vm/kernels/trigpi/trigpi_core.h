@@ -16,7 +16,9 @@
 // Then t = r * K (K = pi or pi/180) in radians, |t| <= pi/4, and
 //   sin t = t + t^3 P(t^2),   cos t = 1 - t^2/2 + t^4 Q(t^2),
 // P and Q the Taylor series cut where the next term is below 2^-60 (double
-// HA), 2^-53 (double LA), 2^-44 (single through double) or 2^-28 (single).
+// HA) or 2^-53 (double LA).  Single results (through double, or in single
+// arithmetic) take fits in r^2 directly, r in half turns (degrees are
+// scaled by 1/180 first, a rounding that single precision never sees).
 // The double HA path carries t as a double-double (K in two parts, the
 // product by Dekker's split, no FMA) and returns sine and cosine each as an
 // unevaluated pair, so that the final addition is the only rounding that
@@ -50,11 +52,16 @@ inline constexpr double kCosLong[7] = {1 / 20922789888000.0, -1 / 87178291200.0,
                                        -1 / 3628800.0, 1 / 40320.0, -1 / 720.0, 1 / 24.0};
 inline constexpr double kSinMid[7] = {-1 / 1307674368000.0, 1 / 6227020800.0, -1 / 39916800.0, 1 / 362880.0,
                                       -1 / 5040.0, 1 / 120.0, -1 / 6.0};
-inline constexpr double kSinShort[6] = {1 / 6227020800.0, -1 / 39916800.0, 1 / 362880.0, -1 / 5040.0, 1 / 120.0,
-                                        -1 / 6.0};
-inline constexpr double kCosShort[5] = {1 / 479001600.0, -1 / 3628800.0, 1 / 40320.0, -1 / 720.0, 1 / 24.0};
-inline constexpr float kSinSingle[4] = {1 / 362880.0f, -1 / 5040.0f, 1 / 120.0f, -1 / 6.0f};
-inline constexpr float kCosSingle[4] = {-1 / 3628800.0f, 1 / 40320.0f, -1 / 720.0f, 1 / 24.0f};
+
+// Fits in w = r^2 on |r| <= 1/4 (r in half turns), highest degree first:
+// sin(pi r) = r P(w) and cos(pi r) = Q(w), relative error 2^-37.6 and
+// 2^-33.8 (double, for single results) or 2^-28.1 and 2^-24.6 (single).
+inline constexpr double kSinPiW[5] = {dbl(0x3FB4BC85C809EEACull), dbl(0xBFE32CA9D78F794Cull), dbl(0x400466BBAC8A31F8ull),
+                                      dbl(0xC014ABBCE56AE6B7ull), dbl(0x400921FB5443B586ull)};
+inline constexpr double kCosPiW[5] = {dbl(0x3FCD9C2E7F15BCF2ull), dbl(0xBFF55C57912F05FDull), dbl(0x40103C1DC16CDE6Eull),
+                                      dbl(0xC013BD3CC7313B31ull), dbl(0x3FEFFFFFFFF9785Full)};
+inline constexpr float kSinPiWf[4] = {flt(0xBF16CDA0u), flt(0x40232F62u), flt(0xC0A55DDDu), flt(0x40490FDBu)};
+inline constexpr float kCosPiWf[5] = {flt(0x3E6CE174u), flt(0xBFAAE2BDu), flt(0x4081E0EEu), flt(0xC09DE9E6u), flt(0x3F800000u)};
 
 // ---- quarter-turn reduction ------------------------------------------------------
 template <class T>

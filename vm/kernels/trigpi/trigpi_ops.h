@@ -54,47 +54,81 @@ inline vd full_mask(vd sign_only) {
     return simd::vcast_vd_vi(simd::veq_vl_vl_vl(simd::vcast_vi_vd(sign_only), simd::vcast_vi_vd(simd::vsignmask_vd())));
 }
 
-// The double vector path; `marked` gets the lanes for the scalar routine.
+// The reduced argument with its sine and cosine (as pairs for the HA
+// method, in .hi otherwise), before the quadrant is applied.
+struct Evaluated {
+    Quarter<double> q;
+    vd sign, tiny;
+    SinCosPairs sc;
+};
+
+// The double vector path up to the quadrant; `marked` gets the lanes for
+// the scalar routine.  With Scale, tiny arguments are scaled up: the sine
+// and tangent of the pairs would otherwise round twice into the subnormal
+// range (hi, then hi + lo); their results are scaled back with one
+// rounding.  Nothing tiny lies in another quadrant, and the cosine there
+// is 1 either way.
+template <Unit U, Method M, bool Scale>
+QOR_KERNEL_INLINE Evaluated evaluate(vd x, vd& marked) {
+    Evaluated e;
+    marked = lanes::upper_word_above(x, UnitOf<U>::kMarkAbove);
+    e.sign = sign_of<double>(x);
+    vd a = SD::bit_andnot(marked, SD::abs(x));
+    if constexpr (Scale) {
+        e.tiny = SD::lt(a, SD::set1(0x1p-900));
+        a = SD::mul(a, SD::select(e.tiny, SD::set1(0x1p110), SD::set1(1.0)));
+    }
+    e.q = U == Unit::degrees ? reduce_degrees(a) : reduce_pi_units<double>(a);
+    if constexpr (M == Method::pairs) {
+        const Pair t = U == Unit::degrees ? times_constant<kPiBy180Hi, kPiBy180Lo>(e.q.r) : times_constant<kPiHi, kPiLo>(e.q.r);
+        e.sc = sin_cos_pairs(t);
+    } else if constexpr (M == Method::plain) {
+        const vd t = SD::mul(e.q.r, SD::set1(U == Unit::degrees ? kPiBy180Hi : kPiHi));
+        sin_cos_plain<SD>(t, kSinMid, kCosLong, e.sc.s.hi, e.sc.c.hi);
+    } else {
+        const vd r = U == Unit::degrees ? SD::mul(e.q.r, SD::set1(1 / 180.0)) : e.q.r;
+        const vd w = SD::mul(r, r);
+        e.sc.s.hi = SD::mul(r, lanes::horner<SD>(w, kSinPiW));
+        e.sc.c.hi = lanes::horner<SD>(w, kCosPiW);
+    }
+    return e;
+}
+
+// The function F of the evaluated argument: quadrant, sign, poles.
+template <Fn F, Method M, bool Scale>
+QOR_KERNEL_INLINE vd finish(const Evaluated& e, vd& marked) {
+    vd y;
+    if constexpr (M == Method::pairs && F == Fn::tan) {
+        y = signed_tangent_zero<double>(e.q, tangent_of_quadrant(e.q, e.sc));
+    } else {
+        vd s = e.sc.s.hi, c = e.sc.c.hi;
+        if constexpr (M == Method::pairs) s = SD::add(s, e.sc.s.lo), c = SD::add(c, e.sc.c.lo);
+        if constexpr (F == Fn::tan) {
+            const vd odd = index_bit<double, 0>(e.q.index);
+            y = signed_tangent_zero<double>(e.q, SD::div(SD::bit_xor(SD::select(odd, c, s), odd), SD::select(odd, s, c)));
+        } else {
+            y = F == Fn::sin ? sine_of_quadrant<double>(e.q, s, c) : cosine_of_quadrant<double>(e.q, s, c);
+        }
+    }
+    if constexpr (Scale && F != Fn::cos) y = SD::mul(y, SD::select(e.tiny, SD::set1(0x1p-110), SD::set1(1.0)));
+    if constexpr (F == Fn::tan) marked = SD::bit_or(marked, full_mask(tangent_pole<double>(e.q)));
+    return F == Fn::cos ? y : SD::bit_xor(y, e.sign);
+}
+
 template <Fn F, Unit U, Method M>
 QOR_KERNEL_INLINE vd trig(vd x, vd& marked) {
-    marked = lanes::upper_word_above(x, UnitOf<U>::kMarkAbove);
-    const vd sign = sign_of<double>(x);
-    vd a = SD::bit_andnot(marked, SD::abs(x));
-    // Sine and tangent of the pairs would round twice into the subnormal
-    // range (hi, then hi + lo): tiny arguments are scaled up, the result
-    // back down with one rounding.  Nothing tiny has another quadrant.
-    constexpr bool kScales = M == Method::pairs && F != Fn::cos;
-    vd tiny;
-    if constexpr (kScales) {
-        tiny = SD::lt(a, SD::set1(0x1p-900));
-        a = SD::mul(a, SD::select(tiny, SD::set1(0x1p110), SD::set1(1.0)));
-    }
-    const Quarter<double> q = U == Unit::degrees ? reduce_degrees(a) : reduce_pi_units<double>(a);
-    vd y;
-    if constexpr (M == Method::pairs) {
-        const Pair t = U == Unit::degrees ? times_constant<kPiBy180Hi, kPiBy180Lo>(q.r) : times_constant<kPiHi, kPiLo>(q.r);
-        const SinCosPairs sc = sin_cos_pairs(t);
-        if constexpr (F == Fn::tan) {
-            y = signed_tangent_zero<double>(q, tangent_of_quadrant(q, sc));
-        } else {
-            const vd s = SD::add(sc.s.hi, sc.s.lo), c = SD::add(sc.c.hi, sc.c.lo);
-            y = F == Fn::sin ? sine_of_quadrant<double>(q, s, c) : cosine_of_quadrant<double>(q, s, c);
-        }
-    } else {
-        const vd t = SD::mul(q.r, SD::set1(U == Unit::degrees ? kPiBy180Hi : kPiHi));
-        vd s, c;
-        if constexpr (M == Method::plain) sin_cos_plain<SD>(t, kSinMid, kCosLong, s, c);
-        else sin_cos_plain<SD>(t, kSinShort, kCosShort, s, c);
-        if constexpr (F == Fn::tan) {
-            const vd odd = index_bit<double, 0>(q.index);
-            y = signed_tangent_zero<double>(q, SD::div(SD::bit_xor(SD::select(odd, c, s), odd), SD::select(odd, s, c)));
-        } else {
-            y = F == Fn::sin ? sine_of_quadrant<double>(q, s, c) : cosine_of_quadrant<double>(q, s, c);
-        }
-    }
-    if constexpr (kScales) y = SD::mul(y, SD::select(tiny, SD::set1(0x1p-110), SD::set1(1.0)));
-    if constexpr (F == Fn::tan) marked = SD::bit_or(marked, full_mask(tangent_pole<double>(q)));
-    return F == Fn::cos ? y : SD::bit_xor(y, sign);
+    constexpr bool kScale = M == Method::pairs && F != Fn::cos;
+    return finish<F, M, kScale>(evaluate<U, M, kScale>(x, marked), marked);
+}
+
+// Sine and cosine of pi x from one evaluation, the bits of trig() for each.
+template <Method M>
+QOR_KERNEL_INLINE void sin_cos_pi(vd x, vd& s, vd& c) {
+    constexpr bool kScale = M == Method::pairs;
+    vd marked;
+    const Evaluated e = evaluate<Unit::pi, M, kScale>(x, marked);
+    s = finish<Fn::sin, M, kScale>(e, marked);
+    c = finish<Fn::cos, M, kScale>(e, marked);
 }
 
 // The single-precision LA path of Sinpi and Cospi, in single arithmetic.
@@ -104,8 +138,8 @@ QOR_KERNEL_INLINE vf trig_single(vf x, vf& marked) {
     const vf sign = sign_of<float>(x);
     const vf a = SF::bit_andnot(marked, SF::abs(x));
     const Quarter<float> q = reduce_pi_units<float>(a);
-    vf s, c;
-    sin_cos_plain<SF>(SF::mul(q.r, SF::set1(float(kPiHi))), kSinSingle, kCosSingle, s, c);
+    const vf w = SF::mul(q.r, q.r);
+    const vf s = SF::mul(q.r, lanes::horner<SF>(w, kSinPiWf)), c = lanes::horner<SF>(w, kCosPiWf);
     if constexpr (F == Fn::sin) return SF::bit_xor(sine_of_quadrant<float>(q, s, c), sign);
     else return cosine_of_quadrant<float>(q, s, c);
 }
@@ -176,13 +210,14 @@ struct SinCosPi {
     using V = typename S::V;
     static constexpr bool reads_mode = true;
     void operator()(V x, V& s, V& c) const {
-        V m;
         if constexpr (sizeof(T) == 8) {
-            s = trig<Fn::sin, Unit::pi, Method::pairs>(x, m);
-            c = trig<Fn::cos, Unit::pi, Method::pairs>(x, m);
+            sin_cos_pi<Method::pairs>(x, s, c);
         } else {
-            s = SingleTrig<Fn::sin, Unit::pi>{}(x, m);
-            c = SingleTrig<Fn::cos, Unit::pi>{}(x, m);
+            vd s0, c0, s1, c1;
+            sin_cos_pi<Method::through>(lanes::low_half(x), s0, c0);
+            sin_cos_pi<Method::through>(lanes::high_half(x), s1, c1);
+            s = lanes::narrow(s0, s1);
+            c = lanes::narrow(c0, c1);
         }
     }
     V special(V x, V, V) const { return S::isnonfinite(x); }
