@@ -15,8 +15,7 @@
 //
 // Then t = r * K (K = pi or pi/180) in radians, |t| <= pi/4, and
 //   sin t = t + t^3 P(t^2),   cos t = 1 - t^2/2 + t^4 Q(t^2),
-// P and Q the Taylor series cut where the next term is below 2^-60 (double
-// HA) or 2^-53 (double LA).  Single results (through double, or in single
+// P and Q fits within 2^-54 relative (double HA and LA).  Single results (through double, or in single
 // arithmetic) take fits in r^2 directly, r in half turns (degrees are
 // scaled by 1/180 first, a rounding that single precision never sees).
 // The double HA path carries t as a double-double (K in two parts, the
@@ -44,22 +43,23 @@ inline constexpr double kPiBy180Hi = dbl(0x3F91DF46A2529D39ull);
 inline constexpr double kPiBy180Lo = dbl(0x3C15C1D8BECDD291ull);
 inline constexpr double kSplitter = 134217729.0;  // 2^27 + 1, Dekker's split
 
-// Taylor coefficients, highest degree first: P(z) = -1/3! + z/5! - ...,
-// Q(z) = 1/4! - z/6! + ...  (every factorial up to 18! is exact in double).
-inline constexpr double kSinLong[8] = {1 / 355687428096000.0, -1 / 1307674368000.0, 1 / 6227020800.0,
-                                       -1 / 39916800.0, 1 / 362880.0, -1 / 5040.0, 1 / 120.0, -1 / 6.0};
-inline constexpr double kCosLong[7] = {1 / 20922789888000.0, -1 / 87178291200.0, 1 / 479001600.0,
-                                       -1 / 3628800.0, 1 / 40320.0, -1 / 720.0, 1 / 24.0};
-inline constexpr double kSinMid[7] = {-1 / 1307674368000.0, 1 / 6227020800.0, -1 / 39916800.0, 1 / 362880.0,
-                                      -1 / 5040.0, 1 / 120.0, -1 / 6.0};
+// Fits, highest degree first, on t^2 <= 0.81^2 (t a hair past pi/4, as
+// j = rint(a * (1/90)) may round the other way): sin t = t + t^3 P(t^2)
+// and cos t = 1 - t^2/2 + t^4 Q(t^2), P and Q each within 2^-54 relative.
+inline constexpr double kSinTail[7] = {dbl(0xBD6AAE09B3E59826ull), dbl(0x3DE61211E62D2A36ull), dbl(0xBE5AE645394E2FCAull),
+                                       dbl(0x3EC71DE3A5415C08ull), dbl(0xBF2A01A01A0196BCull), dbl(0x3F81111111111110ull),
+                                       dbl(0xBFC5555555555555ull)};
+inline constexpr double kCosTail[6] = {dbl(0xBDA904B576D7E75Aull), dbl(0x3E21EEB20E0EC369ull), dbl(0xBE927E4F9D081BC2ull),
+                                       dbl(0x3EFA01A019F15E29ull), dbl(0xBF56C16C16C1686Full), dbl(0x3FA5555555555555ull)};
 
-// Fits in w = r^2 on |r| <= 1/4 (r in half turns), highest degree first:
-// sin(pi r) = r P(w) and cos(pi r) = Q(w), relative error 2^-37.6 and
-// 2^-33.8 (double, for single results) or 2^-28.1 and 2^-24.6 (single).
-inline constexpr double kSinPiW[5] = {dbl(0x3FB4BC85C809EEACull), dbl(0xBFE32CA9D78F794Cull), dbl(0x400466BBAC8A31F8ull),
-                                      dbl(0xC014ABBCE56AE6B7ull), dbl(0x400921FB5443B586ull)};
-inline constexpr double kCosPiW[5] = {dbl(0x3FCD9C2E7F15BCF2ull), dbl(0xBFF55C57912F05FDull), dbl(0x40103C1DC16CDE6Eull),
-                                      dbl(0xC013BD3CC7313B31ull), dbl(0x3FEFFFFFFFF9785Full)};
+// Fits in w = r^2 on |r| <= 0.26 (r in half turns), highest degree first:
+// sin(pi r) = r P(w) and cos(pi r) = Q(w), relative error 2^-37 and
+// 2^-33.2 (double, for single results); on |r| <= 1/4, 2^-28.1 and 2^-24.6
+// (single).
+inline constexpr double kSinPiW[5] = {dbl(0x3FB4B67226FCB6EFull), dbl(0xBFE32C93B3EA82E4ull), dbl(0x400466BB7B20D91Aull),
+                                      dbl(0xC014ABBCE5263E17ull), dbl(0x400921FB54437C3Full)};
+inline constexpr double kCosPiW[5] = {dbl(0x3FCD9191A5DAB915ull), dbl(0xBFF55C30E69A82BCull), dbl(0x40103C1D6B1FF0D8ull),
+                                      dbl(0xC013BD3CC64162B6ull), dbl(0x3FEFFFFFFFF657F0ull)};
 inline constexpr float kSinPiWf[4] = {flt(0xBF16CDA0u), flt(0x40232F62u), flt(0xC0A55DDDu), flt(0x40490FDBu)};
 inline constexpr float kCosPiWf[5] = {flt(0x3E6CE174u), flt(0xBFAAE2BDu), flt(0x4081E0EEu), flt(0xC09DE9E6u), flt(0x3F800000u)};
 
@@ -164,7 +164,7 @@ struct SinCosPairs {
 inline SinCosPairs sin_cos_pairs(Pair t) {
     const Pair sq = two_product(t.hi, t.hi);
     const vd z = sq.hi;
-    vd s_tail = SD::mul(t.hi, SD::mul(z, lanes::horner<SD>(z, kSinLong)));
+    vd s_tail = SD::mul(t.hi, SD::mul(z, lanes::horner<SD>(z, kSinTail)));
     // t.lo (1 - z/2), and -t.hi sq.lo / 6 for the rounding of z in t^3/6.
     const vd s_low = SD::add(t.lo, SD::mul(t.hi, SD::mul(sq.lo, SD::set1(-1 / 6.0))));
     s_tail = SD::add(SD::sub(s_low, SD::mul(t.lo, SD::mul(SD::set1(0.5), z))), s_tail);
@@ -172,7 +172,7 @@ inline SinCosPairs sin_cos_pairs(Pair t) {
     const vd w = SD::sub(SD::set1(1.0), h);
     vd c_tail = SD::sub(SD::sub(SD::set1(1.0), w), h);
     c_tail = SD::sub(c_tail, SD::add(SD::mul(SD::set1(0.5), sq.lo), SD::mul(t.hi, t.lo)));
-    c_tail = SD::add(c_tail, SD::mul(SD::mul(z, z), lanes::horner<SD>(z, kCosLong)));
+    c_tail = SD::add(c_tail, SD::mul(SD::mul(z, z), lanes::horner<SD>(z, kCosTail)));
     return {{t.hi, s_tail}, {w, c_tail}};
 }
 

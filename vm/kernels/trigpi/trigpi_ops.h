@@ -84,7 +84,7 @@ QOR_KERNEL_INLINE Evaluated evaluate(vd x, vd& marked) {
         e.sc = sin_cos_pairs(t);
     } else if constexpr (M == Method::plain) {
         const vd t = SD::mul(e.q.r, SD::set1(U == Unit::degrees ? kPiBy180Hi : kPiHi));
-        sin_cos_plain<SD>(t, kSinMid, kCosLong, e.sc.s.hi, e.sc.c.hi);
+        sin_cos_plain<SD>(t, kSinTail, kCosTail, e.sc.s.hi, e.sc.c.hi);
     } else {
         const vd r = U == Unit::degrees ? SD::mul(e.q.r, SD::set1(1 / 180.0)) : e.q.r;
         const vd w = SD::mul(r, r);
