@@ -20,8 +20,8 @@
 // scaled by 1/180 first, a rounding that single precision never sees).
 // The double HA path carries t as a double-double (K in two parts, the
 // product by Dekker's split, no FMA) and returns sine and cosine each as an
-// unevaluated pair, so that the final addition is the only rounding that
-// counts: about 0.5 ulp plus 2^-56 relative.
+// unevaluated pair: the head exact, so that the error is the final
+// addition's and that of the tail, itself a tenth of the result at most.
 #pragma once
 
 #include <bit>
