@@ -15,8 +15,9 @@
 //     HA: computed in double from fits within 2^-33 and rounded once
 //         [0.5015 ulp].
 //     LA = EP (Sinpi, Cospi): single-precision arithmetic [1.72 ulp].
-// Exact values come out exact: sin and cos of multiples of 30 degrees,
-// tand(45) = tanpi(1/4) = 1, and 0 and +-1 at whole quarter turns.
+// Exact values come out exact: sind(30) = cosd(60) = 1/2 and their images
+// in every quadrant, tand(45) = tanpi(1/4) = 1, and 0 and +-1 at whole
+// quarter turns.
 // Signed zeros: sine and tangent are odd, a zero sine of a whole number of
 // half turns has the sign of x, a zero cosine is +0, a zero tangent is the
 // quotient of those two.
