@@ -179,17 +179,23 @@ QOR_KERNEL_INLINE Series<T> arcsine_series(typename simd::Simd<T>::V a, const T 
     return {big, v, tail};
 }
 
-// K + m (v + tail) in two parts, K = (k_hi, k_lo) and m a power of two
-// times +-1 with |m v| <= |K| where K is not zero.
-template <class T>
+// K + m (v + tail), K = (k_hi, k_lo) and m a power of two times +-1 with
+// |m v| <= |K| where K is not zero: in two parts for the exact method, in
+// one (lo = 0, k_lo unused) otherwise.
+template <class T, Method M>
 QOR_KERNEL_INLINE void assemble(const Series<T>& sr, typename simd::Simd<T>::V k_hi, typename simd::Simd<T>::V k_lo,
                                 typename simd::Simd<T>::V m, typename simd::Simd<T>::V& hi,
                                 typename simd::Simd<T>::V& lo) {
     using S = simd::Simd<T>;
-    const auto mv = S::mul(m, sr.v);
-    hi = S::add(k_hi, mv);
-    const auto e = S::add(S::sub(k_hi, hi), mv);
-    lo = S::add(e, S::add(k_lo, S::mul(m, sr.tail)));
+    if constexpr (M == Method::Exact) {
+        const auto mv = S::mul(m, sr.v);
+        hi = S::add(k_hi, mv);
+        const auto e = S::add(S::sub(k_hi, hi), mv);
+        lo = S::add(e, S::add(k_lo, S::mul(m, sr.tail)));
+    } else {
+        hi = S::add(k_hi, S::mul(m, S::add(sr.v, sr.tail)));
+        lo = S::set1(T(0));
+    }
 }
 
 template <class T> struct PiParts;
@@ -210,7 +216,7 @@ QOR_KERNEL_INLINE void asin_parts(typename simd::Simd<T>::V a, const T (&p)[N], 
     const auto k_hi = S::bit_and(sr.big, S::set1(PiParts<T>::half_hi));
     const auto k_lo = S::bit_and(sr.big, S::set1(PiParts<T>::half_lo));
     const auto m = S::select(sr.big, S::set1(T(-2)), S::set1(T(1)));
-    assemble<T>(sr, k_hi, k_lo, m, hi, lo);
+    assemble<T, M>(sr, k_hi, k_lo, m, hi, lo);
 }
 
 // acos(x) in two parts.
@@ -225,7 +231,7 @@ QOR_KERNEL_INLINE void acos_parts(typename simd::Simd<T>::V x, const T (&p)[N], 
     const auto k_lo = S::select(sr.big, S::bit_and(neg, S::set1(PiParts<T>::pi_lo)), S::set1(PiParts<T>::half_lo));
     const auto m = S::select(sr.big, S::select(neg, S::set1(T(-2)), S::set1(T(2))),
                              S::select(neg, S::set1(T(1)), S::set1(T(-1))));
-    assemble<T>(sr, k_hi, k_lo, m, hi, lo);
+    assemble<T, M>(sr, k_hi, k_lo, m, hi, lo);
 }
 
 // ---- special arguments of the two-argument arctangent ------------------------------------
