@@ -7,10 +7,10 @@
 //         pi-scaled form, one kernel for every slot, times 1/pi in two
 //         parts.
 //     LA: the plain method with the low parts of the table, 5 terms (about
-//         1.5 ulp);  EP: 3 terms (about 2^-38 relative).
+//         1.5 ulp);  EP: the coarse rows and 4 terms (about 2^-33).
 //   single:
-//     HA: the plain breakpoint method in double, rounded once (0.5 ulp plus
-//         2^-38); the pi-scaled form likewise.
+//     HA: the plain method on the coarse rows in double, rounded once (0.5
+//         ulp plus 2^-9); the pi-scaled form likewise.
 //     LA, EP: atan(min/max) from 8 or 4 terms on [0, 1] (about 1 ulp and
 //         2^-12), reflected by quadrant.
 // The scalar routine takes NaN, infinities and zeros (C's table of signed
@@ -27,9 +27,10 @@
 
 namespace qor::vm::invtrig {
 
-// Lane masks of negative x (sign bit set) as row offsets of the table.
+// The row offset of each lane: 9 where x has its sign bit set, else 0.
 QOR_KERNEL_INLINE vi negative_rows(vd x) {
-    return simd::vand_vi_vi_vi(simd::vgt_vl_vl_vl(simd::vzero_vi(), SD::to_bits(x)), simd::vset1_vl_l(kAtanNegativeRows));
+    const vi s = simd::vsrl_vl_vl_i(SD::to_bits(x), 63);
+    return simd::vadd_vl_vl_vl(simd::vsll_vl_vl_i(s, 3), s);
 }
 
 // The angle of (x, y) in double by the method of the variant, for lanes
@@ -40,15 +41,15 @@ QOR_KERNEL_INLINE vd atan2_lanes(vd y, vd x) {
     const vi base = negative_rows(x);
     vd r;
     if constexpr (ForSingle) {
-        r = atan_plain<false>(a, b, flip, base, kAtanP3);
+        r = atan_plain<Rows::Coarse>(a, b, flip, base, kAtanCoarseP4);
         if constexpr (PiScaled) r = SD::mul(r, SD::set1(kInvPiHi));
     } else if constexpr (PiScaled || Var == Variant::HA) {
         const Pair p = atan_exact(a, b, flip, base, kAtanP6);
         r = PiScaled ? times_inv_pi(p) : SD::add(p.hi, p.lo);
     } else if constexpr (Var == Variant::LA) {
-        r = atan_plain<true>(a, b, flip, base, kAtanP5);
+        r = atan_plain<Rows::Fine>(a, b, flip, base, kAtanP5);
     } else {
-        r = atan_plain<false>(a, b, flip, base, kAtanP3);
+        r = atan_plain<Rows::Coarse>(a, b, flip, base, kAtanCoarseP4);
     }
     return SD::bit_xor(r, sign_of<double>(y));
 }
@@ -96,11 +97,13 @@ struct DoubleArctan2 {
     }
     // Magnitudes above 2^1000 (infinities and NaN included) or below 2^-900
     // but not zero: there the exact products of the method would overflow
-    // or fall below the normal range.
+    // or fall below the normal range.  One signed compare of the patterns
+    // shifted so that [2^-900, 2^1000] starts at the smallest integer.
     QOR_KERNEL_INLINE static vd outside(vd m) {
-        const vd zero = SD::set1(0.0);
-        return SD::bit_or(Bits<double>::int_greater(m, SD::set1(0x1p1000)),
-                          SD::bit_and(Bits<double>::int_greater(SD::set1(0x1p-900), m), Bits<double>::int_greater(m, zero)));
+        constexpr uint64_t lo = 0x07B0000000000000ull, hi = 0x7E70000000000000ull;  // 2^-900, 2^1000
+        const vi shifted = simd::vadd_vl_vl_vl(SD::to_bits(m), simd::vset1_vl_l(int64_t(0x8000000000000000ull - lo)));
+        const vi out = simd::vgt_vl_vl_vl(shifted, simd::vset1_vl_l(int64_t(hi - lo + 0x8000000000000000ull)));
+        return SD::bit_andnot(SD::eq(m, SD::set1(0.0)), SD::from_bits(out));
     }
     int fix(double y, double x, double& r) const {
         y = flush_subnormal(y);

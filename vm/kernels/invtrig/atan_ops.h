@@ -5,10 +5,11 @@
 //         two parts.
 //     LA: the plain breakpoint method with the low parts of the table and
 //         5 terms (about 1.5 ulp).
-//     EP: the plain method with 3 terms (about 2^-38 relative).
+//     EP: the plain method on the coarse rows (angles j pi/8) with 4 terms
+//         (about 2^-33 relative).
 //   single:
-//     HA: the plain breakpoint method in double, rounded once (0.5 ulp plus
-//         2^-38); the pi-scaled form likewise.
+//     HA: the plain method on the coarse rows in double, rounded once (0.5
+//         ulp plus 2^-9); the pi-scaled form likewise.
 //     LA, EP: t = min(|x|, 1)/max(|x|, 1) (a true division), atan(t) from
 //         8 terms (about 1 ulp) or 4 terms (about 2^-12) on [0, 1], and
 //         pi/2 - atan(t) for |x| > 1.
@@ -67,9 +68,9 @@ struct DoubleArctan : ArctanBase<double, PiScaled> {
             const Pair p = atan_exact(a, one, none, base, kAtanP6);
             r = PiScaled ? times_inv_pi(p) : SD::add(p.hi, p.lo);
         } else if constexpr (Var == Variant::LA) {
-            r = atan_plain<true>(a, one, none, base, kAtanP5);
+            r = atan_plain<Rows::Fine>(a, one, none, base, kAtanP5);
         } else {
-            r = atan_plain<false>(a, one, none, base, kAtanP3);
+            r = atan_plain<Rows::Coarse>(a, one, none, base, kAtanCoarseP4);
         }
         return SD::bit_xor(r, sign_of<double>(x));
     }
@@ -97,7 +98,7 @@ struct SingleArctan : ArctanBase<float, PiScaled> {
 
 private:
     QOR_KERNEL_INLINE static vd in_double_half(vd x) {
-        vd r = atan_plain<false>(SD::abs(x), SD::set1(1.0), SD::set1(0.0), simd::vzero_vi(), kAtanP3);
+        vd r = atan_plain<Rows::Coarse>(SD::abs(x), SD::set1(1.0), SD::set1(0.0), simd::vzero_vi(), kAtanCoarseP4);
         if constexpr (PiScaled) r = SD::mul(r, SD::set1(kInvPiHi));
         return SD::bit_xor(r, sign_of<double>(x));
     }

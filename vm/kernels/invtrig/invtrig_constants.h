@@ -56,14 +56,20 @@ inline constexpr double kAtanBreaks[8] = {
     dbl(0x3FB999999999999Aull), dbl(0x3FD36A0000000000ull), dbl(0x3FE11A0000000000ull), dbl(0x3FEA440000000000ull),
     dbl(0x3FF37E0000000000ull), dbl(0x3FFDF00000000000ull), dbl(0x400A600000000000ull), dbl(0x4024000000000000ull)};
 
+// The coarse choice among the even rows only (angles j pi/8): upper ends
+// tan((2k - 1) pi/16) to 12 bits, |t| <= 0.199.
+inline constexpr double kAtanCoarseBreaks[4] = {dbl(0x3FC9760000000000ull), dbl(0x3FE5620000000000ull),
+                                                dbl(0x3FF7F20000000000ull), dbl(0x40141C0000000000ull)};
+
 // (atan(t) - t)/t^3 as a polynomial in z = t^2 on z <= 0.0102, highest
-// degree first: absolute error 5.3e-17 (six terms), 1.6e-14 (five),
-// 3.6e-9 (three).
+// degree first: absolute error 5.3e-17 (six terms), 1.6e-14 (five).
 inline constexpr double kAtanP6[6] = {dbl(0x3FB32DC33E787E91ull), dbl(0xBFB744515AB99D12ull), dbl(0x3FBC71C515B7AC04ull),
                                       dbl(0xBFC2492491AA9FDFull), dbl(0x3FC9999999997625ull), dbl(0xBFD5555555555555ull)};
 inline constexpr double kAtanP5[5] = {dbl(0xBFB6C717601EDBA8ull), dbl(0x3FBC70A6E2EE9FD6ull), dbl(0xBFC249240C2A7B37ull),
                                       dbl(0x3FC99999996DDD28ull), dbl(0xBFD5555555555431ull)};
-inline constexpr double kAtanP3[3] = {dbl(0xBFC211F4A8A964FAull), dbl(0x3FC99963B4517985ull), dbl(0xBFD55555516D08B9ull)};
+// The same on z <= 0.0396 for the coarse rows: 1.6e-9 (four terms).
+inline constexpr double kAtanCoarseP4[4] = {dbl(0x3FBAAECF2E698772ull), dbl(0xBFC243A3FCF08BFAull),
+                                            dbl(0x3FC9998E81B47493ull), dbl(0xBFD555555393F6B8ull)};
 
 // The same on z <= 1 in single precision, for the arctangent of t = min/max
 // of the two magnitudes: absolute error 1.1e-7 (eight terms), 1.9e-4 (four).

@@ -78,12 +78,20 @@ inline double tiny_over_pi(double x) {
 
 // ---- arctangent ---------------------------------------------------------------------
 // Row index of each lane: the count of breakpoints below a/b (0 ... 8),
-// plus `base` (the negative-denominator rows where given).
+// or twice the count of coarse breakpoints, plus `base` (the negative-
+// denominator rows where given).
+template <bool Coarse = false>
 QOR_KERNEL_INLINE vi atan_index(vd a, vd b, vi base) {
-    vi j = base;
-    #pragma GCC unroll 8
-    for (double brk : kAtanBreaks) j = simd::vsub_vl_vl_vl(j, SD::to_bits(SD::gt(a, SD::mul(b, SD::set1(brk)))));
-    return j;
+    vi j = simd::vzero_vi();
+    if constexpr (Coarse) {
+        #pragma GCC unroll 4
+        for (double brk : kAtanCoarseBreaks) j = simd::vsub_vl_vl_vl(j, SD::to_bits(SD::gt(a, SD::mul(b, SD::set1(brk)))));
+        j = simd::vadd_vl_vl_vl(j, j);
+    } else {
+        #pragma GCC unroll 8
+        for (double brk : kAtanBreaks) j = simd::vsub_vl_vl_vl(j, SD::to_bits(SD::gt(a, SD::mul(b, SD::set1(brk)))));
+    }
+    return simd::vadd_vl_vl_vl(j, base);
 }
 
 struct AtanRowLanes {
@@ -129,11 +137,14 @@ QOR_KERNEL_INLINE Pair atan_exact(vd a, vd b, vd flip, vi base, const double (&p
     return {s, SD::add(e, SD::add(row.lo, SD::add(tl, corr)))};
 }
 
-// The same in plain double arithmetic (error about 1.5 ulp with the low
-// parts of the table, or as the polynomial allows).
-template <bool WithLow, std::size_t N>
+// The same in plain double arithmetic: the fine rows with their low parts
+// (about 1.5 ulp), or the coarse rows without (as the polynomial allows).
+enum class Rows { Fine, Coarse };
+
+template <Rows R, std::size_t N>
 QOR_KERNEL_INLINE vd atan_plain(vd a, vd b, vd flip, vi base, const double (&p)[N]) {
-    const AtanRowLanes row = atan_rows(atan_index(a, b, base));
+    constexpr bool WithLow = R == Rows::Fine;
+    const AtanRowLanes row = atan_rows(atan_index<R == Rows::Coarse>(a, b, base));
     const vd num = SD::sub(SD::mul(a, row.u), SD::mul(b, row.c));
     const vd den = SD::add(SD::mul(b, row.u), SD::mul(a, row.c));
     const vd t = SD::bit_xor(SD::div(num, den), flip);
