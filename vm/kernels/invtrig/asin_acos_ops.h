@@ -1,8 +1,8 @@
 // Asin, Acos, Asinpi, Acospi, real (methods in invtrig_core.h).
 //   double:
 //     HA: the exact method, a polynomial of 13 terms on v^2 <= 1/4 (about
-//         0.52 ulp); the pi-scaled forms, one kernel for every slot, the same
-//         times 1/pi in two parts.
+//         0.55 ulp); the pi-scaled forms, one kernel for every slot, with the
+//         series' leading term exact as well, times 1/pi in two parts.
 //     LA: no correction of the root, 12 terms (about 1 ulp).
 //     EP: 6 terms (about 2^-30 relative).
 //   single:
@@ -74,7 +74,8 @@ struct DoubleArcsine : ArcsineBase<double, F, PiScaled> {
     static constexpr bool exact = PiScaled || Var == Variant::HA;
     vd operator()(vd x) const {
         vd hi, lo;
-        if constexpr (exact) parts<Method::Exact>(x, kAsinP13, hi, lo);
+        if constexpr (PiScaled) parts<Method::Finer>(x, kAsinP13, hi, lo);
+        else if constexpr (exact) parts<Method::Exact>(x, kAsinP13, hi, lo);
         else if constexpr (Var == Variant::LA) parts<Method::Plain>(x, kAsinP12, hi, lo);
         else parts<Method::Plain>(x, kAsinP6, hi, lo);
         vd r = PiScaled ? times_inv_pi({hi, lo}) : SD::add(hi, lo);

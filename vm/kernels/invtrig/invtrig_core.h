@@ -30,7 +30,10 @@
 
 namespace qor::vm::invtrig {
 
-enum class Method { Exact, Plain };
+// Plain: working precision.  Exact: the result in two parts.  Finer (the
+// arcsine for the pi-scaled forms, whose ulp is up to four times finer):
+// also the leading term v^3 c0 of the series exact in two parts.
+enum class Method { Exact, Plain, Finer };
 
 // A value as an unevaluated sum hi + lo.
 struct Pair {
@@ -61,7 +64,7 @@ QOR_KERNEL_INLINE vd times_inv_pi(Pair v) {
 // exactly, and only the tail is rounded by the scaling.
 inline double scale_down_once(double hi, double lo, int k) {
     if (std::fabs(hi) >= std::ldexp(1.0, k - 1022)) return std::ldexp(hi + lo, -k);
-    const double shifter = std::ldexp(1.5, k - 1022);
+    const double shifter = std::copysign(std::ldexp(1.0, k - 1022), hi);  // hi + shifter keeps its binade
     const double grid = (hi + shifter) - shifter;
     const double tail = (hi - grid) + lo;
     return std::ldexp(grid, -k) + std::ldexp(tail, -k);
@@ -167,7 +170,8 @@ struct Series {
     using V = typename simd::Simd<T>::V;
     V big;   // lanes with |x| > 1/2
     V v;     // |x|, or sqrt((1 - |x|)/2)
-    V tail;  // asin(v) - v: v^3 P(v^2), plus the root's rounding error
+    V lead;  // Finer: the rounded leading term of the series, else 0
+    V tail;  // asin(v) - v - lead: v^3 P(v^2), plus the root's rounding error
 };
 
 template <class T, Method M, std::size_t N>
@@ -179,29 +183,46 @@ QOR_KERNEL_INLINE Series<T> arcsine_series(typename simd::Simd<T>::V a, const T 
     const V s = S::sqrt(w);
     const V v = S::select(big, s, a);
     const V z = S::select(big, w, S::mul(a, a));
-    V tail = S::mul(S::mul(v, z), lanes::horner<S>(z, p));
-    if constexpr (M == Method::Exact) {
+    V lead = S::set1(T(0)), tail;
+    if constexpr (M == Method::Finer) {
+        // v z P(z) = v z c0 + v z (z Q(z)), with v z and v z c0 exact in two parts
+        vd q = SD::set1(p[0]);
+        for (std::size_t k = 1; k + 1 < N; ++k) q = SD::add(SD::mul(q, z), SD::set1(p[k]));
+        const Pair vz = two_prod(v, z);
+        const Pair first = two_prod(vz.hi, SD::set1(p[N - 1]));
+        lead = first.hi;
+        tail = SD::add(SD::add(first.lo, SD::mul(vz.lo, SD::set1(p[N - 1]))), SD::mul(vz.hi, SD::mul(z, q)));
+    } else {
+        tail = S::mul(S::mul(v, z), lanes::horner<S>(z, p));
+    }
+    if constexpr (M != Method::Plain) {
         static_assert(sizeof(T) == 8);
         // (w - s^2)/(2 s); w = 0 gives 0 through the tiny addend
         const Pair sq = two_prod(s, s);
         const vd root_err = SD::div(SD::sub(SD::sub(w, sq.hi), sq.lo), SD::add(SD::add(s, s), SD::set1(0x1p-1000)));
         tail = SD::add(tail, SD::bit_and(big, root_err));
     }
-    return {big, v, tail};
+    return {big, v, lead, tail};
 }
 
-// K + m (v + tail), K = (k_hi, k_lo) and m a power of two times +-1 with
-// |m v| <= |K| where K is not zero: in two parts for the exact method, in
-// one (lo = 0, k_lo unused) otherwise.
+// K + m (v + lead + tail), K = (k_hi, k_lo) and m a power of two times
+// +-1 with |m v| <= |K| where K is not zero: in two parts for the exact
+// methods, in one (lo = 0, k_lo unused) otherwise.
 template <class T, Method M>
 QOR_KERNEL_INLINE void assemble(const Series<T>& sr, typename simd::Simd<T>::V k_hi, typename simd::Simd<T>::V k_lo,
                                 typename simd::Simd<T>::V m, typename simd::Simd<T>::V& hi,
                                 typename simd::Simd<T>::V& lo) {
     using S = simd::Simd<T>;
-    if constexpr (M == Method::Exact) {
+    if constexpr (M != Method::Plain) {
         const auto mv = S::mul(m, sr.v);
         hi = S::add(k_hi, mv);
-        const auto e = S::add(S::sub(k_hi, hi), mv);
+        auto e = S::add(S::sub(k_hi, hi), mv);
+        if constexpr (M == Method::Finer) {  // |hi| >= |m lead| in every case
+            const auto ml = S::mul(m, sr.lead);
+            const auto h2 = S::add(hi, ml);
+            e = S::add(e, S::add(S::sub(hi, h2), ml));
+            hi = h2;
+        }
         lo = S::add(e, S::add(k_lo, S::mul(m, sr.tail)));
     } else {
         hi = S::add(k_hi, S::mul(m, S::add(sr.v, sr.tail)));
