@@ -214,5 +214,22 @@ TEST(InvTrigAccuracy, FarApartAndSubnormalResults) {
     EXPECT_EQ(qor::test::measure_unary<float>(_lumsAtanpi, mpfr_atanpi, tiny_f, 0.5001).above, 0u);
 }
 
+// Under the flush-to-zero mode a subnormal argument counts as a zero of its
+// sign, also where the scalar routine takes it.
+TEST(InvTrigSpecial, FlushedSubnormalsKeepTheirSign) {
+    Reports reports(QOR_VM_ERRMODE_CALLBACK | QOR_VM_HA | QOR_VM_FTZDAZ_ON);
+    const double x[3] = {-1e-310, 4.9e-324, -0x1p-1030}, one[3] = {1.0, 1.0, 1.0};
+    double r[3];
+    for (Unary<double> k : {_lumdAsin, _lumdAsinpi, _lumdAtan, _lumdAtanpi}) {
+        k(3, x, r);
+        for (int i = 0; i < 3; ++i) EXPECT_EQ(bits_of(r[i]), bits_of(x[i] < 0 ? -0.0 : 0.0)) << i;
+    }
+    for (Binary<double> k : {_lumdAtan2, _lumdAtan2pi}) {
+        k(3, x, one, r);
+        for (int i = 0; i < 3; ++i) EXPECT_EQ(bits_of(r[i]), bits_of(x[i] < 0 ? -0.0 : 0.0)) << i;
+    }
+    EXPECT_TRUE(Reports::log().empty());
+}
+
 }  // namespace
 }  // namespace explog_test

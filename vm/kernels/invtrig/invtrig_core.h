@@ -73,6 +73,7 @@ inline double scale_down_once(double hi, double lo, int k) {
 // x/pi for |x| < 2^-900, rounded once (atan(x), asin(x) and x agree far
 // beyond the last bit there).
 inline double tiny_over_pi(double x) {
+    if (x == 0) return x;  // a subnormal flushed to a signed zero
     const double xs = std::ldexp(x, 1100);
     const Pair p = two_prod(SD::set1(xs), SD::set1(kInvPiHi));
     const double hi = simd::vget0_d_vd(p.hi), lo = simd::vget0_d_vd(p.lo) + xs * kInvPiLo;
