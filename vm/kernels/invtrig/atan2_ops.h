@@ -1,7 +1,8 @@
 // Atan2, Atan2pi, real: the angle of the point (x, y), r = atan2(y, x) in
 // (-pi, pi], as C's atan2 (methods in invtrig_core.h).  The first array
 // holds y, the second x.
-//   double, magnitudes a = |y|, b = |x| each 0 or in [2^-900, 2^1000]:
+//   double, magnitudes a = |y|, b = |x| each 0 or in [2^-900, 2^1000]
+//   (EP: up to 2^1020, the smaller 0 or above 2^-990):
 //     HA: the exact breakpoint method on a/b with 6 terms, the rows of
 //         pi - A for negative x, the sign of y last (about 0.51 ulp); the
 //         pi-scaled form, one kernel for every slot, times 1/pi in two
@@ -85,9 +86,23 @@ struct DoubleArctan2 {
 
     vd operator()(vd y, vd x, vd& mark) const {
         const vd a = SD::abs(y), b = SD::abs(x);
-        mark = SD::bit_or(SD::bit_or(outside(a), outside(b)), SD::eq(SD::bit_or(a, b), SD::set1(0.0)));
+        const vd zero = SD::eq(SD::bit_or(a, b), SD::set1(0.0));
         const vd one = SD::set1(1.0);
-        const vd r = atan2_lanes<PiScaled, Var>(SD::select(mark, one, y), SD::select(mark, one, x));
+        vd r;
+        if constexpr (Var == Variant::EP && !PiScaled) {
+            // 26 bits need no more than that neither product overflows and
+            // that the smaller magnitude, unless zero, lies above 2^-990.
+            // Lanes below that give finite values and are marked after.
+            const vd top = SD::set1(0x1p1020), m = SD::min(a, b);
+            mark = SD::bit_or(SD::bit_or(Bits<double>::int_greater(a, top), Bits<double>::int_greater(b, top)), zero);
+            r = atan2_lanes<PiScaled, Var>(SD::select(mark, one, y), SD::select(mark, one, x));
+            // m <= 2^-990 as min(m, 2^-990) == m: quiet comparisons only
+            const vd lo = SD::set1(0x1p-990);
+            mark = SD::bit_or(mark, SD::bit_and(SD::eq(SD::min(m, lo), m), SD::neq(m, SD::set1(0.0))));
+        } else {
+            mark = SD::bit_or(SD::bit_or(outside(a), outside(b)), zero);
+            r = atan2_lanes<PiScaled, Var>(SD::select(mark, one, y), SD::select(mark, one, x));
+        }
         if constexpr (screens_tiny) {
             const vd m = SD::abs(r);
             mark = SD::bit_or(mark, SD::bit_and(Bits<double>::int_greater(SD::set1(0x1p-1000), m),
