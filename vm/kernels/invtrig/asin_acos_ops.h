@@ -32,7 +32,7 @@ struct ArcsineBase {
     static constexpr bool screens_tiny = sizeof(T) == 8 && PiScaled && F == Arc::Sine;
 
     // |x| above 1 and NaN; for the double asinpi also 0 < |x| < 2^-900.
-    V special(V x) const {
+    [[gnu::always_inline]] V special(V x) const {
         const V a = S::abs(x);
         V m = Bits<T>::int_greater(a, S::set1(T(1)));
         if constexpr (screens_tiny)
@@ -72,7 +72,7 @@ template <Arc F, bool PiScaled, Variant Var>
 struct DoubleArcsine : ArcsineBase<double, F, PiScaled> {
     using T = double;
     static constexpr bool exact = PiScaled || Var == Variant::HA;
-    vd operator()(vd x) const {
+    [[gnu::always_inline]] vd operator()(vd x) const {
         vd hi, lo;
         if constexpr (PiScaled) parts<Method::Finer>(x, kAsinP13, hi, lo);
         else if constexpr (exact) parts<Method::Exact>(x, kAsinP13, hi, lo);
@@ -98,7 +98,7 @@ template <Arc F, bool PiScaled, Variant Var>
 struct SingleArcsine : ArcsineBase<float, F, PiScaled> {
     using T = float;
     static constexpr bool in_double = PiScaled || Var == Variant::HA;
-    vf operator()(vf x) const {
+    [[gnu::always_inline]] vf operator()(vf x) const {
         if constexpr (in_double) {
             return lanes::narrow(in_double_half(lanes::low_half(x)), in_double_half(lanes::high_half(x)));
         } else {

@@ -84,7 +84,7 @@ struct DoubleArctan2 {
     static constexpr bool reads_mode = true;
     static constexpr bool screens_tiny = PiScaled || Var == Variant::HA;
 
-    vd operator()(vd y, vd x, vd& mark) const {
+    [[gnu::always_inline]] vd operator()(vd y, vd x, vd& mark) const {
         const vd a = SD::abs(y), b = SD::abs(x);
         const vd zero = SD::eq(SD::bit_or(a, b), SD::set1(0.0));
         const vd one = SD::set1(1.0);
@@ -133,7 +133,7 @@ struct SingleArctan2 {
     using T = float;
     static constexpr bool reads_mode = true;
 
-    vf operator()(vf y, vf x, vf& mark) const {
+    [[gnu::always_inline]] vf operator()(vf y, vf x, vf& mark) const {
         const vf a = SF::abs(y), b = SF::abs(x);
         mark = SF::bit_or(SF::bit_or(SF::isnonfinite(y), SF::isnonfinite(x)),
                           Bits<float>::int_greater(SF::set1(flt(1u)), SF::bit_or(a, b)));

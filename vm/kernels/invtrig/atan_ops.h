@@ -30,7 +30,7 @@ struct ArctanBase {
     static constexpr bool reads_mode = true;
     static constexpr bool screens_tiny = sizeof(T) == 8 && PiScaled;
 
-    V special(V x) const {
+    [[gnu::always_inline]] V special(V x) const {
         V m = S::isnonfinite(x);
         if constexpr (screens_tiny) {
             const V a = S::abs(x);
@@ -60,7 +60,7 @@ int arctan_fix(const Op& op, T x, T& r, bool pi_scaled) {
 template <bool PiScaled, Variant Var>
 struct DoubleArctan : ArctanBase<double, PiScaled> {
     using T = double;
-    vd operator()(vd x) const {
+    [[gnu::always_inline]] vd operator()(vd x) const {
         const vd a = SD::abs(x), one = SD::set1(1.0), none = SD::set1(0.0);
         const vi base = simd::vzero_vi();
         vd r;
@@ -80,7 +80,7 @@ struct DoubleArctan : ArctanBase<double, PiScaled> {
 template <bool PiScaled, Variant Var>
 struct SingleArctan : ArctanBase<float, PiScaled> {
     using T = float;
-    vf operator()(vf x) const {
+    [[gnu::always_inline]] vf operator()(vf x) const {
         if constexpr (PiScaled || Var == Variant::HA) {
             return lanes::narrow(in_double_half(lanes::low_half(x)), in_double_half(lanes::high_half(x)));
         } else {
