@@ -1,15 +1,16 @@
 // Asin, Acos, Asinpi, Acospi, real (methods in invtrig_core.h).
 //   double:
 //     HA: the exact method, a polynomial of 13 terms on v^2 <= 1/4 (about
-//         0.55 ulp); the pi-scaled forms, one kernel for every slot, with the
-//         series' leading term exact as well, times 1/pi in two parts.
-//     LA: no correction of the root, 12 terms (about 1 ulp).
+//         0.65 ulp); the pi-scaled forms, one kernel for every slot, with the
+//         series' leading term exact as well, times 1/pi in two parts
+//         (about 0.6 ulp).
+//     LA: no correction of the root, 12 terms (about 2.6 ulp).
 //     EP: 6 terms (about 2^-30 relative).
 //   single:
 //     HA: computed in double with 7 terms and rounded once (0.5 ulp plus
 //         2^-30); the pi-scaled forms likewise.
-//     LA, EP: single-precision arithmetic with 5 terms (about 1 ulp) and 2
-//         terms (about 2^-11 relative).
+//     LA, EP: single-precision arithmetic with 5 terms (about 2.6 ulp) and
+//         2 terms (about 2^-12 relative).
 // |x| > 1 (infinities included) is a domain error (code 1) with a NaN
 // result; NaN gives a quiet NaN without a report; asin(-0) = -0.  The
 // double asinpi of |x| < 2^-900, whose result may be subnormal, is

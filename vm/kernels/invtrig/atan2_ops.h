@@ -8,18 +8,18 @@
 //         pi-scaled form, one kernel for every slot, times 1/pi in two
 //         parts.
 //     LA: the plain method with the low parts of the table, 5 terms (about
-//         1.5 ulp);  EP: the coarse rows and 4 terms (about 2^-33).
+//         3 ulp);  EP: the coarse rows and 4 terms (about 2^-33).
 //   single:
 //     HA: the plain method on the coarse rows in double, rounded once (0.5
 //         ulp plus 2^-9); the pi-scaled form likewise.
-//     LA, EP: atan(min/max) from 8 or 4 terms on [0, 1] (about 1 ulp and
+//     LA, EP: atan(min/max) from 8 or 4 terms on [0, 1] (about 2.5 ulp and
 //         2^-12), reflected by quadrant.
 // The scalar routine takes NaN, infinities and zeros (C's table of signed
 // zeros and infinities: atan2(+-0, -0) = +-pi, atan2(+-0, +0) = +-0,
 // atan2(+-inf, -inf) = +-3pi/4, ...), pairs outside the double range above
 // (scaled by a power of two, so that far apart magnitudes neither overflow
-// nor underflow on the way), and double results below 2^-1000, rounded
-// once.  No argument is an error: nothing is reported.
+// nor underflow on the way), and the double HA and pi-scaled results below
+// 2^-1000, rounded once.  No argument is an error: nothing is reported.
 #pragma once
 
 #include "../driver.h"

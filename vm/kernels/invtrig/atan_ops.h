@@ -4,14 +4,14 @@
 //         pi-scaled form, one kernel for every slot, the same times 1/pi in
 //         two parts.
 //     LA: the plain breakpoint method with the low parts of the table and
-//         5 terms (about 1.5 ulp).
+//         5 terms (about 2.5 ulp).
 //     EP: the plain method on the coarse rows (angles j pi/8) with 4 terms
 //         (about 2^-33 relative).
 //   single:
 //     HA: the plain method on the coarse rows in double, rounded once (0.5
 //         ulp plus 2^-9); the pi-scaled form likewise.
 //     LA, EP: t = min(|x|, 1)/max(|x|, 1) (a true division), atan(t) from
-//         8 terms (about 1 ulp) or 4 terms (about 2^-12) on [0, 1], and
+//         8 terms (about 2.4 ulp) or 4 terms (about 2^-12) on [0, 1], and
 //         pi/2 - atan(t) for |x| > 1.
 // atan(+-inf) = +-pi/2 and NaN come from the scalar routine without a
 // report; so does the double atanpi of 0 < |x| < 2^-900 (rounded once).

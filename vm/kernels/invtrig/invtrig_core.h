@@ -142,7 +142,7 @@ QOR_KERNEL_INLINE Pair atan_exact(vd a, vd b, vd flip, vi base, const double (&p
 }
 
 // The same in plain double arithmetic: the fine rows with their low parts
-// (about 1.5 ulp), or the coarse rows without (as the polynomial allows).
+// (about 3 ulp), or the coarse rows without (as the polynomial allows).
 enum class Rows { Fine, Coarse };
 
 template <Rows R, std::size_t N>
