@@ -166,6 +166,22 @@ QOR_KERNEL_INLINE vf atan_unit(vf t, const float (&p)[N]) {
 }
 
 // ---- arcsine and arccosine --------------------------------------------------------------
+// The first M coefficients of c (highest degree first) as a polynomial in
+// z, evaluated as two interleaved halves in z^2 (even and odd powers): two
+// chains of half the length.
+template <class S, std::size_t M, std::size_t N>
+QOR_KERNEL_INLINE typename S::V split_horner(typename S::V z, const typename S::T (&c)[N]) {
+    static_assert(M <= N && M >= 2);
+    const auto z2 = S::mul(z, z);
+    // c[k] multiplies z^(M-1-k): the even powers have k = M - 1 mod 2
+    typename S::V even = S::set1(c[(M - 1) % 2]), odd = S::set1(c[M % 2]);
+    #pragma GCC unroll 16
+    for (std::size_t k = (M - 1) % 2 + 2; k < M; k += 2) even = S::add(S::mul(even, z2), S::set1(c[k]));
+    #pragma GCC unroll 16
+    for (std::size_t k = M % 2 + 2; k < M; k += 2) odd = S::add(S::mul(odd, z2), S::set1(c[k]));
+    return S::add(S::mul(odd, z), even);
+}
+
 template <class T>
 struct Series {
     using V = typename simd::Simd<T>::V;
@@ -187,14 +203,13 @@ QOR_KERNEL_INLINE Series<T> arcsine_series(typename simd::Simd<T>::V a, const T 
     V lead = S::set1(T(0)), tail;
     if constexpr (M == Method::Finer) {
         // v z P(z) = v z c0 + v z (z Q(z)), with v z and v z c0 exact in two parts
-        vd q = SD::set1(p[0]);
-        for (std::size_t k = 1; k + 1 < N; ++k) q = SD::add(SD::mul(q, z), SD::set1(p[k]));
+        const vd q = split_horner<SD, N - 1>(z, p);
         const Pair vz = two_prod(v, z);
         const Pair first = two_prod(vz.hi, SD::set1(p[N - 1]));
         lead = first.hi;
         tail = SD::add(SD::add(first.lo, SD::mul(vz.lo, SD::set1(p[N - 1]))), SD::mul(vz.hi, SD::mul(z, q)));
     } else {
-        tail = S::mul(S::mul(v, z), lanes::horner<S>(z, p));
+        tail = S::mul(S::mul(v, z), split_horner<S, N>(z, p));
     }
     if constexpr (M != Method::Plain) {
         static_assert(sizeof(T) == 8);
