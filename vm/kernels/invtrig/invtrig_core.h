@@ -80,6 +80,22 @@ inline double tiny_over_pi(double x) {
     return scale_down_once(hi, lo, 1100);
 }
 
+// The first M coefficients of c (highest degree first) as a polynomial in
+// z, evaluated as two interleaved halves in z^2 (even and odd powers): two
+// chains of half the length.
+template <class S, std::size_t M, std::size_t N>
+QOR_KERNEL_INLINE typename S::V split_horner(typename S::V z, const typename S::T (&c)[N]) {
+    static_assert(M <= N && M >= 2);
+    const auto z2 = S::mul(z, z);
+    // c[k] multiplies z^(M-1-k): the even powers have k = M - 1 mod 2
+    typename S::V even = S::set1(c[(M - 1) % 2]), odd = S::set1(c[M % 2]);
+    #pragma GCC unroll 16
+    for (std::size_t k = (M - 1) % 2 + 2; k < M; k += 2) even = S::add(S::mul(even, z2), S::set1(c[k]));
+    #pragma GCC unroll 16
+    for (std::size_t k = M % 2 + 2; k < M; k += 2) odd = S::add(S::mul(odd, z2), S::set1(c[k]));
+    return S::add(S::mul(odd, z), even);
+}
+
 // ---- arctangent ---------------------------------------------------------------------
 // Row index of each lane: the count of breakpoints below a/b (0 ... 8),
 // or twice the count of coarse breakpoints, plus `base` (the negative-
@@ -135,7 +151,7 @@ QOR_KERNEL_INLINE Pair atan_exact(vd a, vd b, vd flip, vi base, const double (&p
     const vd residual = SD::sub(SD::sub(SD::sub(SD::sub(n1, q.hi), q.lo), n2), SD::mul(th, de));
     const vd tl = SD::mul(residual, inv);
     const vd z = SD::mul(th, th);
-    const vd corr = SD::mul(SD::mul(th, z), lanes::horner<SD>(z, p));
+    const vd corr = SD::mul(SD::mul(th, z), split_horner<SD, N>(z, p));
     const vd s = SD::add(row.hi, th);
     const vd e = SD::add(SD::sub(row.hi, s), th);
     return {s, SD::add(e, SD::add(row.lo, SD::add(tl, corr)))};
@@ -153,7 +169,7 @@ QOR_KERNEL_INLINE vd atan_plain(vd a, vd b, vd flip, vi base, const double (&p)[
     const vd den = SD::add(SD::mul(b, row.u), SD::mul(a, row.c));
     const vd t = SD::bit_xor(SD::div(num, den), flip);
     const vd z = SD::mul(t, t);
-    vd corr = SD::mul(SD::mul(t, z), lanes::horner<SD>(z, p));
+    vd corr = SD::mul(SD::mul(t, z), split_horner<SD, N>(z, p));
     if constexpr (WithLow) corr = SD::add(corr, row.lo);
     return SD::add(row.hi, SD::add(t, corr));
 }
@@ -162,26 +178,10 @@ QOR_KERNEL_INLINE vd atan_plain(vd a, vd b, vd flip, vi base, const double (&p)[
 template <std::size_t N>
 QOR_KERNEL_INLINE vf atan_unit(vf t, const float (&p)[N]) {
     const vf z = SF::mul(t, t);
-    return SF::add(t, SF::mul(SF::mul(t, z), lanes::horner<SF>(z, p)));
+    return SF::add(t, SF::mul(SF::mul(t, z), split_horner<SF, N>(z, p)));
 }
 
 // ---- arcsine and arccosine --------------------------------------------------------------
-// The first M coefficients of c (highest degree first) as a polynomial in
-// z, evaluated as two interleaved halves in z^2 (even and odd powers): two
-// chains of half the length.
-template <class S, std::size_t M, std::size_t N>
-QOR_KERNEL_INLINE typename S::V split_horner(typename S::V z, const typename S::T (&c)[N]) {
-    static_assert(M <= N && M >= 2);
-    const auto z2 = S::mul(z, z);
-    // c[k] multiplies z^(M-1-k): the even powers have k = M - 1 mod 2
-    typename S::V even = S::set1(c[(M - 1) % 2]), odd = S::set1(c[M % 2]);
-    #pragma GCC unroll 16
-    for (std::size_t k = (M - 1) % 2 + 2; k < M; k += 2) even = S::add(S::mul(even, z2), S::set1(c[k]));
-    #pragma GCC unroll 16
-    for (std::size_t k = M % 2 + 2; k < M; k += 2) odd = S::add(S::mul(odd, z2), S::set1(c[k]));
-    return S::add(S::mul(odd, z), even);
-}
-
 template <class T>
 struct Series {
     using V = typename simd::Simd<T>::V;
