@@ -20,8 +20,9 @@
 //   single, computed in double and rounded once:
 //     HA: three-step reduction, polynomials of 2^-40 (0.5 ulp and 2^-15).
 //     LA: the same with polynomials of 2^-30 (0.5 ulp and 2^-5).
-//     EP: in float arithmetic while |x| < 2^10 (about 20 correct bits),
-//         else the two-step reduction and polynomials of 2^-21 in double.
+//     EP: in float arithmetic for |x| < 2^10 (sine and cosine by a
+//         polynomial of 2^-18.9, 35 ulp measured; the tangent 4 ulp); the
+//         scalar routine takes larger arguments.
 // |x| >= 2^19, infinities and NaN go to the scalar routine, which reduces
 // by the bits of 2/pi and evaluates as HA: an infinity gives NaN and the
 // domain code, a NaN a quiet NaN without a code.
@@ -83,10 +84,11 @@ struct DoubleParts {
     }
 };
 
-// The same, for the single-precision kernels (arguments below 2^19).
+// The same, for the single-precision HA and LA kernels (arguments below
+// 2^19).
 template <Variant Var>
 struct SingleParts {
-    static constexpr Reduction reduction = Var == Variant::EP ? Reduction::two : Reduction::three;
+    static constexpr Reduction reduction = Reduction::three;
     static constexpr bool merged = false;
     QOR_KERNEL_INLINE static auto eval(const Reduced& a) {
         const vd z = SD::mul(a.hi, a.hi);
@@ -97,22 +99,19 @@ struct SingleParts {
         if constexpr (Var == Variant::HA) {
             out.s = SD::add(a.hi, SD::mul(rz, lanes::horner<SD>(z, kSin3M)));
             out.c = SD::add(SD::set1(1.0), SD::mul(z, lanes::horner<SD>(z, kCos2M)));
-        } else if constexpr (Var == Variant::LA) {
+        } else {
             out.s = SD::add(a.hi, SD::mul(rz, lanes::horner<SD>(z, kSin3S)));
             out.c = SD::add(SD::set1(1.0), SD::mul(z, lanes::horner<SD>(z, kCos2S)));
-        } else {
-            out.s = SD::add(a.hi, SD::mul(rz, lanes::horner<SD>(z, kSin3T)));
-            out.c = SD::add(SD::set1(1.0), SD::mul(z, lanes::horner<SD>(z, kCos2T)));
         }
         return out;
     }
 };
 
-// Single-precision EP in float lanes when every |x| of the vector is below
-// 2^10 (k < 2^10): pi/2 in pieces of 14, 14 and 24 bits, so that k C1 and
-// k C2 are exact; about 20 correct bits.  Other vectors take the double
-// path.  The tangent reduces by quarter turns and divides polynomials of
-// relative error 2^-23 and 2^-21.
+// Single-precision EP in float lanes for |x| below 2^10 (k < 2^10; larger
+// arguments, infinities and NaN go to the scalar routine): pi/2 in pieces
+// of 12, 13 and 24 bits, so that k C1 and k C2 are exact.  The tangent
+// reduces by quarter turns and divides polynomials of relative error 2^-23
+// and 2^-21.
 inline constexpr uint32_t kFloatPathLimit = 0x447FFFFFu;  // below 2^10
 inline constexpr float kTwoOverPiF = flt(0x3F22F983u);
 inline constexpr float kC1f = flt(0x3FC91000u), kC2f = flt(0xB6957800u), kC3f = flt(0x2E85A309u);
@@ -137,10 +136,11 @@ QOR_KERNEL_INLINE FloatParts float_parts(vf ax) {
 
 // Sine and cosine alone reduce by half turns, x = j pi/2 + r with j even
 // for the sine and odd for the cosine (|r| <= pi/2), and need only the sine
-// polynomial, of relative error 2^-24.5 on [-pi/2, pi/2]:
+// polynomial, of relative error 2^-18.9 on [-pi/2, pi/2] (fitted so that
+// cos 0 comes out as 1 exactly):
 // sin |x| = (-1)^(j/2) sin r, cos x = -(-1)^((j-1)/2) sin r.
 inline constexpr float kOneOverPiF = flt(0x3EA2F983u);
-inline constexpr float kSinHalfTurnF[4] = {flt(0x3630D0C5u), flt(0xB94FDB43u), flt(0x3C088827u), flt(0xBE2AAAAAu)};
+inline constexpr float kSinHalfTurnF[3] = {flt(0xB9426DE8u), flt(0x3C08389Bu), flt(0xBE2AA876u)};
 
 template <Fn F>
 QOR_KERNEL_INLINE vf float_half_turn(vf ax) {
@@ -166,8 +166,11 @@ QOR_KERNEL_INLINE vf float_tan(const FloatParts& p) {
     return SF::bit_xor(q, SF::bit_and(odd, SF::set1(-0.0f)));
 }
 
-QOR_KERNEL_INLINE bool float_path(vf ax) {
-    return SF::movemask(lanes::magnitude_above(ax, kFloatPathLimit)) == 0;
+// The lanes a single-precision kernel leaves to the scalar routine: EP's
+// float path screens at 2^10, the others at the vector limit.
+template <Variant Var>
+QOR_KERNEL_INLINE vf single_special(vf x) {
+    return lanes::magnitude_above(x, Var == Variant::EP ? kFloatPathLimit : kVectorLimitSingle);
 }
 
 // f(|x|) for |x| < 2^19, without the sign of x.
@@ -236,19 +239,18 @@ struct SingleTrig {
     using T = float;
     static constexpr int block = 16;
     static constexpr bool reads_mode = true;
-    vf special(vf x) const { return lanes::magnitude_above(x, kVectorLimitSingle); }
+    vf special(vf x) const { return single_special<Var>(x); }
     QOR_KERNEL_INLINE vf operator()(vf x) const {
         const vf ax = SF::abs(x);
         if constexpr (Var == Variant::EP) {
-            if (float_path(ax)) [[likely]] {
-                if constexpr (F == Fn::sin) return SF::bit_xor(float_half_turn<F>(ax), sign_of<float>(x));
-                else if constexpr (F == Fn::cos) return float_half_turn<F>(ax);
-                else return SF::bit_xor(float_tan(float_parts(ax)), sign_of<float>(x));
-            }
+            if constexpr (F == Fn::sin) return SF::bit_xor(float_half_turn<F>(ax), sign_of<float>(x));
+            else if constexpr (F == Fn::cos) return float_half_turn<F>(ax);
+            else return SF::bit_xor(float_tan(float_parts(ax)), sign_of<float>(x));
+        } else {
+            const vf v = lanes::narrow(unsigned_value<SingleParts<Var>, F>(lanes::low_half(ax)),
+                                       unsigned_value<SingleParts<Var>, F>(lanes::high_half(ax)));
+            return F == Fn::cos ? v : SF::bit_xor(v, sign_of<float>(x));
         }
-        const vf v = lanes::narrow(unsigned_value<SingleParts<Var>, F>(lanes::low_half(ax)),
-                                   unsigned_value<SingleParts<Var>, F>(lanes::high_half(ax)));
-        return F == Fn::cos ? v : SF::bit_xor(v, sign_of<float>(x));
     }
     int fix(float x, float& y) const { return single_fix<F>(x, y); }
 };
@@ -289,24 +291,22 @@ struct SingleSinCos {
     QOR_KERNEL_INLINE void operator()(vf x, vf& s, vf& c) const {
         const vf ax = SF::bit_andnot(special(x, x, x), SF::abs(x));
         if constexpr (Var == Variant::EP) {
-            if (float_path(ax)) [[likely]] {
-                s = SF::bit_xor(float_half_turn<Fn::sin>(ax), sign_of<float>(x));
-                c = float_half_turn<Fn::cos>(ax);
-                return;
+            s = SF::bit_xor(float_half_turn<Fn::sin>(ax), sign_of<float>(x));
+            c = float_half_turn<Fn::cos>(ax);
+        } else {
+            vd sh[2], ch[2];
+            const vd half[2] = {lanes::low_half(ax), lanes::high_half(ax)};
+            for (int j = 0; j < 2; ++j) {
+                const Reduced a = reduce<SingleParts<Var>::reduction>(half[j]);
+                const auto p = SingleParts<Var>::eval(a);
+                sh[j] = finish<Fn::sin>(a.k, p.s, p.c);
+                ch[j] = finish<Fn::cos>(a.k, p.s, p.c);
             }
+            s = SF::bit_xor(lanes::narrow(sh[0], sh[1]), sign_of<float>(x));
+            c = lanes::narrow(ch[0], ch[1]);
         }
-        vd sh[2], ch[2];
-        const vd half[2] = {lanes::low_half(ax), lanes::high_half(ax)};
-        for (int j = 0; j < 2; ++j) {
-            const Reduced a = reduce<SingleParts<Var>::reduction>(half[j]);
-            const auto p = SingleParts<Var>::eval(a);
-            sh[j] = finish<Fn::sin>(a.k, p.s, p.c);
-            ch[j] = finish<Fn::cos>(a.k, p.s, p.c);
-        }
-        s = SF::bit_xor(lanes::narrow(sh[0], sh[1]), sign_of<float>(x));
-        c = lanes::narrow(ch[0], ch[1]);
     }
-    vf special(vf x, vf, vf) const { return lanes::magnitude_above(x, kVectorLimitSingle); }
+    vf special(vf x, vf, vf) const { return single_special<Var>(x); }
     int fix(float x, float& s, float& c) const {
         single_fix<Fn::cos>(x, c);
         return single_fix<Fn::sin>(x, s);
