@@ -15,8 +15,9 @@
 //         its exact residual (0.55 ulp measured).
 //     LA: exact reduction, plain polynomials (1.3 ulp measured; the
 //         tangent, a plain quotient, 2.6).
-//     EP: three-step reduction, polynomials of relative error 2^-30
-//         (about 32 correct bits measured).
+//     EP: three-step reduction; Sin, Cos and SinCos by half turns and one
+//         sine polynomial of relative error 2^-35.2, Tan by polynomials of
+//         2^-30 (about 32 correct bits measured).
 //   single, computed in double and rounded once:
 //     HA: three-step reduction, polynomials of 2^-40 (0.5 ulp and 2^-15).
 //     LA: the same with polynomials of 2^-30 (0.5 ulp and 2^-5).
@@ -53,6 +54,33 @@ QOR_KERNEL_INLINE vd merged_value(const Reduced& a) {
     const vi k = F == Fn::cos ? next_quadrant(a.k) : a.k;
     const vd z = SD::mul(a.hi, a.hi);
     return SD::bit_xor(sin_or_cos_precise(a.hi, a.lo, z, odd_quadrant(k)), half_turn_sign(k));
+}
+
+// Double-precision EP sine and cosine alone reduce by half turns, as the
+// single-precision EP kernels do: |x| = j pi/2 + r, j even for the sine and
+// odd for the cosine, |r| <= pi/2, by the three-step reduction (j < 2^20
+// keeps j C1 and j C2 exact), and the sine polynomial (sin r - r)/r^3 of
+// relative error 2^-35.2 on [-pi/2, pi/2] (fitted so that cos 0 comes out
+// as 1 exactly):
+// sin |x| = (-1)^(j/2) sin r, cos x = -(-1)^((j-1)/2) sin r.
+inline constexpr double kOneOverPiD = dbl(0x3FD45F306DC9C883ull);
+inline constexpr double kSinHalfTurnD[5] = {dbl(0xBE59A15454AF4FB4ull), dbl(0x3EC716CDD61F5D59ull), dbl(0xBF2A017BDC95F1C7ull),
+                                            dbl(0x3F811110BF69BE96ull), dbl(0xBFC5555554635461ull)};
+
+template <Fn F>
+QOR_KERNEL_INLINE vd double_half_turn(vd ax) {
+    const vd shift = SD::set1(kRoundingShift);
+    const vd t = SD::mul(ax, SD::set1(kOneOverPiD));
+    const vd big = SD::add(F == Fn::sin ? t : SD::sub(t, SD::set1(0.5)), shift);
+    const vd m = SD::sub(big, shift);
+    const vd j = F == Fn::sin ? SD::add(m, m) : SD::add(SD::add(m, m), SD::set1(1.0));
+    const vd r = SD::sub(SD::sub(SD::sub(ax, SD::mul(j, SD::set1(kC1))), SD::mul(j, SD::set1(kC2))),
+                         SD::mul(j, SD::set1(kC3Plain)));
+    const vd z = SD::mul(r, r);
+    const vd v = SD::add(r, SD::mul(SD::mul(r, z), lanes::horner<SD>(z, kSinHalfTurnD)));
+    const vi sign = simd::vsll_vl_vl_i(simd::vand_vi_vi_vi(simd::vcast_vi_vd(big), simd::vset1_vl_l(1)), 63);
+    const vd signed_v = SD::bit_xor(v, simd::vcast_vd_vi(sign));
+    return F == Fn::cos ? SD::bit_xor(signed_v, SD::set1(-0.0)) : signed_v;
 }
 
 // Both sin r and cos r of a reduced argument, double kernels; `merged`:
@@ -228,7 +256,9 @@ struct DoubleTrig {
     static constexpr bool reads_mode = true;
     vd special(vd x) const { return lanes::upper_word_above(x, kVectorLimitUpper); }
     QOR_KERNEL_INLINE vd operator()(vd x) const {
-        const vd v = unsigned_value<DoubleParts<Var>, F>(SD::abs(x));
+        vd v;
+        if constexpr (Var == Variant::EP && F != Fn::tan) v = double_half_turn<F>(SD::abs(x));
+        else v = unsigned_value<DoubleParts<Var>, F>(SD::abs(x));
         return F == Fn::cos ? v : SD::bit_xor(v, sign_of<double>(x));
     }
     int fix(double x, double& y) const { return double_fix<F>(x, y); }
@@ -264,14 +294,18 @@ struct DoubleSinCos {
     static constexpr bool reads_mode = true;
     QOR_KERNEL_INLINE void operator()(vd x, vd& s, vd& c) const {
         const vd ax = SD::bit_andnot(special(x, x, x), SD::abs(x));
-        const Reduced a = reduce<DoubleParts<Var>::reduction>(ax);
-        if constexpr (DoubleParts<Var>::merged) {
+        if constexpr (Var == Variant::EP) {
+            s = SD::bit_xor(double_half_turn<Fn::sin>(ax), sign_of<double>(x));
+            c = double_half_turn<Fn::cos>(ax);
+        } else if constexpr (DoubleParts<Var>::merged) {
             // Both forms once, then each lane's pick: the bits of merged_value.
+            const Reduced a = reduce<DoubleParts<Var>::reduction>(ax);
             const vd z = SD::mul(a.hi, a.hi);
             const vd sf = sine_form(a.hi, a.lo, z), cf = cosine_form(a.hi, a.lo, z);
             s = SD::bit_xor(place(a.k, sf, cf), sign_of<double>(x));
             c = place(next_quadrant(a.k), sf, cf);
         } else {
+            const Reduced a = reduce<DoubleParts<Var>::reduction>(ax);
             const auto p = DoubleParts<Var>::eval(a);
             s = SD::bit_xor(finish<Fn::sin>(a.k, p.s, p.c), sign_of<double>(x));
             c = finish<Fn::cos>(a.k, p.s, p.c);
