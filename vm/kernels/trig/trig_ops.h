@@ -62,7 +62,7 @@ QOR_KERNEL_INLINE vd merged_value(const Reduced& a) {
 // keeps j C1 and j C2 exact), and the sine polynomial (sin r - r)/r^3 of
 // relative error 2^-35.2 on [-pi/2, pi/2] (fitted so that cos 0 comes out
 // as 1 exactly):
-// sin |x| = (-1)^(j/2) sin r, cos x = -(-1)^((j-1)/2) sin r.
+// sin |x| = (-1)^(j/2) sin r, cos x = (-1)^((j-1)/2) sin(-r).
 inline constexpr double kOneOverPiD = dbl(0x3FD45F306DC9C883ull);
 inline constexpr double kSinHalfTurnD[5] = {dbl(0xBE59A15454AF4FB4ull), dbl(0x3EC716CDD61F5D59ull), dbl(0xBF2A017BDC95F1C7ull),
                                             dbl(0x3F811110BF69BE96ull), dbl(0xBFC5555554635461ull)};
@@ -73,14 +73,15 @@ QOR_KERNEL_INLINE vd double_half_turn(vd ax) {
     const vd t = SD::mul(ax, SD::set1(kOneOverPiD));
     const vd big = SD::add(F == Fn::sin ? t : SD::sub(t, SD::set1(0.5)), shift);
     const vd m = SD::sub(big, shift);
-    const vd j = F == Fn::sin ? SD::add(m, m) : SD::add(SD::add(m, m), SD::set1(1.0));
-    const vd r = SD::sub(SD::sub(SD::sub(ax, SD::mul(j, SD::set1(kC1))), SD::mul(j, SD::set1(kC2))),
-                         SD::mul(j, SD::set1(kC3Plain)));
+    // h = j/2 against the doubled pieces (j C = h 2C); the cosine takes
+    // -r = j pi/2 - |x|, which spares its sign flip.
+    const vd h = F == Fn::sin ? m : SD::add(m, SD::set1(0.5));
+    const vd p1 = SD::mul(h, SD::set1(2 * kC1)), p2 = SD::mul(h, SD::set1(2 * kC2)), p3 = SD::mul(h, SD::set1(2 * kC3Plain));
+    const vd r = F == Fn::sin ? SD::sub(SD::sub(SD::sub(ax, p1), p2), p3) : SD::add(SD::add(SD::sub(p1, ax), p2), p3);
     const vd z = SD::mul(r, r);
     const vd v = SD::add(r, SD::mul(SD::mul(r, z), lanes::horner<SD>(z, kSinHalfTurnD)));
     const vi sign = simd::vsll_vl_vl_i(simd::vand_vi_vi_vi(simd::vcast_vi_vd(big), simd::vset1_vl_l(1)), 63);
-    const vd signed_v = SD::bit_xor(v, simd::vcast_vd_vi(sign));
-    return F == Fn::cos ? SD::bit_xor(signed_v, SD::set1(-0.0)) : signed_v;
+    return SD::bit_xor(v, simd::vcast_vd_vi(sign));
 }
 
 // Both sin r and cos r of a reduced argument, double kernels; `merged`:
@@ -166,7 +167,7 @@ QOR_KERNEL_INLINE FloatParts float_parts(vf ax) {
 // for the sine and odd for the cosine (|r| <= pi/2), and need only the sine
 // polynomial, of relative error 2^-18.9 on [-pi/2, pi/2] (fitted so that
 // cos 0 comes out as 1 exactly):
-// sin |x| = (-1)^(j/2) sin r, cos x = -(-1)^((j-1)/2) sin r.
+// sin |x| = (-1)^(j/2) sin r, cos x = (-1)^((j-1)/2) sin(-r).
 inline constexpr float kOneOverPiF = flt(0x3EA2F983u);
 inline constexpr float kSinHalfTurnF[3] = {flt(0xB9426DE8u), flt(0x3C08389Bu), flt(0xBE2AA876u)};
 
@@ -176,14 +177,14 @@ QOR_KERNEL_INLINE vf float_half_turn(vf ax) {
     const vf t = SF::mul(ax, SF::set1(kOneOverPiF));
     const vf big = SF::add(F == Fn::sin ? t : SF::sub(t, SF::set1(0.5f)), shift);
     const vf m = SF::sub(big, shift);
-    const vf j = F == Fn::sin ? SF::add(m, m) : SF::add(SF::add(m, m), SF::set1(1.0f));
-    const vf r = SF::sub(SF::sub(SF::sub(ax, SF::mul(j, SF::set1(kC1f))), SF::mul(j, SF::set1(kC2f))),
-                         SF::mul(j, SF::set1(kC3f)));
+    // h = j/2 against the doubled pieces (j C = h 2C, exact as before); the
+    // cosine takes -r = j pi/2 - |x|, which spares its sign flip.
+    const vf h = F == Fn::sin ? m : SF::add(m, SF::set1(0.5f));
+    const vf p1 = SF::mul(h, SF::set1(2 * kC1f)), p2 = SF::mul(h, SF::set1(2 * kC2f)), p3 = SF::mul(h, SF::set1(2 * kC3f));
+    const vf r = F == Fn::sin ? SF::sub(SF::sub(SF::sub(ax, p1), p2), p3) : SF::add(SF::add(SF::sub(p1, ax), p2), p3);
     const vf z = SF::mul(r, r);
     const vf v = SF::add(r, SF::mul(SF::mul(r, z), lanes::horner<SF>(z, kSinHalfTurnF)));
-    vi sign = simd::vsll_vi2_vi2_i(simd::vcast_vi_vf(big), 31);
-    if constexpr (F == Fn::cos) sign = simd::vxor_vi_vi_vi(sign, simd::vset1_vi2_i(int32_t(0x80000000u)));
-    return SF::bit_xor(v, simd::vcast_vf_vi(sign));
+    return SF::bit_xor(v, simd::vcast_vf_vi(simd::vsll_vi2_vi2_i(simd::vcast_vi_vf(big), 31)));
 }
 
 // tan(k pi/2 + r) = s/c for k even, -c/s for k odd.
