@@ -15,13 +15,16 @@
 //         its exact residual (0.55 ulp measured).
 //     LA: exact reduction, plain polynomials (1.3 ulp measured; the
 //         tangent, a plain quotient, 2.6).
-//     EP: three-step reduction, polynomials of relative error 2^-30
-//         (about 32 correct bits measured).
+//     EP: three-step reduction; Sin, Cos and SinCos by half turns and one
+//         sine polynomial of relative error 2^-35.2 (2.4e5 ulp, about 35
+//         correct bits, measured), Tan by quarter turns and polynomials of
+//         2^-30 (2.3e6 ulp, about 32 bits).
 //   single, computed in double and rounded once:
 //     HA: three-step reduction, polynomials of 2^-40 (0.5 ulp and 2^-15).
 //     LA: the same with polynomials of 2^-30 (0.5 ulp and 2^-5).
-//     EP: in float arithmetic while |x| < 2^10 (about 20 correct bits),
-//         else the two-step reduction and polynomials of 2^-21 in double.
+//     EP: in float arithmetic for |x| < 2^10 (sine and cosine by a
+//         polynomial of 2^-18.9, 35 ulp measured; the tangent 4 ulp); the
+//         scalar routine takes larger arguments.
 // |x| >= 2^19, infinities and NaN go to the scalar routine, which reduces
 // by the bits of 2/pi and evaluates as HA: an infinity gives NaN and the
 // domain code, a NaN a quiet NaN without a code.
@@ -54,6 +57,34 @@ QOR_KERNEL_INLINE vd merged_value(const Reduced& a) {
     return SD::bit_xor(sin_or_cos_precise(a.hi, a.lo, z, odd_quadrant(k)), half_turn_sign(k));
 }
 
+// Double-precision EP sine and cosine alone reduce by half turns, as the
+// single-precision EP kernels do: |x| = j pi/2 + r, j even for the sine and
+// odd for the cosine, |r| <= pi/2, by the three-step reduction (j < 2^20
+// keeps j C1 and j C2 exact), and the sine polynomial (sin r - r)/r^3 of
+// relative error 2^-35.2 on [-pi/2, pi/2] (fitted so that cos 0 comes out
+// as 1 exactly):
+// sin |x| = (-1)^(j/2) sin r, cos x = (-1)^((j-1)/2) sin(-r).
+inline constexpr double kOneOverPiD = dbl(0x3FD45F306DC9C883ull);
+inline constexpr double kSinHalfTurnD[5] = {dbl(0xBE59A15454AF4FB4ull), dbl(0x3EC716CDD61F5D59ull), dbl(0xBF2A017BDC95F1C7ull),
+                                            dbl(0x3F811110BF69BE96ull), dbl(0xBFC5555554635461ull)};
+
+template <Fn F>
+QOR_KERNEL_INLINE vd double_half_turn(vd ax) {
+    const vd shift = SD::set1(kRoundingShift);
+    const vd t = SD::mul(ax, SD::set1(kOneOverPiD));
+    const vd big = SD::add(F == Fn::sin ? t : SD::sub(t, SD::set1(0.5)), shift);
+    const vd m = SD::sub(big, shift);
+    // h = j/2 against the doubled pieces (j C = h 2C); the cosine takes
+    // -r = j pi/2 - |x|, which spares its sign flip.
+    const vd h = F == Fn::sin ? m : SD::add(m, SD::set1(0.5));
+    const vd p1 = SD::mul(h, SD::set1(2 * kC1)), p2 = SD::mul(h, SD::set1(2 * kC2)), p3 = SD::mul(h, SD::set1(2 * kC3Plain));
+    const vd r = F == Fn::sin ? SD::sub(SD::sub(SD::sub(ax, p1), p2), p3) : SD::add(SD::add(SD::sub(p1, ax), p2), p3);
+    const vd z = SD::mul(r, r);
+    const vd v = SD::add(r, SD::mul(SD::mul(r, z), lanes::horner<SD>(z, kSinHalfTurnD)));
+    const vi sign = simd::vsll_vl_vl_i(simd::vand_vi_vi_vi(simd::vcast_vi_vd(big), simd::vset1_vl_l(1)), 63);
+    return SD::bit_xor(v, simd::vcast_vd_vi(sign));
+}
+
 // Both sin r and cos r of a reduced argument, double kernels; `merged`:
 // the sine and cosine rows take merged_value instead.
 template <Variant Var>
@@ -83,10 +114,11 @@ struct DoubleParts {
     }
 };
 
-// The same, for the single-precision kernels (arguments below 2^19).
+// The same, for the single-precision HA and LA kernels (arguments below
+// 2^19).
 template <Variant Var>
 struct SingleParts {
-    static constexpr Reduction reduction = Var == Variant::EP ? Reduction::two : Reduction::three;
+    static constexpr Reduction reduction = Reduction::three;
     static constexpr bool merged = false;
     QOR_KERNEL_INLINE static auto eval(const Reduced& a) {
         const vd z = SD::mul(a.hi, a.hi);
@@ -97,22 +129,19 @@ struct SingleParts {
         if constexpr (Var == Variant::HA) {
             out.s = SD::add(a.hi, SD::mul(rz, lanes::horner<SD>(z, kSin3M)));
             out.c = SD::add(SD::set1(1.0), SD::mul(z, lanes::horner<SD>(z, kCos2M)));
-        } else if constexpr (Var == Variant::LA) {
+        } else {
             out.s = SD::add(a.hi, SD::mul(rz, lanes::horner<SD>(z, kSin3S)));
             out.c = SD::add(SD::set1(1.0), SD::mul(z, lanes::horner<SD>(z, kCos2S)));
-        } else {
-            out.s = SD::add(a.hi, SD::mul(rz, lanes::horner<SD>(z, kSin3T)));
-            out.c = SD::add(SD::set1(1.0), SD::mul(z, lanes::horner<SD>(z, kCos2T)));
         }
         return out;
     }
 };
 
-// Single-precision EP in float lanes when every |x| of the vector is below
-// 2^10 (k < 2^10): pi/2 in pieces of 14, 14 and 24 bits, so that k C1 and
-// k C2 are exact; about 20 correct bits.  Other vectors take the double
-// path.  The tangent reduces by quarter turns and divides polynomials of
-// relative error 2^-23 and 2^-21.
+// Single-precision EP in float lanes for |x| below 2^10 (k < 2^10; larger
+// arguments, infinities and NaN go to the scalar routine): pi/2 in pieces
+// of 12, 13 and 24 bits, so that k C1 and k C2 are exact.  The tangent
+// reduces by quarter turns and divides polynomials of relative error 2^-23
+// and 2^-21.
 inline constexpr uint32_t kFloatPathLimit = 0x447FFFFFu;  // below 2^10
 inline constexpr float kTwoOverPiF = flt(0x3F22F983u);
 inline constexpr float kC1f = flt(0x3FC91000u), kC2f = flt(0xB6957800u), kC3f = flt(0x2E85A309u);
@@ -137,10 +166,11 @@ QOR_KERNEL_INLINE FloatParts float_parts(vf ax) {
 
 // Sine and cosine alone reduce by half turns, x = j pi/2 + r with j even
 // for the sine and odd for the cosine (|r| <= pi/2), and need only the sine
-// polynomial, of relative error 2^-24.5 on [-pi/2, pi/2]:
-// sin |x| = (-1)^(j/2) sin r, cos x = -(-1)^((j-1)/2) sin r.
+// polynomial, of relative error 2^-18.9 on [-pi/2, pi/2] (fitted so that
+// cos 0 comes out as 1 exactly):
+// sin |x| = (-1)^(j/2) sin r, cos x = (-1)^((j-1)/2) sin(-r).
 inline constexpr float kOneOverPiF = flt(0x3EA2F983u);
-inline constexpr float kSinHalfTurnF[4] = {flt(0x3630D0C5u), flt(0xB94FDB43u), flt(0x3C088827u), flt(0xBE2AAAAAu)};
+inline constexpr float kSinHalfTurnF[3] = {flt(0xB9426DE8u), flt(0x3C08389Bu), flt(0xBE2AA876u)};
 
 template <Fn F>
 QOR_KERNEL_INLINE vf float_half_turn(vf ax) {
@@ -148,14 +178,14 @@ QOR_KERNEL_INLINE vf float_half_turn(vf ax) {
     const vf t = SF::mul(ax, SF::set1(kOneOverPiF));
     const vf big = SF::add(F == Fn::sin ? t : SF::sub(t, SF::set1(0.5f)), shift);
     const vf m = SF::sub(big, shift);
-    const vf j = F == Fn::sin ? SF::add(m, m) : SF::add(SF::add(m, m), SF::set1(1.0f));
-    const vf r = SF::sub(SF::sub(SF::sub(ax, SF::mul(j, SF::set1(kC1f))), SF::mul(j, SF::set1(kC2f))),
-                         SF::mul(j, SF::set1(kC3f)));
+    // h = j/2 against the doubled pieces (j C = h 2C, exact as before); the
+    // cosine takes -r = j pi/2 - |x|, which spares its sign flip.
+    const vf h = F == Fn::sin ? m : SF::add(m, SF::set1(0.5f));
+    const vf p1 = SF::mul(h, SF::set1(2 * kC1f)), p2 = SF::mul(h, SF::set1(2 * kC2f)), p3 = SF::mul(h, SF::set1(2 * kC3f));
+    const vf r = F == Fn::sin ? SF::sub(SF::sub(SF::sub(ax, p1), p2), p3) : SF::add(SF::add(SF::sub(p1, ax), p2), p3);
     const vf z = SF::mul(r, r);
     const vf v = SF::add(r, SF::mul(SF::mul(r, z), lanes::horner<SF>(z, kSinHalfTurnF)));
-    vi sign = simd::vsll_vi2_vi2_i(simd::vcast_vi_vf(big), 31);
-    if constexpr (F == Fn::cos) sign = simd::vxor_vi_vi_vi(sign, simd::vset1_vi2_i(int32_t(0x80000000u)));
-    return SF::bit_xor(v, simd::vcast_vf_vi(sign));
+    return SF::bit_xor(v, simd::vcast_vf_vi(simd::vsll_vi2_vi2_i(simd::vcast_vi_vf(big), 31)));
 }
 
 // tan(k pi/2 + r) = s/c for k even, -c/s for k odd.
@@ -166,8 +196,11 @@ QOR_KERNEL_INLINE vf float_tan(const FloatParts& p) {
     return SF::bit_xor(q, SF::bit_and(odd, SF::set1(-0.0f)));
 }
 
-QOR_KERNEL_INLINE bool float_path(vf ax) {
-    return SF::movemask(lanes::magnitude_above(ax, kFloatPathLimit)) == 0;
+// The lanes a single-precision kernel leaves to the scalar routine: EP's
+// float path screens at 2^10, the others at the vector limit.
+template <Variant Var>
+QOR_KERNEL_INLINE vf single_special(vf x) {
+    return lanes::magnitude_above(x, Var == Variant::EP ? kFloatPathLimit : kVectorLimitSingle);
 }
 
 // f(|x|) for |x| < 2^19, without the sign of x.
@@ -225,7 +258,9 @@ struct DoubleTrig {
     static constexpr bool reads_mode = true;
     vd special(vd x) const { return lanes::upper_word_above(x, kVectorLimitUpper); }
     QOR_KERNEL_INLINE vd operator()(vd x) const {
-        const vd v = unsigned_value<DoubleParts<Var>, F>(SD::abs(x));
+        vd v;
+        if constexpr (Var == Variant::EP && F != Fn::tan) v = double_half_turn<F>(SD::abs(x));
+        else v = unsigned_value<DoubleParts<Var>, F>(SD::abs(x));
         return F == Fn::cos ? v : SD::bit_xor(v, sign_of<double>(x));
     }
     int fix(double x, double& y) const { return double_fix<F>(x, y); }
@@ -236,19 +271,18 @@ struct SingleTrig {
     using T = float;
     static constexpr int block = 16;
     static constexpr bool reads_mode = true;
-    vf special(vf x) const { return lanes::magnitude_above(x, kVectorLimitSingle); }
+    vf special(vf x) const { return single_special<Var>(x); }
     QOR_KERNEL_INLINE vf operator()(vf x) const {
         const vf ax = SF::abs(x);
         if constexpr (Var == Variant::EP) {
-            if (float_path(ax)) [[likely]] {
-                if constexpr (F == Fn::sin) return SF::bit_xor(float_half_turn<F>(ax), sign_of<float>(x));
-                else if constexpr (F == Fn::cos) return float_half_turn<F>(ax);
-                else return SF::bit_xor(float_tan(float_parts(ax)), sign_of<float>(x));
-            }
+            if constexpr (F == Fn::sin) return SF::bit_xor(float_half_turn<F>(ax), sign_of<float>(x));
+            else if constexpr (F == Fn::cos) return float_half_turn<F>(ax);
+            else return SF::bit_xor(float_tan(float_parts(ax)), sign_of<float>(x));
+        } else {
+            const vf v = lanes::narrow(unsigned_value<SingleParts<Var>, F>(lanes::low_half(ax)),
+                                       unsigned_value<SingleParts<Var>, F>(lanes::high_half(ax)));
+            return F == Fn::cos ? v : SF::bit_xor(v, sign_of<float>(x));
         }
-        const vf v = lanes::narrow(unsigned_value<SingleParts<Var>, F>(lanes::low_half(ax)),
-                                   unsigned_value<SingleParts<Var>, F>(lanes::high_half(ax)));
-        return F == Fn::cos ? v : SF::bit_xor(v, sign_of<float>(x));
     }
     int fix(float x, float& y) const { return single_fix<F>(x, y); }
 };
@@ -262,14 +296,18 @@ struct DoubleSinCos {
     static constexpr bool reads_mode = true;
     QOR_KERNEL_INLINE void operator()(vd x, vd& s, vd& c) const {
         const vd ax = SD::bit_andnot(special(x, x, x), SD::abs(x));
-        const Reduced a = reduce<DoubleParts<Var>::reduction>(ax);
-        if constexpr (DoubleParts<Var>::merged) {
+        if constexpr (Var == Variant::EP) {
+            s = SD::bit_xor(double_half_turn<Fn::sin>(ax), sign_of<double>(x));
+            c = double_half_turn<Fn::cos>(ax);
+        } else if constexpr (DoubleParts<Var>::merged) {
             // Both forms once, then each lane's pick: the bits of merged_value.
+            const Reduced a = reduce<DoubleParts<Var>::reduction>(ax);
             const vd z = SD::mul(a.hi, a.hi);
             const vd sf = sine_form(a.hi, a.lo, z), cf = cosine_form(a.hi, a.lo, z);
             s = SD::bit_xor(place(a.k, sf, cf), sign_of<double>(x));
             c = place(next_quadrant(a.k), sf, cf);
         } else {
+            const Reduced a = reduce<DoubleParts<Var>::reduction>(ax);
             const auto p = DoubleParts<Var>::eval(a);
             s = SD::bit_xor(finish<Fn::sin>(a.k, p.s, p.c), sign_of<double>(x));
             c = finish<Fn::cos>(a.k, p.s, p.c);
@@ -289,24 +327,22 @@ struct SingleSinCos {
     QOR_KERNEL_INLINE void operator()(vf x, vf& s, vf& c) const {
         const vf ax = SF::bit_andnot(special(x, x, x), SF::abs(x));
         if constexpr (Var == Variant::EP) {
-            if (float_path(ax)) [[likely]] {
-                s = SF::bit_xor(float_half_turn<Fn::sin>(ax), sign_of<float>(x));
-                c = float_half_turn<Fn::cos>(ax);
-                return;
+            s = SF::bit_xor(float_half_turn<Fn::sin>(ax), sign_of<float>(x));
+            c = float_half_turn<Fn::cos>(ax);
+        } else {
+            vd sh[2], ch[2];
+            const vd half[2] = {lanes::low_half(ax), lanes::high_half(ax)};
+            for (int j = 0; j < 2; ++j) {
+                const Reduced a = reduce<SingleParts<Var>::reduction>(half[j]);
+                const auto p = SingleParts<Var>::eval(a);
+                sh[j] = finish<Fn::sin>(a.k, p.s, p.c);
+                ch[j] = finish<Fn::cos>(a.k, p.s, p.c);
             }
+            s = SF::bit_xor(lanes::narrow(sh[0], sh[1]), sign_of<float>(x));
+            c = lanes::narrow(ch[0], ch[1]);
         }
-        vd sh[2], ch[2];
-        const vd half[2] = {lanes::low_half(ax), lanes::high_half(ax)};
-        for (int j = 0; j < 2; ++j) {
-            const Reduced a = reduce<SingleParts<Var>::reduction>(half[j]);
-            const auto p = SingleParts<Var>::eval(a);
-            sh[j] = finish<Fn::sin>(a.k, p.s, p.c);
-            ch[j] = finish<Fn::cos>(a.k, p.s, p.c);
-        }
-        s = SF::bit_xor(lanes::narrow(sh[0], sh[1]), sign_of<float>(x));
-        c = lanes::narrow(ch[0], ch[1]);
     }
-    vf special(vf x, vf, vf) const { return lanes::magnitude_above(x, kVectorLimitSingle); }
+    vf special(vf x, vf, vf) const { return single_special<Var>(x); }
     int fix(float x, float& s, float& c) const {
         single_fix<Fn::cos>(x, c);
         return single_fix<Fn::sin>(x, s);

@@ -4,13 +4,12 @@
 // Moderate arguments (|x| < 2^19) reduce in the vector path by Cody-Waite:
 // pi/2 is split into pieces of 33 significant bits, so that k C1, k C2 and
 // k C3 are exact for k < 2^20, and |x| - k C1 is exact as well (the two lie
-// within a factor of two).  Three forms:
+// within a factor of two).  Two forms:
 //   exact:  four pieces (152 bits of pi/2) summed with error-free
 //           additions, r = hi + lo to about 2^-100 relative even for the
 //           doubles closest to a multiple of pi/2 in the range (r near
 //           2^-60);
 //   three:  three plain steps (119 bits), relative error of r below 2^-42;
-//   two:    two plain steps (86 bits), enough for float arguments.
 // Larger arguments go to the scalar routine, which reduces by the bits of
 // 2/pi (Payne and Hanek): |x| 2/pi mod 4 from a 192-bit window of the
 // table, exact to about 2^-137 absolutely, so r keeps about 75 correct bits
@@ -32,7 +31,6 @@ inline constexpr double kC2 = dbl(0x3DD0B4611A600000ull);       // 33 bits
 inline constexpr double kC3 = dbl(0x3BA3198A2E000000ull);       // 33 bits
 inline constexpr double kC4 = dbl(0x397B839A252049C1ull);       // the rest, rounded
 inline constexpr double kC3Plain = dbl(0x3BA3198A2E037073ull);  // pi/2 - C1 - C2, rounded
-inline constexpr double kC2Plain = dbl(0x3DD0B4611A626331ull);  // pi/2 - C1, rounded
 inline constexpr double kPiOver2Hi = dbl(0x3FF921FB54442D18ull);
 inline constexpr double kPiOver2Lo = dbl(0x3C91A62633145C07ull);
 // 1.5 * 2^52: added to t in [0, 2^51) it rounds t to an integer held in
@@ -43,7 +41,7 @@ inline constexpr double kRoundingShift = dbl(0x4338000000000000ull);
 inline constexpr uint32_t kVectorLimitUpper = 0x411FFFFF;  // upper word below 2^19
 inline constexpr uint32_t kVectorLimitSingle = 0x48FFFFFFu;  // below 2^19f
 
-enum class Reduction { exact, three, two };
+enum class Reduction { exact, three };
 
 // r = hi + lo (lo zero unless exact) and k, whose low two bits are those
 // of the 64-bit lanes of `k`.
@@ -85,14 +83,12 @@ QOR_KERNEL_INLINE Reduced reduce(vd ax) {
         vd s2, e2, s3, e3;
         fast_two_sum(t1, SD::mul(k, SD::set1(kC2)), s2, e2);
         fast_two_sum(s2, SD::mul(k, SD::set1(kC3)), s3, e3);
-        const vd low = SD::sub(SD::add(e2, e3), SD::mul(k, SD::set1(kC4)));
-        out.hi = SD::add(s3, low);
-        out.lo = SD::add(SD::sub(s3, out.hi), low);
-    } else if constexpr (R == Reduction::three) {
-        out.hi = SD::sub(SD::sub(t1, SD::mul(k, SD::set1(kC2))), SD::mul(k, SD::set1(kC3Plain)));
-        out.lo = SD::set1(0.0);
+        // Left unnormalised: |low| stays within about an ulp of s3, which
+        // the evaluations take as they take a normalised low part.
+        out.hi = s3;
+        out.lo = SD::sub(SD::add(e2, e3), SD::mul(k, SD::set1(kC4)));
     } else {
-        out.hi = SD::sub(t1, SD::mul(k, SD::set1(kC2Plain)));
+        out.hi = SD::sub(SD::sub(t1, SD::mul(k, SD::set1(kC2))), SD::mul(k, SD::set1(kC3Plain)));
         out.lo = SD::set1(0.0);
     }
     return out;
