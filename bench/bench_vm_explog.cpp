@@ -38,10 +38,7 @@ int register_all() {
         {"sLog1p", {-0.9, 100.0, ::log1pf, Sleef_log1pf4_u10sse4, nullptr}},
         {"sLogb", {-1e6, 1e6, ::logbf, nullptr, nullptr}},
         {"sExpInt1", {0.01, 50.0, nullptr, nullptr, nullptr}}};
-    for (const BenchRow& row : bench_rows()) {
-        if (auto d = doubles.find(row.name); d != doubles.end()) register_row(row, d->second);
-        if (auto f = singles.find(row.name); f != singles.end()) register_row(row, f->second);
-    }
+    register_rows(doubles, singles);
     return 0;
 }
 

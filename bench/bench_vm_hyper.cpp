@@ -27,10 +27,7 @@ int register_all() {
         {"sAsinh", {-10.0, 10.0, ::asinhf, Sleef_asinhf4_u10sse4, nullptr}},
         {"sAcosh", {1.0, 100.0, ::acoshf, Sleef_acoshf4_u10sse4, nullptr}},
         {"sAtanh", {-0.99, 0.99, ::atanhf, Sleef_atanhf4_u10sse4, nullptr}}};
-    for (const BenchRow& row : bench_rows()) {
-        if (auto d = doubles.find(row.name); d != doubles.end()) register_row(row, d->second);
-        if (auto f = singles.find(row.name); f != singles.end()) register_row(row, f->second);
-    }
+    register_rows(doubles, singles);
     return 0;
 }
 

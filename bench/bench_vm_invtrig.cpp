@@ -33,12 +33,7 @@ int register_all() {
     const std::map<std::string, BinaryPeers<float>> single_pairs = {
         {"sAtan2", {-10.0, 10.0, ::atan2f, Sleef_atan2f4_u10sse4, Sleef_atan2f4_u35sse4}},
         {"sAtan2pi", {-10.0, 10.0, nullptr, nullptr, nullptr}}};
-    for (const BenchRow& row : bench_rows()) {
-        if (auto d = doubles.find(row.name); d != doubles.end()) register_row(row, d->second);
-        if (auto f = singles.find(row.name); f != singles.end()) register_row(row, f->second);
-        if (auto d = double_pairs.find(row.name); d != double_pairs.end()) register_row(row, d->second);
-        if (auto f = single_pairs.find(row.name); f != single_pairs.end()) register_row(row, f->second);
-    }
+    register_rows(doubles, singles, double_pairs, single_pairs);
     return 0;
 }
 

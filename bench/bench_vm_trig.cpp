@@ -90,11 +90,9 @@ int register_all() {
         {"sSin", {kLo, kHi, ::sinf, Sleef_sinf4_u10sse4, Sleef_sinf4_u35sse4}},
         {"sCos", {kLo, kHi, ::cosf, Sleef_cosf4_u10sse4, Sleef_cosf4_u35sse4}},
         {"sTan", {kLo, kHi, ::tanf, Sleef_tanf4_u10sse4, Sleef_tanf4_u35sse4}}};
-    for (const BenchRow& row : bench_rows()) {
-        if (auto d = doubles.find(row.name); d != doubles.end()) register_row(row, d->second);
-        if (auto f = singles.find(row.name); f != singles.end()) register_row(row, f->second);
+    register_rows(doubles, singles);
+    for (const BenchRow& row : bench_rows())
         if (std::string(row.name) == "dSinCos" || std::string(row.name) == "sSinCos") register_sincos(row);
-    }
     return 0;
 }
 

@@ -82,10 +82,9 @@ int register_all() {
         {"sSinpi", {-4.0, 4.0, [](float x) { return std::sin(x * kPiF); }, Sleef_sinpif4_u05sse4, nullptr}},
         {"sCospi", {-4.0, 4.0, [](float x) { return std::cos(x * kPiF); }, Sleef_cospif4_u05sse4, nullptr}},
         {"sTanpi", {-4.0, 4.0, [](float x) { return std::tan(x * kPiF); }, nullptr, nullptr}}};
+    register_rows(doubles, singles);
     for (const BenchRow& row : bench_rows()) {
         const std::string name = row.name;
-        if (auto d = doubles.find(name); d != doubles.end()) register_row(row, d->second);
-        if (auto f = singles.find(name); f != singles.end()) register_row(row, f->second);
         if (name == "dSinCospi")
             register_sincospi<double>(row, Sleef_sincospid2_u05sse4, Sleef_sincospid2_u35sse4,
                                       [](double x) { return std::sin(x * M_PI); }, [](double x) { return std::cos(x * M_PI); });

@@ -164,4 +164,14 @@ void register_row(const BenchRow& row, const BinaryPeers<T>& peers) {
     }
 }
 
+// Registers each row of the row list that has peers in one of the maps
+// (row name to Peers or BinaryPeers).
+template <class... Maps>
+void register_rows(const Maps&... maps) {
+    for (const BenchRow& row : bench_rows())
+        (..., [&](const auto& m) {
+            if (auto it = m.find(row.name); it != m.end()) register_row(row, it->second);
+        }(maps));
+}
+
 }  // namespace qor::bench
