@@ -21,7 +21,8 @@
 namespace qor::test {
 
 enum class Domain { none, all, all2, reduce, exp, exp2, exp10, expm1, log, log1p, expint1, root, pow3o2, positive,
-                    hypot, pow, powr, powx, trig, trigd, trigpi, hyper, unit, atan, acosh, atan2 };
+                    hypot, pow, powr, powx, trig, trigd, trigpi, hyper, unit, atan, acosh, atan2,
+                    erf, erfc, erfcx, cdfnorm, erfinv, erfcinv, cdfnorminv, lgamma, tgamma, besseli, bessel, besseln };
 
 // The arguments of a sweep; y is empty for functions of one argument.
 template <class T>
