@@ -25,17 +25,21 @@ constexpr int kN = 1000;
 constexpr int kRuns = 2000;
 
 // Inputs on every kernel's ordinary path: positive, moderate values in
-// [0.5, 2), except for the functions defined on [-1, 1] (in (0.05, 0.95))
-// and for acosh (in [1.05, 4)), whose reporter would otherwise be timed.
+// [0.5, 2), except for the functions defined on [-1, 1] or (0, 1) (in
+// (0.05, 0.95)) and for acosh (in [1.05, 4)), whose reporter would otherwise
+// be timed.  The scalar argument is the array's first value, except for the
+// Bessel functions of integer order, which take order 3.
 enum Range { kModerate, kUnit, kAboveOne };
 constexpr double kRanges[3][2] = {{0.5, 2.0}, {0.05, 0.95}, {1.05, 4.0}};
 Range current_range = kModerate;
+bool integer_order = false;
 
 Range range_of(const std::string& fn) {
-    for (const char* f : {"Asin", "Acos", "Asinpi", "Acospi", "Atanh"})
+    for (const char* f : {"Asin", "Acos", "Asinpi", "Acospi", "Atanh", "ErfInv", "ErfcInv", "CdfNormInv"})
         if (fn == f || fn == std::string(f) + "I") return kUnit;
     return fn == "Acosh" || fn == "AcoshI" ? kAboveOne : kModerate;
 }
+
 
 // Four arrays of each element type per range, with room for a stride of 2.
 template <class T>
@@ -74,6 +78,11 @@ double ticks_per_element(Call call) {
     return double(best) / kN;
 }
 
+template <class T>
+T scalar_argument() {
+    return integer_order ? T(3) : buffer<T>(1)[0];
+}
+
 // One call of a kernel of each kind, on the shared buffers.
 #define QOR_T(p) QOR_VM_T_##p
 #define QOR_R(p) QOR_VM_R_##p
@@ -104,12 +113,12 @@ template <class T, class R> struct Kinds {
     }
     static double scalar(qor_vm_kernel k) {
         auto f = reinterpret_cast<void (*)(int, const T*, T, T*)>(k);
-        T b = buffer<T>(1)[0];
+        T b = scalar_argument<T>();
         return ticks_per_element([&] { f(kN, buffer<T>(0), b, buffer<T>(2)); });
     }
     static double scalar_i(qor_vm_kernel k) {
         auto f = reinterpret_cast<void (*)(int, const T*, int, T, T*, int)>(k);
-        T b = buffer<T>(1)[0];
+        T b = scalar_argument<T>();
         return ticks_per_element([&] { f(kN, buffer<T>(0), 2, b, buffer<T>(2), 2); });
     }
     static double linfrac(qor_vm_kernel k) {
@@ -159,6 +168,7 @@ std::map<std::string, Measured> measure_all() {
     {                                                                                            \
         Measured m{{}, true};                                                                    \
         current_range = range_of(#Fn);                                                           \
+        integer_order = #Fn[0] == 'J' || #Fn[0] == 'Y';                                          \
         QOR_VM_IF_MEASURED(column, m.frozen = false;)                                            \
         for (int slot = 0; slot < 3; ++slot) {                                                   \
             qor_vm_kernel k = qor_lum_kernel_##p##Fn##_ttab[slot];                               \
