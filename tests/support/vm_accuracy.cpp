@@ -80,6 +80,56 @@ double cos_folded(double x, double half_turn) {  // cos t = sin(quarter - |t|)
     return sin_folded(half_turn / 2 - std::fabs(std::remainder(x, 2 * half_turn)), half_turn);
 }
 
+// erfcx(x) = e^(x^2) erfc(x); past 10^4, where erfc would leave MPFR's
+// exponent range, by its asymptotic series 1/(x sqrt pi) sum (-1)^k
+// (2k-1)!!/(2x^2)^k, whose terms there fall by 10^-7 and more each.
+int mpfr_erfcx(mpfr_ptr y, mpfr_srcptr x, mpfr_rnd_t rnd) {
+    if (mpfr_nan_p(x)) return mpfr_set_nan(y), 0;
+    if (mpfr_inf_p(x)) return mpfr_sgn(x) > 0 ? (mpfr_set_zero(y, 1), 0) : (mpfr_set_inf(y, 1), 0);
+    const mpfr_prec_t p = mpfr_get_prec(y) + 64;
+    mpfr_t a, b;
+    mpfr_inits2(p, a, b, (mpfr_ptr)nullptr);
+    if (mpfr_cmp_ui(x, 10000) > 0) {
+        mpfr_sqr(b, x, MPFR_RNDN);
+        mpfr_mul_2ui(b, b, 1, MPFR_RNDN);  // 2 x^2
+        mpfr_set_ui(a, 1, MPFR_RNDN);
+        mpfr_t term;
+        mpfr_init2(term, p);
+        mpfr_set_ui(term, 1, MPFR_RNDN);
+        for (unsigned k = 1; k <= 16; ++k) {
+            mpfr_mul_si(term, term, -long(2 * k - 1), MPFR_RNDN);
+            mpfr_div(term, term, b, MPFR_RNDN);
+            mpfr_add(a, a, term, MPFR_RNDN);
+        }
+        mpfr_const_pi(b, MPFR_RNDN);
+        mpfr_sqrt(b, b, MPFR_RNDN);
+        mpfr_mul(b, b, x, MPFR_RNDN);
+        mpfr_clear(term);
+        const int r = mpfr_div(y, a, b, rnd);
+        mpfr_clears(a, b, (mpfr_ptr)nullptr);
+        return r;
+    }
+    mpfr_sqr(a, x, MPFR_RNDN);
+    mpfr_exp(a, a, MPFR_RNDN);
+    mpfr_erfc(b, x, MPFR_RNDN);
+    const int r = mpfr_mul(y, a, b, rnd);
+    mpfr_clears(a, b, (mpfr_ptr)nullptr);
+    return r;
+}
+
+// The normal distribution function erfc(-x/sqrt 2)/2.
+int mpfr_cdfnorm(mpfr_ptr y, mpfr_srcptr x, mpfr_rnd_t rnd) {
+    mpfr_t t;
+    mpfr_init2(t, mpfr_get_prec(y) + 64);
+    mpfr_sqrt_ui(t, 2, MPFR_RNDN);
+    mpfr_div(t, x, t, MPFR_RNDN);
+    mpfr_neg(t, t, MPFR_RNDN);
+    mpfr_erfc(t, t, MPFR_RNDN);
+    const int r = mpfr_div_2ui(y, t, 1, rnd);
+    mpfr_clear(t);
+    return r;
+}
+
 // A function whose zeros lie at irrational points (Bessel functions, lgamma
 // left of 1) cannot be held to ulps of the result right at a zero: where the
 // exact value is smaller than `floor` (per precision: float, double), errors
@@ -118,13 +168,15 @@ const std::map<std::string_view, Reference>& references() {
         {"Asinpi", {mpfr_asinpi}},   {"Acospi", {mpfr_acospi}},   {"Atanpi", {mpfr_atanpi}},
         {"Asinh", {mpfr_asinh}},     {"Acosh", {mpfr_acosh}},     {"Atanh", {mpfr_atanh}},
         {"Atan2", {nullptr, mpfr_atan2}}, {"Atan2pi", {nullptr, mpfr_atan2pi}},
+        {"Erf", {mpfr_erf}},         {"Erfc", {mpfr_erfc}},       {"Erfcx", {mpfr_erfcx}},
+        {"CdfNorm", {mpfr_cdfnorm}},
     };
     return table;
 }
 
 // Double-precision references for the sweep over every float: each within
 // about a double ulp of the exact value (the C library's functions, exact
-// double operations, and the double E1 kernel, whose own sweep holds it to
+// double operations, and the double E1, Erfcx and CdfNorm kernels, whose own sweeps hold them to
 // one ulp against MPFR).
 using DoubleReference = double (*)(double);
 
@@ -160,6 +212,17 @@ const std::map<std::string_view, DoubleReference>& double_references() {
         {"Asinpi", [](double x) { return std::asin(x) / M_PI; }}, {"Acospi", [](double x) { return std::acos(x) / M_PI; }},
         {"Atanpi", [](double x) { return std::atan(x) / M_PI; }}, {"Asinh", [](double x) { return std::asinh(x); }},
         {"Acosh", [](double x) { return std::acosh(x); }}, {"Atanh", [](double x) { return std::atanh(x); }},
+        {"Erf", [](double x) { return std::erf(x); }},     {"Erfc", [](double x) { return std::erfc(x); }},
+        {"Erfcx", [](double x) {
+             double r;
+             QOR_VM_HA_ENTRY(d, Erfcx)(1, &x, &r);
+             return r;
+         }},
+        {"CdfNorm", [](double x) {
+             double r;
+             QOR_VM_HA_ENTRY(d, CdfNorm)(1, &x, &r);
+             return r;
+         }},
     };
     return table;
 }

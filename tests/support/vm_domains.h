@@ -224,6 +224,34 @@ std::vector<T> unary(Domain d, std::size_t n, std::mt19937_64& gen) {
             for (int k = 1; k < std::numeric_limits<T>::digits; ++k) e.push_back(T(1 + std::ldexp(1.0, -k)));
             around<T>(e, {2, 0x1p26, 0x1p28, 1e300, 0.5}, 4);
             return fill<T>(e, {linear(1, 3), binades(0, hi, true), binades(lo, hi), patterns()}, n, gen);
+        case Domain::erf:
+        case Domain::erfc:
+        case Domain::erfcx:
+        case Domain::cdfnorm: {
+            // The pieces of the fits (eight per binade from 1/2 to 32), the
+            // switch to the small-argument form, and the thresholds where the
+            // result rounds to its limit, leaves the normal range or overflows.
+            const double sc = d == Domain::cdfnorm ? -std::sqrt(2.0) : 1.0;
+            for (int b = -1; b <= 4; ++b)
+                for (int j = 0; j < 8; ++j) around<T>(e, {sc * std::ldexp(1 + j / 8.0, b), -sc * std::ldexp(1 + j / 8.0, b)}, 1);
+            if (d == Domain::erf) {
+                around<T>(e, {5.9215871957945073, 3.9192058, 6, -6, 4, 0x1p-28, 0x1p-60});
+                return fill<T>(e, {linear(-6.5, 6.5), linear(-1, 1), binades(lo, 3), patterns()}, n, gen);
+            }
+            if (d == Domain::erfc) {
+                if (D) around<T>(e, {26, 26.699679956573945, 26.724840183069668, 27.226017111108364, 27.3, -5.93, -26});
+                else around<T>(e, {9, 9.1945494491346723, 10.127624702000864, -3.92, -9});
+                return fill<T>(e, {linear(-6.5, D ? 27.5 : 10.5), linear(0, D ? 27.5 : 10.5), binades(lo, 5), patterns()}, n, gen);
+            }
+            if (d == Domain::erfcx) {
+                if (D) around<T>(e, {-26.5, -26.628735713751490, 0x1p1000, 2.5355993527615762e307, 32, 0x1p26});
+                else around<T>(e, {-9.25, -9.3824139698326428, 0x1p120, 4.7995941720442268e37, 32, 0x1p13});
+                return fill<T>(e, {linear(D ? -27 : -9.5, 40), binades(lo, hi, true), binades(lo, 6), patterns()}, n, gen);
+            }
+            if (D) around<T>(e, {-36, 36, -37.759049505607963, -38.363496349486967, -38.5, 8.3, -8.3});
+            else around<T>(e, {-12.75, 12.75, -12.94, -14.27, 5.5});
+            return fill<T>(e, {linear(D ? -39 : -14.5, 9), linear(-3, 3), binades(lo, 6), patterns()}, n, gen);
+        }
         default: {  // all
             const double mant = 1 / double(std::numeric_limits<T>::epsilon());  // from here on every value is an integer
             around<T>(e, {0.5, -0.5, 1.5, -1.5, 2.5, -2.5, 3.5, mant / 2, -mant / 2, mant, -mant, mant / 2 + 0.5, mant / 2 - 0.5}, 2);
