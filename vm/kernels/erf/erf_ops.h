@@ -20,7 +20,7 @@
 //            2.5e307, 4.8e37 in single) are code 4.
 //   CdfNorm: erfc(z)/2 with z = -x/sqrt 2 formed as a pair in double (its
 //            rounding would cost 2 z^2 ulps), so that the left tail keeps
-//            its accuracy down to the underflow near -38.4 (-14.1 in
+//            its accuracy down to the underflow near -38.5 (-14.2 in
 //            single), again code 4.
 // NaN gives a quiet NaN, infinities their limits, all without a code.
 #pragma once
