@@ -128,12 +128,44 @@ def asymptotic(u):
     return erfcx(x) * x
 
 
-def emit_rows(name, rows, comment):
+ERF_FIRST_PATTERN = 0x3FE0000000000000 >> 48  # 0.5: sixteen pieces per binade
+ERF_PIECES = 56                                # [0.5, 6)
+
+
+def erf_piece_bounds(i):
+    e = i // 16 - 1
+    j = i % 16
+    a = mp.ldexp(1 + mp.mpf(j) / 16, e)
+    b = mp.ldexp(1 + mp.mpf(j + 1) / 16, e)
+    return a, b, (a + b) / 2
+
+
+def fit_erf_pieces(target_bits, split_first, degrees, pieces=ERF_PIECES):
+    """erf itself on [0.5, 6), for absolute error (erf > 1/2 there)."""
+    for n in degrees:
+        rows, worst, fit = [], mp.mpf(0), mp.mpf(0)
+        for i in range(pieces):
+            a, b, c = erf_piece_bounds(i)
+            coef = interpolate(mp.erf, a, b, c, n)
+            r = round_coefficients(coef, split_first)
+            exact = [coef[0], mp.mpf(0)] + coef[1:] if split_first else coef
+            for k in range(41):
+                x = a + (b - a) * k / 40
+                fit = max(fit, abs(evaluate(exact, split_first, x - c) - mp.erf(x)))
+                worst = max(worst, abs(evaluate(r, split_first, x - c) - mp.erf(x)))
+            rows.append(r)
+        if fit < mp.mpf(2) ** -target_bits:
+            return n, rows, worst
+    raise SystemExit('no erf degree reaches 2^-%d' % target_bits)
+
+
+def emit_rows(name, rows, comment, bounds=None):
+    bounds = bounds or piece_bounds
     width = len(rows[0])
     print('// %s' % comment)
-    print('inline constexpr Rows<%d> %s = {{' % (width, name))
+    print('inline constexpr Rows<%d, %d> %s = {{' % (len(rows), width, name))
     for i, r in enumerate(rows):
-        a, b, _ = piece_bounds(i)
+        a, b, _ = bounds(i)
         print('    {%s},  // [%s, %s)' % (', '.join('dbl(%s)' % hexd(v) for v in r), mp.nstr(a, 8), mp.nstr(b, 8)))
     print('}};')
     print()
@@ -184,6 +216,9 @@ def main():
     high = fit_pieces(62, True, range(8, 24))
     mid = fit_pieces(35, False, range(4, 16))
     low = fit_pieces(17, False, range(2, 10))
+    erf_high = fit_erf_pieces(61, True, range(6, 20))
+    erf_mid = fit_erf_pieces(34, False, range(3, 14))
+    erf_low = fit_erf_pieces(17, False, range(1, 8))
     sh = small_fit(62, range(4, 16))
     sm = small_fit(35, range(2, 12))
     sl = small_fit(17, range(1, 8))
@@ -202,6 +237,11 @@ def main():
     print('//   kHigh: degree %d, worst 2^%.1f; c0 as head and tail, then c1 ...' % (high[0], log(high[2])))
     print('//   kMid:  degree %d, worst 2^%.1f;' % (mid[0], log(mid[2])))
     print('//   kLow:  degree %d, worst 2^%.1f.' % (low[0], log(low[2])))
+    print('// Erf on [0.5, 6) directly (no exponential), sixteen pieces per binade,')
+    print('// numbered by the pattern of x shifted right by 48 less %d, centres in' % ERF_FIRST_PATTERN)
+    print('// kErfCenter; fitted for absolute error: kErfHigh degree %d, 2^%.1f (c0 as' % (erf_high[0], log(erf_high[2])))
+    print('// head and tail), kErfMid degree %d,' % erf_mid[0])
+    print('// 2^%.1f, and kErfLow degree %d, 2^%.1f.' % (log(erf_mid[2]), erf_low[0], log(erf_low[2])))
     print('// Small arguments: erf(x) = x + x Q(x^2) for |x| <= 1/2, Q highest degree')
     print('// first, absolute error 2^%.1f, 2^%.1f, 2^%.1f (kSmall*).' % (log(sh[2]), log(sm[2]), log(sl[2])))
     print('// Large arguments: erfcx(x) = A(1/x^2)/x for x >= %d, A with its constant' % ASYMPTOTIC_FROM)
@@ -218,9 +258,12 @@ def main():
     print('inline constexpr int kPieces = %d;' % PIECES)
     print('inline constexpr int kFirstPattern = %d;  // (bits of 0.5) >> 49' % FIRST_PATTERN)
     print()
-    print('template <int N>')
+    print('inline constexpr int kErfPieces = %d;' % ERF_PIECES)
+    print('inline constexpr int kErfFirstPattern = %d;  // (bits of 0.5) >> 48' % ERF_FIRST_PATTERN)
+    print()
+    print('template <int P, int N>')
     print('struct alignas(16) Rows {')
-    print('    double v[kPieces][N];')
+    print('    double v[P][N];')
     print('};')
     print()
     print('inline constexpr double kCenter[kPieces] = {')
@@ -230,6 +273,13 @@ def main():
     emit_rows('kHigh', high[1], 'c0 head, c0 tail, c1 ... c%d' % high[0])
     emit_rows('kMid', mid[1], 'c0 ... c%d' % mid[0])
     emit_rows('kLow', low[1], 'c0 ... c%d' % low[0])
+    print('inline constexpr double kErfCenter[kErfPieces] = {')
+    print(',\n'.join('    %s' % mp.nstr(erf_piece_bounds(i)[2], 20) for i in range(ERF_PIECES)))
+    print('};')
+    print()
+    emit_rows('kErfHigh', erf_high[1], 'c0 head, c0 tail, c1 ... c%d' % erf_high[0], erf_piece_bounds)
+    emit_rows('kErfMid', erf_mid[1], 'c0 ... c%d' % erf_mid[0], erf_piece_bounds)
+    emit_rows('kErfLow', erf_low[1], 'c0 ... c%d' % erf_low[0], erf_piece_bounds)
     emit_poly('kSmallHigh', sh[1], 'Q, highest degree first')
     emit_poly('kSmallMid', sm[1], 'Q, highest degree first')
     emit_poly('kSmallLow', sl[1], 'Q, highest degree first')

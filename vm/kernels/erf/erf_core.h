@@ -7,7 +7,9 @@
 //                     pieces of [0.5, 32) (erf_table.h), the square split
 //                     exactly into head and tail so that e^(-a^2) keeps its
 //                     full relative accuracy however large a^2 grows;
-//   a >= 32:          erfcx(a) = A(1/a^2)/a, no exponential at all.
+//   a >= 32:          erfcx(a) = A(1/a^2)/a, no exponential at all;
+//   erf on [0.5, 6):  a polynomial of erf itself on one of 56 pieces, where
+//                     erf > 1/2 needs only an absolute accuracy.
 // The High quality carries R and e^(-a^2) as pairs (a head and a small
 // tail) and multiplies the heads exactly (Dekker's product, as there is no
 // fused multiply-add), so that the one rounding that counts is the last;
@@ -106,32 +108,30 @@ QOR_KERNEL_INLINE Pair erfc_small(vd x, vd xl = SD::set1(0.0)) {
     return {s.hi, SD::sub(s.lo, rest)};
 }
 
-// ---- R = erfcx on [0.5, 32) ------------------------------------------------------
+// ---- polynomials on pieces ----------------------------------------------------------
 struct Piece {
     int i0, i1;
     vd t;  // a - c
 };
 
-// The piece of each lane, clamped so that lanes outside [0.5, 32) read a
-// valid row.
-QOR_KERNEL_INLINE Piece piece_of(vd a) {
-    vi piece = simd::vsrl_vi2_vi2_i(simd::vshuffle_vi2_vi2<0x0D>(simd::vcast_vi_vd(a)), 17);
-    piece = simd::vsub_vi2_vi2_vi2(piece, simd::vset1_vi2_i(tab::kFirstPattern));
-    piece = simd::vmin_vi2_vi2_vi2(simd::vmax_vi2_vi2_vi2(piece, simd::vzero_vi()), simd::vset1_vi2_i(tab::kPieces - 1));
+// The piece of each lane: the pattern of a shifted right by Shift less
+// First, clamped so that lanes outside the table read a valid row.
+template <int Shift, int First, int Count>
+QOR_KERNEL_INLINE Piece piece_of(vd a, const double* centers) {
+    vi piece = simd::vsrl_vi2_vi2_i(simd::vshuffle_vi2_vi2<0x0D>(simd::vcast_vi_vd(a)), Shift - 32);
+    piece = simd::vsub_vi2_vi2_vi2(piece, simd::vset1_vi2_i(First));
+    piece = simd::vmin_vi2_vi2_vi2(simd::vmax_vi2_vi2_vi2(piece, simd::vzero_vi()), simd::vset1_vi2_i(Count - 1));
     const int i0 = simd::vget_i_vi2<0>(piece), i1 = simd::vget_i_vi2<1>(piece);
-    return {i0, i1, SD::sub(a, simd::vload_vd_p_p(&tab::kCenter[i0], &tab::kCenter[i1]))};
+    return {i0, i1, SD::sub(a, simd::vload_vd_p_p(&centers[i0], &centers[i1]))};
 }
 
-// R(a + al) as a pair (High) or in hi alone (lo zero).
-template <Quality Q, bool WithTail = false>
-QOR_KERNEL_INLINE Pair erfcx_pieces(vd a, vd al = SD::set1(0.0)) {
-    const auto& rows = pieces<Q>();
-    Piece pc = piece_of(a);
-    vd t = pc.t;
-    if constexpr (WithTail) t = SD::add(t, al);
-    const int i0 = pc.i0, i1 = pc.i1;
-    constexpr int first = long_fit(Q) ? 2 : 1;  // index of c1
-    constexpr int last = int(sizeof(rows[0]) / sizeof(double)) - 1;
+// The polynomial of each lane's row at t: c0 + t (c1 + c2 t + ...), with
+// Split rows holding c0 as head and tail; with Pair the result as an exact
+// head and tail (c0 + s), else rounded once.
+template <bool Split, bool Pairs, int P, int N>
+QOR_KERNEL_INLINE Pair piece_poly(const double (&rows)[P][N], int i0, int i1, vd t) {
+    constexpr int first = Split ? 2 : 1;  // index of c1
+    constexpr int last = N - 1;
     // Two halves of Horner's scheme in parallel: p = lowp + t^h highp.
     constexpr int mid = (first + last + 1) / 2;
     vd hp = simd::vload_vd_p_p(&rows[i0][last], &rows[i1][last]);
@@ -142,13 +142,33 @@ QOR_KERNEL_INLINE Pair erfcx_pieces(vd a, vd al = SD::set1(0.0)) {
     for (int k = 1; k < mid - first; ++k) th = SD::mul(th, t);
     const vd p = SD::add(lp, SD::mul(th, hp));  // c1 + c2 t + ...
     const vd c0 = simd::vload_vd_p_p(&rows[i0][0], &rows[i1][0]);
-    if constexpr (long_fit(Q)) {
-        const vd s = SD::add(simd::vload_vd_p_p(&rows[i0][1], &rows[i1][1]), SD::mul(t, p));
-        if constexpr (Q == Quality::High) return fast_two_sum(c0, s);
-        else return {SD::add(c0, s), SD::set1(0.0)};
-    } else {
-        return {SD::add(c0, SD::mul(t, p)), SD::set1(0.0)};
-    }
+    vd s = SD::mul(t, p);
+    if constexpr (Split) s = SD::add(simd::vload_vd_p_p(&rows[i0][1], &rows[i1][1]), s);
+    if constexpr (Pairs) return fast_two_sum(c0, s);
+    else return {SD::add(c0, s), SD::set1(0.0)};
+}
+
+// R(a + al) = erfcx on [0.5, 32): as a pair (High) or in hi alone.
+template <Quality Q, bool WithTail = false>
+QOR_KERNEL_INLINE Pair erfcx_pieces(vd a, vd al = SD::set1(0.0)) {
+    Piece pc = piece_of<49, tab::kFirstPattern, tab::kPieces>(a, tab::kCenter);
+    vd t = pc.t;
+    if constexpr (WithTail) t = SD::add(t, al);
+    return piece_poly<long_fit(Q), Q == Quality::High>(pieces<Q>(), pc.i0, pc.i1, t);
+}
+
+template <Quality Q>
+constexpr const auto& erf_pieces() {
+    if constexpr (long_fit(Q)) return tab::kErfHigh.v;
+    else if constexpr (Q == Quality::Mid) return tab::kErfMid.v;
+    else return tab::kErfLow.v;
+}
+
+// erf(a) for 0.5 <= a <= 6 straight from its pieces, no exponential.
+template <Quality Q>
+QOR_KERNEL_INLINE vd erf_direct(vd a) {
+    Piece pc = piece_of<48, tab::kErfFirstPattern, tab::kErfPieces>(a, tab::kErfCenter);
+    return piece_poly<long_fit(Q), false>(erf_pieces<Q>(), pc.i0, pc.i1, pc.t).hi;
 }
 
 // ---- e^(+-a^2) -------------------------------------------------------------------

@@ -7,7 +7,8 @@
 //     EP: the shorter fits (relative error about 2^-36).
 //   single: in double, rounded once: HA and LA with the shorter fits
 //     (about 0.51 ulp), EP with the shortest (about 2^-18).
-//   Erf:     a = |x| clamped to 6 (4 in single), where erf rounds to 1;
+//   Erf:     for |x| >= 1/2 a polynomial of erf itself on one of 56 pieces
+//            of [0.5, 6), no exponential (from 5.93 on erf rounds to 1);
 //            erf(-0) = -0.
 //   Erfc:    2 - erfc(-x) for x <= -1/2; results at and below the normal
 //            range (x above 26, 9.1 in single) go to the scalar routine,
@@ -56,11 +57,8 @@ inline constexpr double kMinusRsqrt2Lo = dbl(0x3C8BDD3413B26456ull);
 template <Quality Q>
 QOR_KERNEL_INLINE vd erf_double(vd x) {
     const vd a = SD::abs(x);
-    return pick(SD::lt(a, SD::set1(kHalf)), [&] { return erf_small<Q>(x); }, [&] {
-        const Pair e = erfc_large_scaled<Q>(SD::min(a, SD::set1(6.0)));
-        const Pair d = fast_two_sum(SD::set1(1.0), SD::neg(e.hi));
-        return SD::copysign(SD::add(d.hi, SD::sub(d.lo, e.lo)), x);
-    });
+    return pick(SD::lt(a, SD::set1(kHalf)), [&] { return erf_small<Q>(x); },
+                [&] { return SD::copysign(erf_direct<Q>(SD::min(a, SD::set1(6.0))), x); });
 }
 
 // erfc(z + zl) for z <= 26, as 2 - erfc(-z) for negative z; CdfNorm passes
