@@ -17,8 +17,9 @@ import mpmath as mp
 
 mp.mp.dps = 60
 
-FIRST_PATTERN = 0x3FE0000000000000 >> 49  # 0.5: eight pieces per binade
-PIECES = 48                               # [0.5, 32)
+PER_BINADE = 16
+FIRST_PATTERN = 0x3FE0000000000000 >> 48  # 0.5: sixteen pieces per binade
+PIECES = 96                               # [0.5, 32)
 ASYMPTOTIC_FROM = 32
 
 
@@ -77,10 +78,10 @@ def worst_error(f, rounded, split_first, a, b, c, samples):
 
 
 def piece_bounds(i):
-    e = i // 8 - 1
-    j = i % 8
-    a = mp.ldexp(1 + mp.mpf(j) / 8, e)
-    b = mp.ldexp(1 + mp.mpf(j + 1) / 8, e)
+    e = i // PER_BINADE - 1
+    j = i % PER_BINADE
+    a = mp.ldexp(1 + mp.mpf(j) / PER_BINADE, e)
+    b = mp.ldexp(1 + mp.mpf(j + 1) / PER_BINADE, e)
     return a, b, (a + b) / 2
 
 
@@ -229,9 +230,9 @@ def main():
     print('// (Chebyshev interpolation in 60-digit arithmetic, coefficients rounded')
     print('// to double and checked on a dense grid; do not edit by hand).')
     print('//')
-    print('// Pieces: [0.5, 32) in %d pieces, eight per binade, [a (1 + j/8),' % PIECES)
-    print('// a (1 + (j+1)/8)) with a = 2^e, numbered 8 (e + 1) + j: the pattern of x')
-    print('// shifted right by 49 less %d.  On each piece erfcx(x) = e^(x^2) erfc(x)' % FIRST_PATTERN)
+    print('// Pieces: [0.5, 32) in %d pieces, sixteen per binade, [a (1 + j/16),' % PIECES)
+    print('// a (1 + (j+1)/16)) with a = 2^e, numbered 16 (e + 1) + j: the pattern of x')
+    print('// shifted right by 48 less %d.  On each piece erfcx(x) = e^(x^2) erfc(x)' % FIRST_PATTERN)
     print('// is a polynomial in t = x - c, c the centre (kCenter), lowest degree')
     print('// first, fitted for relative error:')
     print('//   kHigh: degree %d, worst 2^%.1f; c0 as head and tail, then c1 ...' % (high[0], log(high[2])))
@@ -256,7 +257,7 @@ def main():
     print('namespace qor::vm::erf_table {')
     print()
     print('inline constexpr int kPieces = %d;' % PIECES)
-    print('inline constexpr int kFirstPattern = %d;  // (bits of 0.5) >> 49' % FIRST_PATTERN)
+    print('inline constexpr int kFirstPattern = %d;  // (bits of 0.5) >> 48' % FIRST_PATTERN)
     print()
     print('inline constexpr int kErfPieces = %d;' % ERF_PIECES)
     print('inline constexpr int kErfFirstPattern = %d;  // (bits of 0.5) >> 48' % ERF_FIRST_PATTERN)
