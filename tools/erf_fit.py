@@ -101,24 +101,11 @@ def fit_pieces(target_bits, split_first, degrees):
     raise SystemExit('no degree reaches 2^-%d' % target_bits)
 
 
-def fit_single(f, a, b, c, target_bits, split_first, degrees, var=None):
-    for n in degrees:
-        r = round_coefficients(interpolate(f, a, b, c, n), split_first)
-        w = worst_error(f, r, split_first, a, b, c, 400)
-        if w < mp.mpf(2) ** -target_bits:
-            return n, r, w
-    raise SystemExit('no degree reaches 2^-%d' % target_bits)
-
-
 def erf_small(s):
     # Q(s) = erf(x)/x - 1 with s = x^2: erf(x) = x + x Q(x^2).  Relative to
     # 1 + Q (the error lands on erf(x)/x).
     x = mp.sqrt(s)
     return (mp.erf(x) / x - 1) if s != 0 else 2 / mp.sqrt(mp.pi) - 1
-
-
-def erf_small_plus_one(s):
-    return erf_small(s) + 1
 
 
 def asymptotic(u):
