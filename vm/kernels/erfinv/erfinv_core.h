@@ -1,0 +1,220 @@
+// Building blocks of the inverse error function kernels.
+//
+// Central range, |x| < 1/2: erfinv x = x + x h(x^2), h a polynomial of
+// degree 14 (fit 2^-61.6) whose value lies in [-0.114, -0.046], so the
+// rounding errors of x h weigh at most 0.13 in the result and the last
+// addition rounds once.  The normal quantile's form sqrt 2 x (1 + h) takes
+// x sqrt2_hi as an exact pair.
+//
+// Tails: erfinv(1 - q) = erfcinv(q) = Y(L) with L = -ln q, q <= 1/2 (so
+// L >= ln 2).  1 - |x| is exact for |x| >= 1/2, and erfcinv takes small q
+// as given, so nothing cancels before the logarithm.  L comes from the
+// reduction of Ln as a pair (about 2^-60 relative); Y is a polynomial of
+// degree 12 on each quarter binade of L (43 rows, fits 2^-60.1) in
+// z = (L_hi - m) + L_lo, exact up to the last addition, with the value at
+// the middle m stored as a pair.  The relative error of L weighs about 1/2
+// in Y (Y grows like sqrt L), and z p(z) is at most an eighth of Y.
+//
+// Enhanced performance (double): erfinv x = x P(x^2) for |x| < 3/4 (11
+// terms, 2^-29), else Y(L) from the short logarithm (2^-30) and a
+// polynomial of degree 9 in L - 1.5 2^e on each binade [2^e, 2^(e+1)) of L
+// up to 64 (2^-30.3).  No division apart from the logarithm's index.
+#pragma once
+
+#include <bit>
+#include <cstdint>
+#include <limits>
+
+#include "../explog/log_core.h"
+#include "../lanes.h"
+#include "erfinv_coefficients.h"
+
+namespace qor::vm::erfinv_core {
+
+namespace co = erfinv_coefficients;
+
+struct Pair {
+    vd hi, lo;
+};
+
+// hi + lo = a * b within 2^-105 relative (Dekker's product, heads of 26 bits).
+QOR_KERNEL_INLINE Pair two_prod(vd a, vd b) {
+    const vd mask = lanes::from_bits(Bits<double>::kSplitHead);
+    const vd ah = SD::bit_and(a, mask), al = SD::sub(a, ah);
+    const vd bh = SD::bit_and(b, mask), bl = SD::sub(b, bh);
+    const vd p = SD::mul(a, b);
+    vd e = SD::sub(SD::mul(ah, bh), p);
+    e = SD::add(SD::add(e, SD::mul(ah, bl)), SD::mul(al, bh));
+    return {p, SD::add(e, SD::mul(al, bl))};
+}
+
+// central() where `use_central` marks lanes, tail() elsewhere; a branch
+// that no lane takes is not computed.
+template <class Central, class Tail>
+QOR_KERNEL_INLINE vd pick(vd use_central, Central central, Tail tail) {
+    const int which = SD::movemask(use_central);
+    if (which == 3) return central();
+    if (which == 0) return tail();
+    return SD::select(use_central, central(), tail());
+}
+
+// Lanes whose upper word (of |x| when `magnitude`), read as a signed
+// integer, lies below `low` or above `high`: no flag is raised.
+inline vd upper_word_outside(vd x, int32_t low, int32_t high) {
+    const vi hw = simd::vshuffle_vi2_vi2<0xF5>(simd::vcast_vi_vd(x));
+    const vi below = simd::vgt_vi2_vi2_vi2(simd::vset1_vi2_i(low), hw);
+    const vi above = simd::vgt_vi2_vi2_vi2(hw, simd::vset1_vi2_i(high));
+    return simd::vcast_vd_vi(simd::vor_vi_vi_vi(below, above));
+}
+
+inline vf bits_outside(vf x, int32_t low, int32_t high) {
+    const vi b = SF::to_bits(x);
+    const vi below = simd::vgt_vi2_vi2_vi2(simd::vset1_vi2_i(low), b);
+    const vi above = simd::vgt_vi2_vi2_vi2(b, simd::vset1_vi2_i(high));
+    return simd::vcast_vf_vi(simd::vor_vi_vi_vi(below, above));
+}
+
+// f on the two halves of a float vector, in double, rounded once.
+template <class F>
+QOR_KERNEL_INLINE vf through_double(vf x, F f) {
+    return lanes::narrow(f(lanes::low_half(x)), f(lanes::high_half(x)));
+}
+
+// ---- high accuracy ----------------------------------------------------------------
+inline constexpr double kSqrt2Hi = dbl(0x3FF6A09E667F3BCDull);
+inline constexpr double kSqrt2Lo = dbl(0xBC9BDD3413B26456ull);
+inline constexpr double kHalfSqrtPi = dbl(0x3FEC5BF891B4EF6Bull);  // erfinv x / x at 0
+inline constexpr double kSmallestQ = dbl(0x0010000000000000ull);    // keeps marked lanes in range
+
+// erfinv x for |x| < 1/2; with `Scaled`, sqrt 2 erfinv x.
+template <bool Scaled>
+QOR_KERNEL_INLINE vd central(vd x) {
+    const vd t = SD::mul(x, x);
+    const vd h = lanes::horner<SD>(t, co::kCentral);
+    if constexpr (Scaled) {
+        const Pair p = two_prod(x, SD::set1(kSqrt2Hi));
+        const vd rest = SD::mul(x, SD::add(SD::set1(kSqrt2Lo), SD::mul(h, SD::set1(kSqrt2Hi))));
+        return SD::add(p.hi, SD::add(p.lo, rest));
+    } else {
+        return SD::add(x, SD::mul(x, h));
+    }
+}
+
+// -ln q = hi + lo for positive normal q, less `k_adjust` ln 2 (60 after a
+// prescale by 2^60); q <= 1/2, so the exact big part of the logarithm
+// dominates its small rest.
+QOR_KERNEL_INLINE Pair minus_ln(vd q, vd k_adjust) {
+    const log_core::Pieces p = log_core::pieces<log_core::Accuracy::High>(q, k_adjust);
+    const vd big = log_core::big_part(p), small = log_core::small_part(p);
+    const vd s = SD::add(big, small);
+    return {SD::neg(s), SD::neg(SD::add(SD::sub(big, s), small))};
+}
+
+// Row of the quarter-binade tables for L >= 0.625: exponent and two leading
+// mantissa bits of L, clamped so that every lane reads inside the table.
+inline int tail_row(int32_t upper) {
+    const int r = (upper >> 18) - 4089;  // 0.625 = 0x3FE40000...
+    return r < 0 ? 0 : (r >= co::kTailRows ? co::kTailRows - 1 : r);
+}
+
+// erfcinv q (sqrt 2 erfcinv q with `Scaled`) for q in (0, 1/2], positive
+// normal; `k_adjust` as in minus_ln.
+template <bool Scaled>
+QOR_KERNEL_INLINE vd tail(vd q, vd k_adjust = SD::set1(0.0)) {
+    const Pair L = minus_ln(q, k_adjust);
+    const vi bits = simd::vcast_vi_vd(L.hi);
+    const auto& table = Scaled ? co::kTailSqrt2 : co::kTail;
+    const double* r0 = table[tail_row(simd::vget_i_vi2<1>(bits))];
+    const double* r1 = table[tail_row(simd::vget_i_vi2<3>(bits))];
+    auto column = [&](int k) { return simd::vload_vd_p_p(r0 + k, r1 + k); };
+    const vd z = SD::add(SD::sub(L.hi, column(0)), L.lo);
+    vd p = column(1 + co::kTailTerms);
+    for (int k = co::kTailTerms; k >= 3; --k) p = SD::add(SD::mul(p, z), column(k));
+    return SD::add(column(1), SD::add(column(2), SD::mul(z, p)));
+}
+
+// The tail for one positive q, normal or subnormal, in lane 0.
+template <bool Scaled>
+inline double tail_scalar(double q) {
+    if ((std::bit_cast<uint64_t>(q) >> 52) == 0)
+        return simd::vget0_d_vd(tail<Scaled>(SD::set1(q * log_core::kPrescale), SD::set1(60.0)));
+    return simd::vget0_d_vd(tail<Scaled>(SD::set1(q)));
+}
+
+// erfinv x for |x| < 1 (ErfInv; `Scaled`: the normal quantile's sqrt 2 erfinv).
+template <bool Scaled>
+QOR_KERNEL_INLINE vd erfinv_double(vd x) {
+    const vd a = SD::abs(x);
+    return pick(
+        SD::lt(a, SD::set1(0.5)), [&] { return central<Scaled>(x); },
+        [&] {
+            const vd q = SD::max(SD::sub(SD::set1(1.0), a), SD::set1(kSmallestQ));
+            return SD::copysign(tail<Scaled>(q), x);
+        });
+}
+
+// erfcinv q for 0 < q < 2 (q normal): the central form in 1 - q (exact for
+// q >= 1/2) between 1/2 and 3/2, the tail in q or in 2 - q (exact for q >= 1)
+// outside, negative above 1.  `Quantile`: the normal quantile of p = q/2,
+// sqrt 2 erfinv(q - 1), the same steps with the sign turned and sqrt 2
+// folded in.
+template <bool Quantile>
+QOR_KERNEL_INLINE vd erfcinv_double(vd q) {
+    const vd one = SD::set1(1.0);
+    const vd v = Quantile ? SD::sub(q, one) : SD::sub(one, q);
+    return pick(
+        SD::lt(SD::abs(v), SD::set1(0.5)), [&] { return central<Quantile>(v); },
+        [&] {
+            const vd qq = SD::max(SD::min(q, SD::sub(SD::set1(2.0), q)), SD::set1(kSmallestQ));
+            return SD::copysign(tail<Quantile>(qq), v);
+        });
+}
+
+// ---- enhanced performance ---------------------------------------------------------
+// erfinv x for |x| < 1 - 2^-54 (the tail's table ends at L = 64).
+QOR_KERNEL_INLINE vd erfinv_fast(vd x) {
+    const vd a = SD::abs(x);
+    return pick(
+        SD::lt(a, SD::set1(0.75)), [&] { return SD::mul(x, lanes::horner<SD>(SD::mul(x, x), co::kCentralEP)); },
+        [&] {
+            const vd q = SD::max(SD::sub(SD::set1(1.0), a), SD::set1(0x1p-60));
+            const log_core::Pieces p = log_core::pieces<log_core::Accuracy::Enhanced>(q, SD::set1(0.0));
+            const vd L = SD::neg(SD::add(SD::add(SD::mul(p.k, SD::set1(log_core::kLn2Hi)), p.hi), SD::add(p.u, p.rrp)));
+            const vi bits = simd::vcast_vi_vd(L);
+            auto row = [](int32_t upper) {
+                const int r = (upper >> 20) - 1023;
+                return co::kTailEP[r < 0 ? 0 : (r > 5 ? 5 : r)];
+            };
+            const double* r0 = row(simd::vget_i_vi2<1>(bits));
+            const double* r1 = row(simd::vget_i_vi2<3>(bits));
+            // L - 1.5 2^e: the pattern of 1.5 2^e is that of L with the
+            // mantissa cleared but its first bit.
+            const vd mid = SD::bit_or(SD::bit_and(L, lanes::from_bits(0xFFF0000000000000ull)),
+                                      lanes::from_bits(0x0008000000000000ull));
+            const vd z = SD::sub(L, mid);
+            vd y = simd::vload_vd_p_p(r0 + 9, r1 + 9);
+            for (int k = 8; k >= 0; --k) y = SD::add(SD::mul(y, z), simd::vload_vd_p_p(r0 + k, r1 + k));
+            return SD::copysign(y, x);
+        });
+}
+
+// ---- single precision, enhanced performance -----------------------------------------
+// erfinv x = x P(x^2) for |x| < 3/4 (6 terms, 2^-16.7); else L = -ln(1 - |x|)
+// by the short single-precision logarithm (2^-14.3 relative, which weighs
+// 1/2 in the result) and a polynomial of degree 7 in w = sqrt L (2^-16).
+template <class LnParts>
+QOR_KERNEL_INLINE vf erfinv_single_fast(vf x, LnParts ln_parts) {
+    const vf a = SF::abs(x);
+    const vf central = SF::mul(x, lanes::horner<SF>(SF::mul(x, x), co::kCentralSingle));
+    const vf use_central = SF::lt(a, SF::set1(0.75f));
+    if (SF::movemask(use_central) == 15) return central;
+    const vf q = SF::max(SF::sub(SF::set1(1.0f), a), SF::set1(0x1p-30f));
+    vf k, lnm;
+    ln_parts(q, k, lnm);
+    const vf L = SF::neg(SF::add(SF::mul(k, SF::set1(0.693147180559945f)), lnm));
+    const vf w = SF::sqrt(L);
+    const vf tail = SF::copysign(lanes::horner<SF>(w, co::kTailSingle), x);
+    return SF::select(use_central, central, tail);
+}
+
+}  // namespace qor::vm::erfinv_core
