@@ -12,7 +12,8 @@ polynomial) of the function below, its coefficients rounded to nearest:
   tail       Y(L) = erfcinv(e^-L) on each quarter of a binade of L from
              [0.625, 0.75) to [896, 1024), in z = L - mid; the value at mid
              is stored as a pair.  Scaled by sqrt 2 for the normal quantile.
-  tail_ep    Y(L) on each binade of L from [1, 2) to [32, 64), in z = L - mid.
+  tail_ep    erfcinv q on each half binade of q from 2^-53 to 2^-2, in the
+             mantissa of q less the middle of its half (8 terms).
   central_ep erfinv(sqrt t)/sqrt t on t in [0, 9/16], 11 terms.
   single     the same in single precision: central 6 terms on [0, 9/16],
              tail in w = sqrt L on [1.17, 4.09], 8 terms.
@@ -114,18 +115,21 @@ for scale_name, scale in (("kTail", 1), ("kTailSqrt2", mp.sqrt(2))):
         emit("inline constexpr int kTailRows = %d, kTailTerms = %d;" % (kRows, kTerms))
     emit("alignas(16) inline constexpr double %s[%d][16] = {\n%s};\n" % (scale_name, kRows, ",\n".join(rows)))
 
-# EP, double: binades of L from [1, 2) to [32, 64), 10 terms each.
+# EP, double: half binades of q from [2^-53, 1.5 2^-53) to [1.5 2^-3, 2^-2),
+# polynomials in z = m - mid of the mantissa m in [1, 2) of q, mid = 1.25 or
+# 1.75: no logarithm.
 worst = -999.0
 rows = []
-for e in range(6):
-    a = mp.mpf(2) ** e
-    m = a * 3 / 2
-    p, err = fit(lambda z: tail(m + z), a - m, 2 * a - m, 10)
-    worst = max(worst, log2(err / tail(a)))
+for r in range(102):
+    k, half = -53 + r // 2, r % 2
+    mid = mp.mpf(1.75) if half else mp.mpf(1.25)
+    p, err = fit(lambda z: erfcinv(mp.mpf(2) ** k * (mid + z)), -0.25, 0.25, 8)
+    worst = max(worst, log2(err / erfcinv(mp.mpf(2) ** k * (mid + 0.25))))
     rows.append("    {" + ", ".join(hexd(c) for c in reversed(p)) + "}")
-emit("// erfcinv(e^-L) on binades of L from [1, 2) to [32, 64), in z = L - 1.5 2^e,")
-emit("// lowest degree first (worst fit 2^%.1f)." % worst)
-emit("alignas(16) inline constexpr double kTailEP[6][10] = {\n%s};\n" % ",\n".join(rows))
+emit("// erfcinv q on half binades of q from [2^-53, 1.5 2^-53) to [1.5 2^-3, 2^-2), in")
+emit("// z = m - mid for the mantissa m of q in [1, 2) and mid = 1.25 or 1.75, lowest")
+emit("// degree first (worst fit 2^%.1f)." % worst)
+emit("alignas(16) inline constexpr double kTailEP[102][8] = {\n%s};\n" % ",\n".join(rows))
 
 
 def central_p(t):

@@ -15,10 +15,11 @@
 // the middle m stored as a pair.  The relative error of L weighs about 1/2
 // in Y (Y grows like sqrt L), and z p(z) is at most an eighth of Y.
 //
-// Enhanced performance (double): erfinv x = x P(x^2) for |x| < 3/4 (11
-// terms, 2^-29), else Y(L) from the short logarithm (2^-30) and a
-// polynomial of degree 9 in L - 1.5 2^e on each binade [2^e, 2^(e+1)) of L
-// up to 64 (2^-30.3).  No division apart from the logarithm's index.
+// Enhanced performance (double): erfinv x = x P(x^2) for |x| <= 3/4 (11
+// terms, 2^-29), else erfcinv(q), q = 1 - |x|, without a logarithm: a
+// polynomial of degree 7 on each half binade of q (102 rows down to 2^-53,
+// fits 2^-30.2) in the mantissa of q less the middle of its half, exact.
+// No division, no square root.
 #pragma once
 
 #include <bit>
@@ -171,29 +172,31 @@ QOR_KERNEL_INLINE vd erfcinv_double(vd q) {
 }
 
 // ---- enhanced performance ---------------------------------------------------------
-// erfinv x for |x| < 1 - 2^-54 (the tail's table ends at L = 64).
+// Row of kTailEP for q in [2^-53, 2^-2): exponent and leading mantissa bit,
+// clamped so that every lane reads inside the table.
+inline const double* tail_ep_row(int32_t upper) {
+    const int r = (upper >> 19) - 2 * (1023 - 53);
+    return co::kTailEP[r < 0 ? 0 : (r > 101 ? 101 : r)];
+}
+
+// erfinv x for |x| < 1 - 2^-54.
 QOR_KERNEL_INLINE vd erfinv_fast(vd x) {
     const vd a = SD::abs(x);
     return pick(
-        SD::lt(a, SD::set1(0.75)), [&] { return SD::mul(x, lanes::horner<SD>(SD::mul(x, x), co::kCentralEP)); },
+        SD::le(a, SD::set1(0.75)), [&] { return SD::mul(x, lanes::horner<SD>(SD::mul(x, x), co::kCentralEP)); },
         [&] {
-            const vd q = SD::max(SD::sub(SD::set1(1.0), a), SD::set1(0x1p-60));
-            const log_core::Pieces p = log_core::pieces<log_core::Accuracy::Enhanced>(q, SD::set1(0.0));
-            const vd L = SD::neg(SD::add(SD::add(SD::mul(p.k, SD::set1(log_core::kLn2Hi)), p.hi), SD::add(p.u, p.rrp)));
-            const vi bits = simd::vcast_vi_vd(L);
-            auto row = [](int32_t upper) {
-                const int r = (upper >> 20) - 1023;
-                return co::kTailEP[r < 0 ? 0 : (r > 5 ? 5 : r)];
-            };
-            const double* r0 = row(simd::vget_i_vi2<1>(bits));
-            const double* r1 = row(simd::vget_i_vi2<3>(bits));
-            // L - 1.5 2^e: the pattern of 1.5 2^e is that of L with the
-            // mantissa cleared but its first bit.
-            const vd mid = SD::bit_or(SD::bit_and(L, lanes::from_bits(0xFFF0000000000000ull)),
-                                      lanes::from_bits(0x0008000000000000ull));
-            const vd z = SD::sub(L, mid);
-            vd y = simd::vload_vd_p_p(r0 + 9, r1 + 9);
-            for (int k = 8; k >= 0; --k) y = SD::add(SD::mul(y, z), simd::vload_vd_p_p(r0 + k, r1 + k));
+            const vd q = SD::sub(SD::set1(1.0), a);
+            const vi bits = simd::vcast_vi_vd(q);
+            const double* r0 = tail_ep_row(simd::vget_i_vi2<1>(bits));
+            const double* r1 = tail_ep_row(simd::vget_i_vi2<3>(bits));
+            // z = m - mid: the mantissa with the exponent of 1, less 1.25 or
+            // 1.75 (the mantissa's leading bit kept, the next one set).
+            const vd m = SD::bit_or(SD::bit_and(q, lanes::from_bits(0x000FFFFFFFFFFFFFull)), SD::set1(1.0));
+            const vd mid = SD::bit_or(SD::bit_and(m, lanes::from_bits(0xFFF8000000000000ull)),
+                                      lanes::from_bits(0x0004000000000000ull));
+            const vd z = SD::sub(m, mid);
+            vd y = simd::vload_vd_p_p(r0 + 7, r1 + 7);
+            for (int k = 6; k >= 0; --k) y = SD::add(SD::mul(y, z), simd::vload_vd_p_p(r0 + k, r1 + k));
             return SD::copysign(y, x);
         });
 }
