@@ -12,7 +12,7 @@ polynomial) of the function below, its coefficients rounded to nearest:
   tail       Y(L) = erfcinv(e^-L) on each quarter of a binade of L from
              [0.625, 0.75) to [896, 1024), in z = L - mid; the value at mid
              is stored as a pair.  Scaled by sqrt 2 for the normal quantile.
-  tail_ep    erfcinv q on each half binade of q from 2^-53 to 2^-2, in the
+  tail_ep    erfcinv q on each half binade of q from 2^-149 to 2^-2, in the
              mantissa of q less the middle of its half (8 terms).
   central_ep erfinv(sqrt t)/sqrt t on t in [0, 9/16], 11 terms.
   single     the same in single precision: central 6 terms on [0, 9/16],
@@ -115,21 +115,21 @@ for scale_name, scale in (("kTail", 1), ("kTailSqrt2", mp.sqrt(2))):
         emit("inline constexpr int kTailRows = %d, kTailTerms = %d;" % (kRows, kTerms))
     emit("alignas(16) inline constexpr double %s[%d][16] = {\n%s};\n" % (scale_name, kRows, ",\n".join(rows)))
 
-# EP, double: half binades of q from [2^-53, 1.5 2^-53) to [1.5 2^-3, 2^-2),
+# EP, double: half binades of q from [2^-149, 1.5 2^-149) to [1.5 2^-3, 2^-2),
 # polynomials in z = m - mid of the mantissa m in [1, 2) of q, mid = 1.25 or
 # 1.75: no logarithm.
 worst = -999.0
 rows = []
-for r in range(102):
-    k, half = -53 + r // 2, r % 2
+for r in range(294):
+    k, half = -149 + r // 2, r % 2
     mid = mp.mpf(1.75) if half else mp.mpf(1.25)
     p, err = fit(lambda z: erfcinv(mp.mpf(2) ** k * (mid + z)), -0.25, 0.25, 8)
     worst = max(worst, log2(err / erfcinv(mp.mpf(2) ** k * (mid + 0.25))))
     rows.append("    {" + ", ".join(hexd(c) for c in reversed(p)) + "}")
-emit("// erfcinv q on half binades of q from [2^-53, 1.5 2^-53) to [1.5 2^-3, 2^-2), in")
+emit("// erfcinv q on half binades of q from [2^-149, 1.5 2^-149) to [1.5 2^-3, 2^-2), in")
 emit("// z = m - mid for the mantissa m of q in [1, 2) and mid = 1.25 or 1.75, lowest")
 emit("// degree first (worst fit 2^%.1f)." % worst)
-emit("alignas(16) inline constexpr double kTailEP[102][8] = {\n%s};\n" % ",\n".join(rows))
+emit("alignas(16) inline constexpr double kTailEP[294][8] = {\n%s};\n" % ",\n".join(rows))
 
 
 def central_p(t):

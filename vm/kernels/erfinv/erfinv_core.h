@@ -172,33 +172,52 @@ QOR_KERNEL_INLINE vd erfcinv_double(vd q) {
 }
 
 // ---- enhanced performance ---------------------------------------------------------
-// Row of kTailEP for q in [2^-53, 2^-2): exponent and leading mantissa bit,
+// Row of kTailEP for q in [2^-149, 2^-2): exponent and leading mantissa bit,
 // clamped so that every lane reads inside the table.
 inline const double* tail_ep_row(int32_t upper) {
-    const int r = (upper >> 19) - 2 * (1023 - 53);
-    return co::kTailEP[r < 0 ? 0 : (r > 101 ? 101 : r)];
+    constexpr int rows = int(sizeof co::kTailEP / sizeof co::kTailEP[0]);
+    const int r = (upper >> 19) - 2 * (1023 - 149);
+    return co::kTailEP[r < 0 ? 0 : (r >= rows ? rows - 1 : r)];
 }
+
+// erfcinv q for q in [2^-149, 1/4] (about 2^-30 relative).
+QOR_KERNEL_INLINE vd tail_fast(vd q) {
+    const vi bits = simd::vcast_vi_vd(q);
+    const double* r0 = tail_ep_row(simd::vget_i_vi2<1>(bits));
+    const double* r1 = tail_ep_row(simd::vget_i_vi2<3>(bits));
+    // z = m - mid: the mantissa with the exponent of 1, less 1.25 or 1.75
+    // (the mantissa's leading bit kept, the next one set).
+    const vd m = SD::bit_or(SD::bit_and(q, lanes::from_bits(0x000FFFFFFFFFFFFFull)), SD::set1(1.0));
+    const vd mid = SD::bit_or(SD::bit_and(m, lanes::from_bits(0xFFF8000000000000ull)),
+                              lanes::from_bits(0x0004000000000000ull));
+    const vd z = SD::sub(m, mid);
+    vd y = simd::vload_vd_p_p(r0 + 7, r1 + 7);
+    for (int k = 6; k >= 0; --k) y = SD::add(SD::mul(y, z), simd::vload_vd_p_p(r0 + k, r1 + k));
+    return y;
+}
+
+// erfinv x for |x| <= 3/4 (about 2^-29 relative).
+QOR_KERNEL_INLINE vd central_fast(vd x) { return SD::mul(x, lanes::horner<SD>(SD::mul(x, x), co::kCentralEP)); }
 
 // erfinv x for |x| < 1 - 2^-54.
 QOR_KERNEL_INLINE vd erfinv_fast(vd x) {
     const vd a = SD::abs(x);
     return pick(
-        SD::le(a, SD::set1(0.75)), [&] { return SD::mul(x, lanes::horner<SD>(SD::mul(x, x), co::kCentralEP)); },
-        [&] {
-            const vd q = SD::sub(SD::set1(1.0), a);
-            const vi bits = simd::vcast_vi_vd(q);
-            const double* r0 = tail_ep_row(simd::vget_i_vi2<1>(bits));
-            const double* r1 = tail_ep_row(simd::vget_i_vi2<3>(bits));
-            // z = m - mid: the mantissa with the exponent of 1, less 1.25 or
-            // 1.75 (the mantissa's leading bit kept, the next one set).
-            const vd m = SD::bit_or(SD::bit_and(q, lanes::from_bits(0x000FFFFFFFFFFFFFull)), SD::set1(1.0));
-            const vd mid = SD::bit_or(SD::bit_and(m, lanes::from_bits(0xFFF8000000000000ull)),
-                                      lanes::from_bits(0x0004000000000000ull));
-            const vd z = SD::sub(m, mid);
-            vd y = simd::vload_vd_p_p(r0 + 7, r1 + 7);
-            for (int k = 6; k >= 0; --k) y = SD::add(SD::mul(y, z), simd::vload_vd_p_p(r0 + k, r1 + k));
-            return SD::copysign(y, x);
-        });
+        SD::le(a, SD::set1(0.75)), [&] { return central_fast(x); },
+        [&] { return SD::copysign(tail_fast(SD::sub(SD::set1(1.0), a)), x); });
+}
+
+// erfcinv q for q in [2^-149, 2 - 2^-149] (`Quantile`: sqrt 2 erfinv(q - 1)),
+// for single-precision results: the steps of erfcinv_double with the short
+// forms.
+template <bool Quantile>
+QOR_KERNEL_INLINE vd erfcinv_fast(vd q) {
+    const vd one = SD::set1(1.0);
+    const vd v = Quantile ? SD::sub(q, one) : SD::sub(one, q);
+    const vd y = pick(
+        SD::le(SD::abs(v), SD::set1(0.75)), [&] { return central_fast(v); },
+        [&] { return SD::copysign(tail_fast(SD::min(q, SD::sub(SD::set1(2.0), q))), v); });
+    return Quantile ? SD::mul(y, SD::set1(kSqrt2Hi)) : y;
 }
 
 // ---- single precision, enhanced performance -----------------------------------------

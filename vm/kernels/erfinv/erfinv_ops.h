@@ -1,20 +1,21 @@
 // ErfInv, ErfcInv and CdfNormInv, real (methods in erfinv_core.h).
 //   ErfInv, double:
 //     HA and LA: the central polynomial below 1/2, the quarter-binade tail
-//       in L = -ln(1 - |x|) above (about 0.6 ulp).
-//     EP: the short central polynomial below 3/4, the binade tail from the
-//       short logarithm above (about 2^-28 relative).
+//       in L = -ln(1 - |x|) above (about 0.9 ulp).
+//     EP: the short central polynomial up to 3/4, the half-binade tail in
+//       1 - |x| above, no logarithm (about 2^-28 relative).
 //   ErfInv, single:
-//     HA: the double HA computation rounded once (about 0.5 ulp).
-//     LA: the double EP computation rounded once (within 0.6 ulp).
+//     HA and LA: the double EP computation rounded once (about 0.52 ulp).
 //     EP: single-precision arithmetic, 6 central terms, the short
 //       logarithm and 8 terms in sqrt L (about 2^-14).
-//   ErfcInv and CdfNormInv (one kernel in all three slots): the double HA
-//     computation; single precision through it, rounded once.
-//     erfcinv q: 1 - q (exact) into the central form for 1/2 < q < 3/2,
-//     the tail in q or 2 - q (exact) outside; CdfNormInv p = sqrt 2
-//     erfcinv(2p) negated, with 2p - 1 and 2 - 2p exact and sqrt 2 folded
-//     into the central pair and the scaled tail table.
+//   ErfcInv and CdfNormInv (one kernel in all three slots):
+//     double: erfcinv q from 1 - q (exact) in the central form for
+//       1/2 < q < 3/2, from the tail in q or 2 - q (exact) outside; the
+//       quantile p as sqrt 2 erfcinv(2p) negated, with 2p - 1 and 2 - 2p
+//       exact and sqrt 2 folded into the central pair and the scaled tail
+//       table (about 0.8 ulp).
+//     single: the same steps with the short central form up to 3/4 and the
+//       half-binade tail (down to 2^-149) in double, rounded once.
 // Poles: erfinv(+-1) = +-inf, erfcinv(0) = +inf, erfcinv(2) = -inf,
 // cdfnorminv(0) = -inf, cdfnorminv(1) = +inf, code 2 (singularity);
 // arguments outside the domain (infinities included) give NaN, code 1
@@ -128,9 +129,8 @@ struct SingleErfInv {
         return bits_outside(SF::abs(x), Var == Variant::EP ? 0 : 0x00800000, 0x3F7FFFFF);
     }
     vf operator()(vf x) const {
-        if constexpr (Var == Variant::HA) return through_double(x, erfinv_double<false>);
-        else if constexpr (Var == Variant::LA) return through_double(x, erfinv_fast);
-        else return erfinv_single_fast(x, log_single::ln_parts<log_single::Variant::EP>);
+        if constexpr (Var == Variant::EP) return erfinv_single_fast(x, log_single::ln_parts<log_single::Variant::EP>);
+        else return through_double(x, erfinv_fast);
     }
     int fix(float x, float& y) const { return single_fix<erfinv_fix>(x, y); }
 };
@@ -150,7 +150,7 @@ struct SingleErfcInv {
     static constexpr int block = 16;
     static constexpr bool reads_mode = true;
     vf special(vf q) const { return bits_outside(q, 0x00800000, 0x3FFFFFFF); }
-    vf operator()(vf q) const { return through_double(q, erfcinv_double<false>); }
+    vf operator()(vf q) const { return through_double(q, erfcinv_fast<false>); }
     int fix(float q, float& y) const { return single_fix<erfcinv_fix>(q, y); }
 };
 
@@ -170,7 +170,9 @@ struct SingleCdfNormInv {
     static constexpr int block = 16;
     static constexpr bool reads_mode = true;
     vf special(vf p) const { return bits_outside(p, 0x00800000, 0x3F7FFFFF); }
-    vf operator()(vf p) const { return through_double(p, cdfnorminv_double); }
+    vf operator()(vf p) const {
+        return through_double(p, [](vd pd) { return erfcinv_fast<true>(SD::add(pd, pd)); });
+    }
     int fix(float p, float& y) const { return single_fix<cdfnorminv_fix>(p, y); }
 };
 
