@@ -22,6 +22,7 @@
 // No division, no square root.
 #pragma once
 
+#include <array>
 #include <bit>
 #include <cstdint>
 #include <limits>
@@ -81,6 +82,32 @@ QOR_KERNEL_INLINE vf through_double(vf x, F f) {
     return lanes::narrow(f(lanes::low_half(x)), f(lanes::high_half(x)));
 }
 
+// Estrin's scheme: sum of v[i] x^i for the N terms v (lowest degree first),
+// pairs joined with x, then pairs of pairs with x^2, and so on.  Its chain
+// of dependent steps is about log2 N multiplications long where Horner's is
+// N: the short kernels are bound by that latency, not by their operations.
+template <class V, class S, std::size_t N>
+QOR_KERNEL_INLINE V estrin(V x, const std::array<V, N>& v) {
+    if constexpr (N == 1) {
+        return v[0];
+    } else {
+        std::array<V, (N + 1) / 2> w;
+#pragma GCC unroll 16
+        for (std::size_t i = 0; i < N / 2; ++i) w[i] = S::add(v[2 * i], S::mul(v[2 * i + 1], x));
+        if constexpr (N % 2 == 1) w[N / 2] = v[N - 1];
+        return estrin<V, S, (N + 1) / 2>(S::mul(x, x), w);
+    }
+}
+
+// The same for constant coefficients given highest degree first.
+template <class S, std::size_t N>
+QOR_KERNEL_INLINE typename S::V estrin(typename S::V x, const typename S::T (&c)[N]) {
+    std::array<typename S::V, N> v;
+#pragma GCC unroll 16
+    for (std::size_t i = 0; i < N; ++i) v[i] = S::set1(c[N - 1 - i]);
+    return estrin<typename S::V, S, N>(x, v);
+}
+
 // ---- high accuracy ----------------------------------------------------------------
 inline constexpr double kSqrt2Hi = dbl(0x3FF6A09E667F3BCDull);
 inline constexpr double kSqrt2Lo = dbl(0xBC9BDD3413B26456ull);
@@ -91,7 +118,7 @@ inline constexpr double kSmallestQ = dbl(0x0010000000000000ull);    // keeps mar
 template <bool Scaled>
 QOR_KERNEL_INLINE vd central(vd x) {
     const vd t = SD::mul(x, x);
-    const vd h = lanes::horner<SD>(t, co::kCentral);
+    const vd h = estrin<SD>(t, co::kCentral);
     if constexpr (Scaled) {
         const Pair p = two_prod(x, SD::set1(kSqrt2Hi));
         const vd rest = SD::mul(x, SD::add(SD::set1(kSqrt2Lo), SD::mul(h, SD::set1(kSqrt2Hi))));
@@ -129,8 +156,14 @@ QOR_KERNEL_INLINE vd tail(vd q, vd k_adjust = SD::set1(0.0)) {
     const double* r1 = table[tail_row(simd::vget_i_vi2<3>(bits))];
     auto column = [&](int k) { return simd::vload_vd_p_p(r0 + k, r1 + k); };
     const vd z = SD::add(SD::sub(L.hi, column(0)), L.lo);
-    vd p = column(1 + co::kTailTerms);
-    for (int k = co::kTailTerms; k >= 3; --k) p = SD::add(SD::mul(p, z), column(k));
+    std::array<vd, co::kTailTerms - 1> c;  // c1 ... c12, two per load
+#pragma GCC unroll 8
+    for (int k = 0; k < co::kTailTerms - 1; k += 2) {
+        const vd a = simd::vload_vd_p(r0 + 3 + k), b = simd::vload_vd_p(r1 + 3 + k);
+        c[k] = simd::vunpacklo_vd_vd_vd(a, b);
+        c[k + 1] = simd::vunpackhi_vd_vd_vd(a, b);
+    }
+    const vd p = estrin<vd, SD, co::kTailTerms - 1>(z, c);
     return SD::add(column(1), SD::add(column(2), SD::mul(z, p)));
 }
 
@@ -191,13 +224,18 @@ QOR_KERNEL_INLINE vd tail_fast(vd q) {
     const vd mid = SD::bit_or(SD::bit_and(m, lanes::from_bits(0xFFF8000000000000ull)),
                               lanes::from_bits(0x0004000000000000ull));
     const vd z = SD::sub(m, mid);
-    vd y = simd::vload_vd_p_p(r0 + 7, r1 + 7);
-    for (int k = 6; k >= 0; --k) y = SD::add(SD::mul(y, z), simd::vload_vd_p_p(r0 + k, r1 + k));
-    return y;
+    std::array<vd, 8> c;  // rows of 64 bytes: two coefficients per aligned load
+#pragma GCC unroll 4
+    for (int k = 0; k < 8; k += 2) {
+        const vd a = simd::vloada_vd_p(r0 + k), b = simd::vloada_vd_p(r1 + k);
+        c[k] = simd::vunpacklo_vd_vd_vd(a, b);
+        c[k + 1] = simd::vunpackhi_vd_vd_vd(a, b);
+    }
+    return estrin<vd, SD, 8>(z, c);
 }
 
 // erfinv x for |x| <= 3/4 (about 2^-29 relative).
-QOR_KERNEL_INLINE vd central_fast(vd x) { return SD::mul(x, lanes::horner<SD>(SD::mul(x, x), co::kCentralEP)); }
+QOR_KERNEL_INLINE vd central_fast(vd x) { return SD::mul(x, estrin<SD>(SD::mul(x, x), co::kCentralEP)); }
 
 // erfinv x for |x| < 1 - 2^-54.
 QOR_KERNEL_INLINE vd erfinv_fast(vd x) {
@@ -227,7 +265,7 @@ QOR_KERNEL_INLINE vd erfcinv_fast(vd q) {
 template <class LnParts>
 QOR_KERNEL_INLINE vf erfinv_single_fast(vf x, LnParts ln_parts) {
     const vf a = SF::abs(x);
-    const vf central = SF::mul(x, lanes::horner<SF>(SF::mul(x, x), co::kCentralSingle));
+    const vf central = SF::mul(x, estrin<SF>(SF::mul(x, x), co::kCentralSingle));
     const vf use_central = SF::lt(a, SF::set1(0.75f));
     if (SF::movemask(use_central) == 15) return central;
     const vf q = SF::max(SF::sub(SF::set1(1.0f), a), SF::set1(0x1p-30f));
@@ -235,7 +273,7 @@ QOR_KERNEL_INLINE vf erfinv_single_fast(vf x, LnParts ln_parts) {
     ln_parts(q, k, lnm);
     const vf L = SF::neg(SF::add(SF::mul(k, SF::set1(0.693147180559945f)), lnm));
     const vf w = SF::sqrt(L);
-    const vf tail = SF::copysign(lanes::horner<SF>(w, co::kTailSingle), x);
+    const vf tail = SF::copysign(estrin<SF>(w, co::kTailSingle), x);
     return SF::select(use_central, central, tail);
 }
 
