@@ -12,6 +12,9 @@ polynomial) of the function below, its coefficients rounded to nearest:
   tail       Y(L) = erfcinv(e^-L) on each quarter of a binade of L from
              [0.625, 0.75) to [896, 1024), in z = L - mid; the value at mid
              is stored as a pair.  Scaled by sqrt 2 for the normal quantile.
+  tail_q     erfcinv q on each quarter binade of q from 2^-53 to 2^-1, in
+             the mantissa of q less the middle of its quarter (14 terms,
+             the first as a pair).
   tail_ep    erfcinv q on each half binade of q from 2^-149 to 2^-2, in the
              mantissa of q less the middle of its half (8 terms).
   central_ep erfinv(sqrt t)/sqrt t on t in [0, 9/16], 11 terms.
@@ -114,6 +117,27 @@ for scale_name, scale in (("kTail", 1), ("kTailSqrt2", mp.sqrt(2))):
     if scale == 1:
         emit("inline constexpr int kTailRows = %d, kTailTerms = %d;" % (kRows, kTerms))
     emit("alignas(16) inline constexpr double %s[%d][16] = {\n%s};\n" % (scale_name, kRows, ",\n".join(rows)))
+
+# High accuracy without a logarithm: quarter binades of q from [2^-53,
+# 1.25 2^-53) to [1.75 2^-2, 2^-1), polynomials in z = m - mid of the
+# mantissa m in [1, 2) of q, mid = 1.125, 1.375, 1.625 or 1.875; the value
+# at mid as a pair.
+worst = -999.0
+rows = []
+for r in range(208):
+    k, j = -53 + r // 4, r % 4
+    mid = 1 + mp.mpf(j) / 4 + mp.mpf(1) / 8
+    p, err = fit(lambda z: erfcinv(mp.mpf(2) ** k * (mid + z)), -mp.mpf(1) / 8, mp.mpf(1) / 8, 14)
+    worst = max(worst, log2(err / erfcinv(mp.mpf(2) ** k * (mid + mp.mpf(1) / 8))))
+    c0 = p[-1]
+    hi = to_double(c0)
+    row = [hi, c0 - mp.mpf(hi)] + list(reversed(p[:-1])) + [0]
+    rows.append("    {" + ", ".join(hexd(c) for c in row) + "}")
+emit("// erfcinv q on quarter binades of q from [2^-53, 1.25 2^-53) to [1.75 2^-2, 2^-1),")
+emit("// in z = m - mid for the mantissa m of q in [1, 2) and mid the middle of its")
+emit("// quarter: per row the value at mid as a pair, then the coefficients from the")
+emit("// first degree up (worst fit 2^%.1f)." % worst)
+emit("alignas(16) inline constexpr double kTailQ[208][16] = {\n%s};\n" % ",\n".join(rows))
 
 # EP, double: half binades of q from [2^-149, 1.5 2^-149) to [1.5 2^-3, 2^-2),
 # polynomials in z = m - mid of the mantissa m in [1, 2) of q, mid = 1.25 or

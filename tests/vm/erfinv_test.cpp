@@ -90,7 +90,8 @@ TEST(ErfInvSpecial, FlushToZeroTakesSubnormalsForZeros) {
 }
 
 // Arguments next to the ends of the tails' table rows: the quarter binades
-// of L = -ln q (high accuracy) and the half binades of q (ErfInv EP), where a
+// of L = -ln q, the switch from q to L at 2^-53 and from the central form at
+// q = 1/2 (high accuracy), and the half binades of q (ErfInv EP), where a
 // wrong row or a rounding of the row's variable shows first.
 TEST(ErfInvSpecial, TailRowBoundariesAgainstMpfr) {
     Reports quiet(QOR_VM_ERRMODE_IGNORE | QOR_VM_HA);
@@ -102,6 +103,7 @@ TEST(ErfInvSpecial, TailRowBoundariesAgainstMpfr) {
                 if (v > 0 && v <= 0.5) q.push_back(v), p.push_back(v / 2), x.push_back(-(1 - v));
             }
         }
+    for (double v : around<double>({0.5, 0x1p-53, 0x1p-52}, 2)) q.push_back(v), p.push_back(v / 2);
     for (int k = 2; k <= 53; ++k)
         for (double m : {1.0, 1.5})
             for (double v : around<double>({1 - std::ldexp(m, -k)}, 2))

@@ -1,28 +1,33 @@
 // Building blocks of the inverse error function kernels.
 //
-// Central range, |x| < 1/2: erfinv x = x + x h(x^2), h a polynomial of
+// Central range, |x| <= 1/2: erfinv x = x + x h(x^2), h a polynomial of
 // degree 14 (fit 2^-61.6) whose value lies in [-0.114, -0.046], so the
 // rounding errors of x h weigh at most 0.13 in the result and the last
 // addition rounds once.  The normal quantile's form sqrt 2 x (1 + h) takes
 // x sqrt2_hi as an exact pair.
 //
-// Tails: erfinv(1 - q) = erfcinv(q) = Y(L) with L = -ln q, q <= 1/2 (so
-// L >= ln 2).  1 - |x| is exact for |x| >= 1/2, and erfcinv takes small q
-// as given, so nothing cancels before the logarithm.  L comes from the
-// reduction of Ln as a pair (about 2^-60 relative); Y is a polynomial of
-// degree 12 on each quarter binade of L (43 rows, fits 2^-60.1) in
-// z = (L_hi - m) + L_lo, exact up to the last addition, with the value at
-// the middle m stored as a pair.  The relative error of L weighs about 1/2
-// in Y (Y grows like sqrt L), and z p(z) is at most an eighth of Y.
+// Tails: erfinv(1 - q) = erfcinv(q), q < 1/2.  1 - |x| is exact for
+// |x| >= 1/2, and erfcinv takes small q as given, so nothing cancels.
+//   q >= 2^-53: no logarithm.  On each quarter binade of q (208 rows) a
+//     polynomial of degree 13 (fits 2^-62.6) in z = m - mid, the mantissa
+//     of q less the middle of its quarter (exact), with the value at mid
+//     stored as a pair; z p(z) is at most 7% of the result.
+//   q < 2^-53 (ErfcInv and CdfNormInv only): Y(L) with L = -ln q from the
+//     reduction of Ln as a pair (about 2^-60 relative), a polynomial of
+//     degree 12 on each quarter binade of L (43 rows, fits 2^-60.1) in
+//     z = (L_hi - m) + L_lo, the value at the middle m as a pair.  The
+//     relative error of L weighs about 1/2 in Y, which grows like sqrt L.
 //
-// Enhanced performance (double): erfinv x = x P(x^2) for |x| <= 3/4 (11
-// terms, 2^-29), else erfcinv(q), q = 1 - |x|, without a logarithm: a
-// polynomial of degree 7 on each half binade of q (102 rows down to 2^-53,
-// fits 2^-30.2) in the mantissa of q less the middle of its half, exact.
-// No division, no square root.
+// Short forms (double EP, and the single-precision kernels through double):
+// erfinv x = x P(x^2) for |x| <= 3/4 (11 terms, 2^-29), else erfcinv(q) by
+// a polynomial of degree 7 on each half binade of q down to 2^-149 (fits
+// 2^-30.2) in the mantissa of q less the middle of its half.  No division,
+// no square root, no logarithm.
+//
+// Polynomials are evaluated by Estrin's scheme: the kernels are bound by the
+// latency of their chains of dependent steps more than by their operations.
 #pragma once
 
-#include <array>
 #include <bit>
 #include <cstdint>
 #include <limits>
@@ -87,11 +92,11 @@ QOR_KERNEL_INLINE vf through_double(vf x, F f) {
 // of dependent steps is about log2 N multiplications long where Horner's is
 // N: the short kernels are bound by that latency, not by their operations.
 template <class V, class S, std::size_t N>
-QOR_KERNEL_INLINE V estrin(V x, const std::array<V, N>& v) {
+QOR_KERNEL_INLINE V estrin(V x, const V (&v)[N]) {
     if constexpr (N == 1) {
         return v[0];
     } else {
-        std::array<V, (N + 1) / 2> w;
+        V w[(N + 1) / 2];
 #pragma GCC unroll 16
         for (std::size_t i = 0; i < N / 2; ++i) w[i] = S::add(v[2 * i], S::mul(v[2 * i + 1], x));
         if constexpr (N % 2 == 1) w[N / 2] = v[N - 1];
@@ -102,7 +107,7 @@ QOR_KERNEL_INLINE V estrin(V x, const std::array<V, N>& v) {
 // The same for constant coefficients given highest degree first.
 template <class S, std::size_t N>
 QOR_KERNEL_INLINE typename S::V estrin(typename S::V x, const typename S::T (&c)[N]) {
-    std::array<typename S::V, N> v;
+    typename S::V v[N];
 #pragma GCC unroll 16
     for (std::size_t i = 0; i < N; ++i) v[i] = S::set1(c[N - 1 - i]);
     return estrin<typename S::V, S, N>(x, v);
@@ -156,7 +161,7 @@ QOR_KERNEL_INLINE vd tail(vd q, vd k_adjust = SD::set1(0.0)) {
     const double* r1 = table[tail_row(simd::vget_i_vi2<3>(bits))];
     auto column = [&](int k) { return simd::vload_vd_p_p(r0 + k, r1 + k); };
     const vd z = SD::add(SD::sub(L.hi, column(0)), L.lo);
-    std::array<vd, co::kTailTerms - 1> c;  // c1 ... c12, two per load
+    vd c[co::kTailTerms - 1];  // c1 ... c12, two per load
 #pragma GCC unroll 8
     for (int k = 0; k < co::kTailTerms - 1; k += 2) {
         const vd a = simd::vload_vd_p(r0 + 3 + k), b = simd::vload_vd_p(r1 + 3 + k);
@@ -165,6 +170,43 @@ QOR_KERNEL_INLINE vd tail(vd q, vd k_adjust = SD::set1(0.0)) {
     }
     const vd p = estrin<vd, SD, co::kTailTerms - 1>(z, c);
     return SD::add(column(1), SD::add(column(2), SD::mul(z, p)));
+}
+
+// erfcinv q (sqrt 2 erfcinv q with `Scaled`) for q in [2^-53, 1/2), without
+// a logarithm: the quarter-binade rows of q, in the mantissa of q less the
+// middle of its quarter (exact); the value there as a pair.  With `Scaled`
+// the product with sqrt 2 keeps the pair's head exact.
+template <bool Scaled>
+QOR_KERNEL_INLINE vd tail_q(vd q) {
+    auto row = [](int32_t upper) {
+        const int r = (upper >> 18) - 4 * (1023 - 53);
+        return co::kTailQ[r < 0 ? 0 : (r > 207 ? 207 : r)];
+    };
+    const vi bits = simd::vcast_vi_vd(q);
+    const double* r0 = row(simd::vget_i_vi2<1>(bits));
+    const double* r1 = row(simd::vget_i_vi2<3>(bits));
+    const vd m = SD::bit_or(SD::bit_and(q, lanes::from_bits(0x000FFFFFFFFFFFFFull)), SD::set1(1.0));
+    const vd mid = SD::bit_or(SD::bit_and(m, lanes::from_bits(0xFFFC000000000000ull)),
+                              lanes::from_bits(0x0002000000000000ull));
+    const vd z = SD::sub(m, mid);
+    vd c[16];  // c0 (pair), c1 ... c13, two per aligned load
+#pragma GCC unroll 8
+    for (int k = 0; k < 16; k += 2) {
+        const vd a = simd::vloada_vd_p(r0 + k), b = simd::vloada_vd_p(r1 + k);
+        c[k] = simd::vunpacklo_vd_vd_vd(a, b);
+        c[k + 1] = simd::vunpackhi_vd_vd_vd(a, b);
+    }
+    vd p[13];
+#pragma GCC unroll 13
+    for (int k = 0; k < 13; ++k) p[k] = c[k + 2];
+    const vd rest = SD::add(c[1], SD::mul(z, estrin<vd, SD, 13>(z, p)));
+    if constexpr (Scaled) {
+        const Pair h = two_prod(c[0], SD::set1(kSqrt2Hi));
+        const vd low = SD::add(SD::mul(c[0], SD::set1(kSqrt2Lo)), SD::mul(rest, SD::set1(kSqrt2Hi)));
+        return SD::add(h.hi, SD::add(h.lo, low));
+    } else {
+        return SD::add(c[0], rest);
+    }
 }
 
 // The tail for one positive q, normal or subnormal, in lane 0.
@@ -180,11 +222,8 @@ template <bool Scaled>
 QOR_KERNEL_INLINE vd erfinv_double(vd x) {
     const vd a = SD::abs(x);
     return pick(
-        SD::lt(a, SD::set1(0.5)), [&] { return central<Scaled>(x); },
-        [&] {
-            const vd q = SD::max(SD::sub(SD::set1(1.0), a), SD::set1(kSmallestQ));
-            return SD::copysign(tail<Scaled>(q), x);
-        });
+        SD::le(a, SD::set1(0.5)), [&] { return central<Scaled>(x); },
+        [&] { return SD::copysign(tail_q<Scaled>(SD::sub(SD::set1(1.0), a)), x); });
 }
 
 // erfcinv q for 0 < q < 2 (q normal): the central form in 1 - q (exact for
@@ -196,11 +235,16 @@ template <bool Quantile>
 QOR_KERNEL_INLINE vd erfcinv_double(vd q) {
     const vd one = SD::set1(1.0);
     const vd v = Quantile ? SD::sub(q, one) : SD::sub(one, q);
+    // Judged on q: below 1/2, 1 - q may round to 1/2.
+    const vd use_central = SD::bit_and(SD::ge(q, SD::set1(0.5)), SD::le(q, SD::set1(1.5)));
     return pick(
-        SD::lt(SD::abs(v), SD::set1(0.5)), [&] { return central<Quantile>(v); },
+        use_central, [&] { return central<Quantile>(v); },
         [&] {
             const vd qq = SD::max(SD::min(q, SD::sub(SD::set1(2.0), q)), SD::set1(kSmallestQ));
-            return SD::copysign(tail<Quantile>(qq), v);
+            const vd y = pick(
+                SD::ge(qq, SD::set1(0x1p-53)), [&] { return tail_q<Quantile>(qq); },
+                [&] { return tail<Quantile>(qq); });
+            return SD::copysign(y, v);
         });
 }
 
@@ -224,7 +268,7 @@ QOR_KERNEL_INLINE vd tail_fast(vd q) {
     const vd mid = SD::bit_or(SD::bit_and(m, lanes::from_bits(0xFFF8000000000000ull)),
                               lanes::from_bits(0x0004000000000000ull));
     const vd z = SD::sub(m, mid);
-    std::array<vd, 8> c;  // rows of 64 bytes: two coefficients per aligned load
+    vd c[8];  // rows of 64 bytes: two coefficients per aligned load
 #pragma GCC unroll 4
     for (int k = 0; k < 8; k += 2) {
         const vd a = simd::vloada_vd_p(r0 + k), b = simd::vloada_vd_p(r1 + k);

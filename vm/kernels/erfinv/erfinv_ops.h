@@ -1,7 +1,7 @@
 // ErfInv, ErfcInv and CdfNormInv, real (methods in erfinv_core.h).
 //   ErfInv, double:
-//     HA and LA: the central polynomial below 1/2, the quarter-binade tail
-//       in L = -ln(1 - |x|) above (about 0.9 ulp).
+//     HA and LA: the central polynomial up to 1/2, the quarter-binade tail
+//       in q = 1 - |x| above (about 0.9 ulp).
 //     EP: the short central polynomial up to 3/4, the half-binade tail in
 //       1 - |x| above, no logarithm (about 2^-28 relative).
 //   ErfInv, single:
@@ -10,7 +10,8 @@
 //       logarithm and 8 terms in sqrt L (about 2^-14).
 //   ErfcInv and CdfNormInv (one kernel in all three slots):
 //     double: erfcinv q from 1 - q (exact) in the central form for
-//       1/2 < q < 3/2, from the tail in q or 2 - q (exact) outside; the
+//       1/2 <= q <= 3/2, from the tail in q or 2 - q (exact) outside, in
+//       L = -ln q below 2^-53; the
 //       quantile p as sqrt 2 erfcinv(2p) negated, with 2p - 1 and 2 - 2p
 //       exact and sqrt 2 folded into the central pair and the scaled tail
 //       table (about 0.8 ulp).
