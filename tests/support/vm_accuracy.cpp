@@ -12,6 +12,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "mpfr_inverse_erf.h"
 #include "mpfr_roots.h"
 #include "qor/qor_vm.h"
 
@@ -170,15 +171,22 @@ const std::map<std::string_view, Reference>& references() {
         {"Atan2", {nullptr, mpfr_atan2}}, {"Atan2pi", {nullptr, mpfr_atan2pi}},
         {"Erf", {mpfr_erf}},         {"Erfc", {mpfr_erfc}},       {"Erfcx", {mpfr_erfcx}},
         {"CdfNorm", {mpfr_cdfnorm}},
+        {"ErfInv", {mpfr_erfinv}},   {"ErfcInv", {mpfr_erfcinv}}, {"CdfNormInv", {mpfr_cdfnorminv}},
     };
     return table;
 }
 
 // Double-precision references for the sweep over every float: each within
 // about a double ulp of the exact value (the C library's functions, exact
-// double operations, and the double E1, Erfcx and CdfNorm kernels, whose own sweeps hold them to
-// one ulp against MPFR).
+// double operations, and the double kernels of the functions the C library
+// lacks, whose own sweeps hold them to one ulp against MPFR).
 using DoubleReference = double (*)(double);
+
+double double_kernel(void (*k)(int, const double*, double*), double x) {
+    double r;
+    k(1, &x, &r);
+    return r;
+}
 
 const std::map<std::string_view, DoubleReference>& double_references() {
     static const std::map<std::string_view, DoubleReference> table = {
@@ -213,16 +221,11 @@ const std::map<std::string_view, DoubleReference>& double_references() {
         {"Atanpi", [](double x) { return std::atan(x) / M_PI; }}, {"Asinh", [](double x) { return std::asinh(x); }},
         {"Acosh", [](double x) { return std::acosh(x); }}, {"Atanh", [](double x) { return std::atanh(x); }},
         {"Erf", [](double x) { return std::erf(x); }},     {"Erfc", [](double x) { return std::erfc(x); }},
-        {"Erfcx", [](double x) {
-             double r;
-             QOR_VM_HA_ENTRY(d, Erfcx)(1, &x, &r);
-             return r;
-         }},
-        {"CdfNorm", [](double x) {
-             double r;
-             QOR_VM_HA_ENTRY(d, CdfNorm)(1, &x, &r);
-             return r;
-         }},
+        {"Erfcx", [](double x) { return double_kernel(QOR_VM_HA_ENTRY(d, Erfcx), x); }},
+        {"CdfNorm", [](double x) { return double_kernel(QOR_VM_HA_ENTRY(d, CdfNorm), x); }},
+        {"ErfInv", [](double x) { return double_kernel(QOR_VM_HA_ENTRY(d, ErfInv), x); }},
+        {"ErfcInv", [](double x) { return double_kernel(QOR_VM_HA_ENTRY(d, ErfcInv), x); }},
+        {"CdfNormInv", [](double x) { return double_kernel(QOR_VM_HA_ENTRY(d, CdfNormInv), x); }},
     };
     return table;
 }

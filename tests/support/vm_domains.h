@@ -251,6 +251,23 @@ std::vector<T> unary(Domain d, std::size_t n, std::mt19937_64& gen) {
             if (D) around<T>(e, {-36, 36, -37.519379347144500, -38.485408335567342, -38.6, 8.3, -8.3});
             else around<T>(e, {-12.75, 12.75, -12.949952701187203, -14.170185511544699, 5.5});
             return fill<T>(e, {linear(D ? -39 : -14.5, 9), linear(-3, 3), binades(lo, 6), patterns()}, n, gen);
+        case Domain::erfinv:
+        case Domain::erfcinv:
+        case Domain::cdfnorminv: {
+            // The inverse error functions: the branch points of the central
+            // form (|x| = 1/2, 3/4), 2^-1000, every 1 - 2^-k next to the
+            // poles, arguments tiny down to the subnormals.
+            const double c = d == Domain::erfinv ? 0 : d == Domain::erfcinv ? 1 : 0.5;  // centre
+            const double s = d == Domain::cdfnorminv ? 0.5 : 1;                      // half-width scale
+            around<T>(e, {c + 0.5 * s, c - 0.5 * s, c + 0.75 * s, c - 0.75 * s, c + 0.25 * s, c, 2 * c, 0x1p-1000}, 4);
+            for (int k = 1; k <= std::numeric_limits<T>::digits; ++k) {
+                const double h = std::ldexp(1.0, -k);
+                around<T>(e, {c + s - h, c - s + h, h}, 1);
+            }
+            if (d == Domain::erfinv)
+                return fill<T>(e, {linear(-1, 1), binades(lo, -1), linear(0.9, 1), linear(-1, -0.999), patterns()}, n, gen);
+            return fill<T>(e, {linear(0, 2 * s), binades(lo, -1, true), linear(2 * s - 0.05, 2 * s), linear(0, 0.01),
+                               patterns()}, n, gen);
         }
         default: {  // all
             const double mant = 1 / double(std::numeric_limits<T>::epsilon());  // from here on every value is an integer
