@@ -41,6 +41,12 @@ int mpfr_e1(mpfr_ptr y, mpfr_srcptr x, mpfr_rnd_t rnd) {
     return r;
 }
 
+// ln|Gamma(x)|: +inf at the poles.
+int mpfr_ln_abs_gamma(mpfr_ptr y, mpfr_srcptr x, mpfr_rnd_t rnd) {
+    int sign;
+    return mpfr_lgamma(y, &sign, x, rnd);
+}
+
 // 1/sqrt(x) with 1/sqrt(-0) = -inf.
 int mpfr_inv_sqrt(mpfr_ptr y, mpfr_srcptr x, mpfr_rnd_t rnd) {
     if (mpfr_zero_p(x)) return mpfr_set_inf(y, mpfr_signbit(x) ? -1 : 1), 0;
@@ -84,11 +90,14 @@ double cos_folded(double x, double half_turn) {  // cos t = sin(quarter - |t|)
 // left of 1) cannot be held to ulps of the result right at a zero: where the
 // exact value is smaller than `floor` (per precision: float, double), errors
 // count in ulps of the floor instead, an absolute bound there.  Zero keeps
-// every error relative.
+// every error relative.  The floor applies only to arguments below
+// `floor_below` (lgamma's zeros left of 0, not those at 1 and 2).
 struct Reference {
     MpfrUnary unary = nullptr;
     MpfrBinary binary = nullptr;
     double floor[2] = {0, 0};
+    double floor_below = std::numeric_limits<double>::infinity();
+    double floor_at(bool is_double, double x) const { return x < floor_below ? floor[is_double] : 0.0; }
 };
 
 const std::map<std::string_view, Reference>& references() {
@@ -118,6 +127,7 @@ const std::map<std::string_view, Reference>& references() {
         {"Asinpi", {mpfr_asinpi}},   {"Acospi", {mpfr_acospi}},   {"Atanpi", {mpfr_atanpi}},
         {"Asinh", {mpfr_asinh}},     {"Acosh", {mpfr_acosh}},     {"Atanh", {mpfr_atanh}},
         {"Atan2", {nullptr, mpfr_atan2}}, {"Atan2pi", {nullptr, mpfr_atan2pi}},
+        {"TGamma", {mpfr_gamma}},    {"LGamma", {mpfr_ln_abs_gamma, nullptr, {0, 0x1p-6}, 0.0}},
     };
     return table;
 }
@@ -160,6 +170,16 @@ const std::map<std::string_view, DoubleReference>& double_references() {
         {"Asinpi", [](double x) { return std::asin(x) / M_PI; }}, {"Acospi", [](double x) { return std::acos(x) / M_PI; }},
         {"Atanpi", [](double x) { return std::atan(x) / M_PI; }}, {"Asinh", [](double x) { return std::asinh(x); }},
         {"Acosh", [](double x) { return std::acosh(x); }}, {"Atanh", [](double x) { return std::atanh(x); }},
+        {"TGamma", [](double x) {
+             double r;
+             QOR_VM_HA_ENTRY(d, TGamma)(1, &x, &r);
+             return r;
+         }},
+        {"LGamma", [](double x) {
+             double r;
+             QOR_VM_HA_ENTRY(d, LGamma)(1, &x, &r);
+             return r;
+         }},
     };
     return table;
 }
@@ -340,7 +360,6 @@ RowWorst sweep_as(const AccuracyRow& row, const Reference& ref, std::size_t coun
         out[k].resize(n);
         row.run(k % 3, k >= 3, n, args.x.data(), args.y.data(), out[k].data());
     }
-    const double floor = ref.floor[sizeof(T) == 8];
     RowWorst worst{};
     mpfr_t mx, my, exact;
     mpfr_init2(mx, std::numeric_limits<T>::digits);
@@ -360,7 +379,7 @@ RowWorst sweep_as(const AccuracyRow& row, const Reference& ref, std::size_t coun
             const int slot = k % 3;
             WorstCase& w = k < 3 ? worst[slot].contiguous : worst[slot].strided;
             const double bound = k < 3 ? row.bound[slot] : row.strided_bound[slot];
-            note(w, judged_error<T>(out[k][i], exact, bound, floor), bound, double(args.x[i]), y, double(out[k][i]), want);
+            note(w, judged_error<T>(out[k][i], exact, bound, ref.floor_at(sizeof(T) == 8, double(args.x[i]))), bound, double(args.x[i]), y, double(out[k][i]), want);
         }
     }
     mpfr_clears(mx, my, exact, (mpfr_ptr)nullptr);
@@ -375,7 +394,7 @@ double exact_error(const Reference& f, float x, float got, double bound, double&
     mpfr_init2(exact, 160);
     mpfr_set_flt(mx, x, MPFR_RNDN);
     f.unary(exact, mx, MPFR_RNDN);
-    const double err = judged_error<float>(got, exact, bound, f.floor[0]);
+    const double err = judged_error<float>(got, exact, bound, f.floor_at(false, x));
     want = mpfr_get_d(exact, MPFR_RNDN);
     mpfr_clears(mx, exact, (mpfr_ptr)nullptr);
     return err;
@@ -419,7 +438,6 @@ std::array<WorstCase, 3> sweep_every_float(const AccuracyRow& row, uint64_t firs
     // than this; results that close to the bound or past it go to MPFR.
     constexpr double kDoubt = 0x1p-26;
     const Reference& exact = references().at(row.function);
-    const double floor = exact.floor[0];
     const DoubleReference in_double = double_references().at(row.function);
     const std::size_t n = last - first;
     std::vector<float> x(n), r(n);
@@ -434,6 +452,7 @@ std::array<WorstCase, 3> sweep_every_float(const AccuracyRow& row, uint64_t firs
         const double bound = row.bound[slot], screen = bound > 0 ? bound - kDoubt : 0;
         WorstCase& w = worst[slot];
         for (std::size_t i = 0; i < n; ++i) {
+            const double floor = exact.floor_at(false, x[i]);
             double err = std::fabs(want[i]) < floor && std::isfinite(r[i])
                              ? std::fabs((double(r[i]) - want[i]) * std::ldexp(1.0, 23 - std::ilogb(floor)))
                              : ulp_error_vs_double(r[i], want[i]);
