@@ -117,7 +117,18 @@ def pairs(name, vals, note):
 out.append(pairs('kI0Head', heads0, 'I0: 1/(k!)^2 for k = 7 down to 0, head and tail'))
 out.append(pairs('kI1Head', heads1, 'I1: 1/(k! (k+1)!) for k = 7 down to 0, head and tail'))
 
-# Large x: I(x) = e^x / sqrt(2 pi x) (1 + u g(u)), u = 1/x <= 1/B.
+# Large x: I(x) = e^x / sqrt(2 pi x) (1 + u g(u)), u = 1/x <= 1/B, g as a
+# Chebyshev series in v = 2 B u - 1 (the monomial form of so long a fit
+# cancels badly), evaluated by Clenshaw's recurrence.
+def cheb_series(f, a, b, deg, nodes=96):
+    xs = [mp.cos(mp.pi * (j + mp.mpf(1) / 2) / nodes) for j in range(nodes)]
+    fs = [f((b - a) / 2 * t + (b + a) / 2) for t in xs]
+    c = [2 * mp.fsum(fs[j] * mp.cos(mp.pi * k * (j + mp.mpf(1) / 2) / nodes) for j in range(nodes)) / nodes
+         for k in range(deg + 1)]
+    c[0] /= 2
+    err = max(abs(f((b - a) / 2 * t + (b + a) / 2) - mp.fsum(c[k] * mp.chebyt(k, t) for k in range(deg + 1)))
+              for t in mp.linspace(-1, 1, 201))
+    return c, err
 def asym(nu):
     def g(u):
         if u == 0:
@@ -127,8 +138,9 @@ def asym(nu):
     return g
 DEG_A = int(sys.argv[3]) if len(sys.argv) > 3 else 28
 for nu in (0, 1):
-    c, err = fit(asym(nu), mp.mpf(0), mp.mpf(1) / B, DEG_A); report('I%d asym' % nu, err)
-    out.append(dbl_list('kI%dAsym' % nu, c, 'I%d = e^x / sqrt(2 pi x) (1 + u g(u)), u = 1/x <= 1/8' % nu))
+    c, err = cheb_series(asym(nu), mp.mpf(0), mp.mpf(1) / B, DEG_A); report('I%d asym' % nu, err)
+    out.append(dbl_list('kI%dAsym' % nu, list(reversed(c)),
+                        'I%d = e^x / sqrt(2 pi x) (1 + u g(u)), g = sum c_k T_k(16 u - 1), u = 1/x <= 1/8; c_k from k = %d down' % (nu, DEG_A)))
 out.append(pair('kLnSqrt2Pi', mp.log(2 * mp.pi) / 2, 'ln sqrt(2 pi)'))
 
 HEAD = '''// Coefficients of the gamma and modified Bessel kernels, written by

@@ -47,6 +47,36 @@ int mpfr_ln_abs_gamma(mpfr_ptr y, mpfr_srcptr x, mpfr_rnd_t rnd) {
     return mpfr_lgamma(y, &sign, x, rnd);
 }
 
+// I0 and I1 by the power series sum (x^2/4)^k / (k! (k + nu)!), times x/2
+// for I1: every term positive, so no cancellation, and guard bits cover the
+// rounding of a thousand terms.
+int mpfr_bessel_i(mpfr_ptr y, mpfr_srcptr x, int nu, mpfr_rnd_t rnd) {
+    if (mpfr_nan_p(x)) return mpfr_set_nan(y), 0;
+    if (mpfr_inf_p(x)) return nu == 0 ? (mpfr_set_inf(y, 1), 0) : mpfr_set(y, x, rnd);
+    if (mpfr_zero_p(x)) return nu == 0 ? mpfr_set_ui(y, 1, rnd) : mpfr_set(y, x, rnd);
+    if (mpfr_cmpabs_ui(x, 1000) > 0) return mpfr_set_inf(y, nu == 0 ? 1 : mpfr_sgn(x)), 0;  // past every format
+    const mpfr_prec_t prec = mpfr_get_prec(y) + 40;
+    mpfr_t t, term, sum;
+    mpfr_inits2(prec, t, term, sum, (mpfr_ptr)nullptr);
+    mpfr_sqr(t, x, MPFR_RNDN);
+    mpfr_div_2ui(t, t, 2, MPFR_RNDN);
+    mpfr_set_ui(term, 1, MPFR_RNDN);
+    mpfr_set_ui(sum, 1, MPFR_RNDN);
+    for (unsigned long k = 1;; ++k) {
+        mpfr_mul(term, term, t, MPFR_RNDN);
+        mpfr_div_ui(term, term, k * (k + unsigned(nu)), MPFR_RNDN);
+        mpfr_add(sum, sum, term, MPFR_RNDN);
+        if (mpfr_cmp_ui(t, k * k) < 0 && mpfr_get_exp(term) < mpfr_get_exp(sum) - prec) break;
+    }
+    if (nu == 1) {
+        mpfr_mul(sum, sum, x, MPFR_RNDN);
+        mpfr_div_2ui(sum, sum, 1, MPFR_RNDN);
+    }
+    const int r = mpfr_set(y, sum, rnd);
+    mpfr_clears(t, term, sum, (mpfr_ptr)nullptr);
+    return r;
+}
+
 // 1/sqrt(x) with 1/sqrt(-0) = -inf.
 int mpfr_inv_sqrt(mpfr_ptr y, mpfr_srcptr x, mpfr_rnd_t rnd) {
     if (mpfr_zero_p(x)) return mpfr_set_inf(y, mpfr_signbit(x) ? -1 : 1), 0;
@@ -127,6 +157,8 @@ const std::map<std::string_view, Reference>& references() {
         {"Asinpi", {mpfr_asinpi}},   {"Acospi", {mpfr_acospi}},   {"Atanpi", {mpfr_atanpi}},
         {"Asinh", {mpfr_asinh}},     {"Acosh", {mpfr_acosh}},     {"Atanh", {mpfr_atanh}},
         {"Atan2", {nullptr, mpfr_atan2}}, {"Atan2pi", {nullptr, mpfr_atan2pi}},
+        {"I0", {[](mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t m) { return mpfr_bessel_i(r, x, 0, m); }}},
+        {"I1", {[](mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t m) { return mpfr_bessel_i(r, x, 1, m); }}},
         {"TGamma", {mpfr_gamma}},    {"LGamma", {mpfr_ln_abs_gamma, nullptr, {0, 0x1p-6}, 0.0}},
     };
     return table;
@@ -173,6 +205,16 @@ const std::map<std::string_view, DoubleReference>& double_references() {
         {"TGamma", [](double x) {
              double r;
              QOR_VM_HA_ENTRY(d, TGamma)(1, &x, &r);
+             return r;
+         }},
+        {"I0", [](double x) {
+             double r;
+             QOR_VM_HA_ENTRY(d, I0)(1, &x, &r);
+             return r;
+         }},
+        {"I1", [](double x) {
+             double r;
+             QOR_VM_HA_ENTRY(d, I1)(1, &x, &r);
              return r;
          }},
         {"LGamma", [](double x) {
