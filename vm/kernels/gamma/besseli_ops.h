@@ -175,11 +175,12 @@ struct SingleBesselI {
     }
     int fix(float x, float& r) const {
         double y;
-        const int code = besseli_scalar<Order>(double(flush_subnormal(x)), y);
+        x = flush_subnormal(x);
+        const int code = besseli_scalar<Order>(double(x), y);
         r = float(y);
         if (code != QOR_VM_STATUS_OK || !std::isfinite(x)) return code;
         if (std::isinf(r)) return QOR_VM_STATUS_OVERFLOW;
-        if (r != 0.0f && std::fabs(r) < FLT_MIN) return QOR_VM_STATUS_UNDERFLOW;
+        if (x != 0.0f && std::fabs(r) < FLT_MIN) return QOR_VM_STATUS_UNDERFLOW;
         return code;
     }
 };
