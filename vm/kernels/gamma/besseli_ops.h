@@ -9,7 +9,8 @@
 //     exponential of |x| - ln sqrt(2 pi) as a head and a tail with its
 //     power of two apart, divided by sqrt|x| as a pair, scaled last, so
 //     that nothing overflows before the end (within about 0.52 ulp).
-//   single: the double kernels on the widened lanes, rounded once.
+//   single: the same formulas in plain double arithmetic on the widened
+//     lanes, rounded once; the scalar routine is the double one.
 // Above about 713.99 (double) or 91.90 (single) the result overflows:
 // infinity, code 3.  I1 of a tiny argument is x/2; a subnormal result is
 // code 4.  I0(+-inf) = +inf, I1(+-inf) = +-inf; NaN gives a quiet NaN.
@@ -161,6 +162,36 @@ struct DoubleBesselI {
     int fix(double x, double& y) const { return besseli_scalar<Order>(x, y); }
 };
 
+// Plain double arithmetic for the single-precision kernels (relative
+// errors near 2^-48), valid for |x| <= 88: the series in t = x^2/4 (exact
+// for a float x), or e^|x| / sqrt(2 pi |x|) (1 + u g(u)).
+template <int Order>
+QOR_KERNEL_INLINE vd besseli_plain(vd x) {
+    using C = Coefficients<Order>;
+    const vd ax = SD::abs(x);
+    const vd far = lanes::upper_word_above(x, 0x401FFFFF);  // |x| >= 8
+    auto small = [&] {
+        const vd xs = SD::select(far, SD::set1(1.0), x);
+        const vd t = SD::mul(SD::mul(xs, xs), SD::set1(0.25));
+        vd s = lanes::horner<SD>(t, C::tail);
+        for (const auto& c : C::head) s = SD::add(SD::mul(s, t), SD::set1(c[0]));
+        return Order == 0 ? s : SD::mul(SD::mul(xs, SD::set1(0.5)), s);
+    };
+    auto large = [&] {
+        const vd a = SD::max(ax, SD::set1(8.0));
+        const vd u = SD::div(SD::set1(1.0), a);
+        const vd w = SD::mul(u, clenshaw(SD::sub(SD::mul(u, SD::set1(16.0)), SD::set1(1.0)), C::asym));
+        const vd e = exp_core::table_exp_ha<exp_core::reduce_e>(SD::sub(a, SD::set1(cf::kLnSqrt2Pi[0])));
+        const vd v = SD::div(SD::add(e, SD::mul(e, w)), SD::sqrt(a));
+        return Order == 0 ? v : SD::bit_or(v, sign_of<double>(x));
+    };
+    switch (SD::movemask(far)) {
+        case 0: return small();
+        case 3: return large();
+        default: return SD::select(far, large(), small());
+    }
+}
+
 template <int Order>
 struct SingleBesselI {
     using T = float;
@@ -171,7 +202,7 @@ struct SingleBesselI {
                           lanes::not_positive_normal(SF::abs(x)));
     }
     vf operator()(vf x) const {
-        return lanes::narrow(besseli_vector<Order>(lanes::low_half(x)), besseli_vector<Order>(lanes::high_half(x)));
+        return lanes::narrow(besseli_plain<Order>(lanes::low_half(x)), besseli_plain<Order>(lanes::high_half(x)));
     }
     int fix(float x, float& r) const {
         double y;

@@ -8,5 +8,5 @@ namespace ops = qor::vm::gamma;
 
 QOR_VM_KERNEL_PAIR(d, TGamma, unary, HA, (ops::DoubleTGamma{}))
 QOR_VM_KERNEL_PAIR(d, LGamma, unary, HA, (ops::DoubleLGamma{}))
-QOR_VM_KERNEL_PAIR(s, TGamma, unary, HA, (ops::SingleThroughDouble<ops::DoubleTGamma, ops::tgamma_scalar>{0x420C0000u}))
-QOR_VM_KERNEL_PAIR(s, LGamma, unary, HA, (ops::SingleThroughDouble<ops::DoubleLGamma, ops::lgamma_scalar>{0x71800000u}))
+QOR_VM_KERNEL_PAIR(s, TGamma, unary, HA, (ops::SingleGamma<ops::tgamma_plain, ops::tgamma_scalar>{0x420C0000u}))
+QOR_VM_KERNEL_PAIR(s, LGamma, unary, HA, (ops::SingleGamma<ops::lgamma_plain, ops::lgamma_scalar>{0x71800000u}))

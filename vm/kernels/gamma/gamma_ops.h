@@ -13,7 +13,9 @@
 //     ln pi - ln|sin(pi x)| - ln y - lgamma(y), the large parts summed
 //     exactly.  Near the zeros left of 0 (where |Gamma| = 1) the error is
 //     absolute, about 2^-60.
-//   single: the double kernels on the widened lanes, rounded once.
+//   single: the same formulas in plain double arithmetic on the widened
+//     lanes (relative errors near 2^-45), rounded once; the scalar routine
+//     is the double one.
 // Special values: Gamma(+-0) = +-inf and lgamma(+-0) = +inf, code 2 (pole);
 // at the negative integers Gamma is NaN with code 1 (a domain error, as the
 // C library's tgamma reports it) and lgamma +inf with code 2; Gamma
@@ -246,9 +248,50 @@ struct DoubleLGamma {
     int fix(double x, double& y) const { return lgamma_scalar(x, y); }
 };
 
-// ---- single precision through the double kernels -----------------------------------
-template <class Double, int (*Scalar)(double, double&)>
-struct SingleThroughDouble {
+// ---- single precision: the formulas in plain double arithmetic --------------------
+// Valid for -10 < x < 36, x not 0 nor a negative integer.
+QOR_KERNEL_INLINE vd tgamma_plain(vd x) {
+    const vd near = lanes::upper_word_above(x, 0x4023FFFF);
+    auto small = [&] {
+        vd num, den;
+        gamma_quotient_plain(SD::select(near, SD::set1(1.0), x), num, den);
+        return SD::div(num, den);
+    };
+    auto large = [&] { return exp_core::table_exp_ha<exp_core::reduce_e>(stirling_plain(SD::max(x, SD::set1(kStirlingFrom)))); };
+    switch (SD::movemask(near)) {
+        case 0: return small();
+        case 3: return large();
+        default: return SD::select(near, large(), small());
+    }
+}
+
+// Valid for -10 < x < 2^1000, x normal and not a negative integer.
+QOR_KERNEL_INLINE vd lgamma_plain(vd x) {
+    const vd near = lanes::upper_word_above(x, 0x4023FFFF);
+    auto small = [&] {
+        vd num, den;
+        gamma_quotient_plain(SD::select(near, SD::set1(1.0), x), num, den);
+        const vd g = SD::abs(SD::div(num, den));
+        const vd l = log_core::ln_sum(log_core::pieces<log_core::Accuracy::Medium>(g, SD::set1(0.0)));
+        const vd f1 = SD::sub(x, SD::set1(1.0)), f2 = SD::sub(x, SD::set1(2.0));
+        const vd tiny = SD::set1(0x1p-20);
+        const vd near1 = SD::lt(SD::abs(f1), tiny);
+        const vd zero = SD::bit_or(near1, SD::lt(SD::abs(f2), tiny));
+        if (SD::movemask(zero) == 0) return l;
+        return SD::select(zero, near_zero(SD::select(near1, f1, f2), near1), l);
+    };
+    auto large = [&] { return stirling_plain(SD::max(x, SD::set1(kStirlingFrom))); };
+    switch (SD::movemask(near)) {
+        case 0: return small();
+        case 3: return large();
+        default: return SD::select(near, large(), small());
+    }
+}
+
+// The double screens and scalar routines; the vector path in double on the
+// widened lanes, rounded once.
+template <vd (*Vector)(vd), int (*Scalar)(double, double&)>
+struct SingleGamma {
     using T = float;
     static constexpr int block = 16;
     static constexpr bool reads_mode = true;
@@ -261,7 +304,8 @@ struct SingleThroughDouble {
         return SF::bit_or(m, SF::bit_and(neg, SF::eq(x, SF::floor(x))));
     }
     vf operator()(vf x) const {
-        return lanes::narrow(Double{}(lanes::low_half(x)), Double{}(lanes::high_half(x)));
+        x = SF::select(SF::eq(x, SF::set1(0.0f)), SF::set1(1.0f), x);
+        return lanes::narrow(Vector(lanes::low_half(x)), Vector(lanes::high_half(x)));
     }
     int fix(float x, float& r) const {
         double y;
