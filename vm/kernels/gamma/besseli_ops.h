@@ -18,6 +18,7 @@
 
 #include <cfloat>
 #include <cmath>
+#include <iterator>
 #include <limits>
 
 #include "gamma_core.h"
@@ -67,12 +68,13 @@ QOR_KERNEL_INLINE vd series(vd x) {
     }
 }
 
-// sum c_k T_k(v) by Clenshaw's recurrence, c from the highest degree down.
-template <std::size_t N>
+// sum c_k T_k(v) by Clenshaw's recurrence, c from the highest degree down;
+// the first `skip` (highest) terms left out.
+template <std::size_t Skip = 0, std::size_t N>
 QOR_KERNEL_INLINE vd clenshaw(vd v, const double (&c)[N]) {
     const vd v2 = SD::add(v, v);
     vd b1 = SD::set1(0.0), b2 = SD::set1(0.0);
-    for (std::size_t k = 0; k + 1 < N; ++k) {
+    for (std::size_t k = Skip; k + 1 < N; ++k) {
         const vd b = SD::add(SD::sub(SD::mul(v2, b1), b2), SD::set1(c[k]));
         b2 = b1;
         b1 = b;
@@ -180,7 +182,9 @@ QOR_KERNEL_INLINE vd besseli_plain(vd x) {
     auto large = [&] {
         const vd a = SD::max(ax, SD::set1(8.0));
         const vd u = SD::div(SD::set1(1.0), a);
-        const vd w = SD::mul(u, clenshaw(SD::sub(SD::mul(u, SD::set1(16.0)), SD::set1(1.0)), C::asym));
+        // The terms of degree 11 and up stay below 2^-35.
+        constexpr std::size_t skip = std::size(C::asym) - 11;
+        const vd w = SD::mul(u, clenshaw<skip>(SD::sub(SD::mul(u, SD::set1(16.0)), SD::set1(1.0)), C::asym));
         const vd e = exp_core::table_exp_ha<exp_core::reduce_e>(SD::sub(a, SD::set1(cf::kLnSqrt2Pi[0])));
         const vd v = SD::div(SD::add(e, SD::mul(e, w)), SD::sqrt(a));
         return Order == 0 ? v : SD::bit_or(v, sign_of<double>(x));
