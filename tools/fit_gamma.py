@@ -95,6 +95,7 @@ c, err = fit(sinq, mp.mpf(0), mp.mpf(1) / 16, 6); report('sinpi', err)
 out.append(dbl_list('kSinPi', c, 'sin(pi t) = pi t (1 + t^2 S(t^2)), |t| <= 1/4'))
 c, err = fit(cosq, mp.mpf(0), mp.mpf(1) / 16, 6); report('cospi', err)
 out.append(dbl_list('kCosPi', c, 'cos(pi t) = 1 - t^2 C(t^2), |t| <= 1/4'))
+out.append(pair('kHalfPiSquared', mp.pi ** 2 / 2, 'C(0) = pi^2/2'))
 
 # I0, I1 on |x| <= B: sums over t = x^2/4 with the first K Taylor terms exact
 # (as pairs) and the tail t^K U(t) fitted.

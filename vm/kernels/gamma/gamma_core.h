@@ -25,6 +25,7 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
+#include <iterator>
 
 #include "../explog/exp_core.h"
 #include "../explog/log_core.h"
@@ -118,7 +119,16 @@ QOR_KERNEL_INLINE DD sinpi_dd(vd x) {
     pt.lo = SD::add(pt.lo, SD::mul(SD::set1(cf::kPi[1]), t));
     const vd ws = SD::mul(t2, lanes::horner<SD>(t2, cf::kSinPi));
     const DD sine = fast_two_sum(pt.hi, SD::add(pt.lo, SD::mul(pt.hi, ws)));
-    const DD cosine = fast_two_sum(SD::set1(1.0), SD::neg(SD::mul(t2, lanes::horner<SD>(t2, cf::kCosPi))));
+    // 1 - t^2 C(t^2) with its leading term pi^2/2 t^2 as an exact pair.
+    const DD z = two_prod(t, t);
+    DD lead = two_prod(SD::set1(cf::kHalfPiSquared[0]), z.hi);
+    lead.lo = SD::add(lead.lo, SD::add(SD::mul(SD::set1(cf::kHalfPiSquared[0]), z.lo),
+                                       SD::mul(SD::set1(cf::kHalfPiSquared[1]), z.hi)));
+    vd rest = SD::set1(cf::kCosPi[0]);
+    for (std::size_t k = 1; k + 1 < std::size(cf::kCosPi); ++k) rest = SD::add(SD::mul(rest, z.hi), SD::set1(cf::kCosPi[k]));
+    rest = SD::mul(SD::mul(z.hi, z.hi), rest);
+    const DD one_less = two_sum(SD::set1(1.0), SD::neg(lead.hi));
+    const DD cosine = fast_two_sum(one_less.hi, SD::sub(one_less.lo, SD::add(lead.lo, rest)));
     DD v = dd_select(use_cos, cosine, sine);
     // sin(pi r) takes the sign of r; (-1)^n from the parity of n.
     const vd half = SD::mul(n, SD::set1(0.5));
