@@ -159,7 +159,7 @@ const std::map<std::string_view, Reference>& references() {
         {"Atan2", {nullptr, mpfr_atan2}}, {"Atan2pi", {nullptr, mpfr_atan2pi}},
         {"I0", {[](mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t m) { return mpfr_bessel_i(r, x, 0, m); }}},
         {"I1", {[](mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t m) { return mpfr_bessel_i(r, x, 1, m); }}},
-        {"TGamma", {mpfr_gamma}},    {"LGamma", {mpfr_ln_abs_gamma, nullptr, {0, 0x1p-6}, 0.0}},
+        {"TGamma", {mpfr_gamma}},    {"LGamma", {mpfr_ln_abs_gamma, nullptr, {0, 0x1p-2}, 0.0}},
     };
     return table;
 }
