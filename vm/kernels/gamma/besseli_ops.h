@@ -4,11 +4,12 @@
 //     its terms positive: the first eight coefficients 1/(k!)^2 (or
 //     1/(k! (k+1)!)) as pairs in two-double Horner steps, the rest a fit of
 //     the tail; I1 = x/2 times its sum, the product exact before the one
-//     rounding (within about 0.51 ulp).
+//     rounding (within about 0.55 ulp measured).
 //   |x| >= 8: e^|x| / sqrt(2 pi |x|) (1 + u g(u)), u = 1/|x|, g a fit; the
 //     exponential of |x| - ln sqrt(2 pi) as a head and a tail with its
 //     power of two apart, divided by sqrt|x| as a pair, scaled last, so
-//     that nothing overflows before the end (within about 0.52 ulp).
+//     that nothing overflows before the end (within 0.55 ulp for I0 and
+//     0.71 for I1, measured over a million arguments).
 //   single: the same formulas in plain double arithmetic on the widened
 //     lanes, rounded once; the scalar routine is the double one.
 // Above about 713.99 (double) or 91.90 (single) the result overflows:

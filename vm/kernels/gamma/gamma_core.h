@@ -78,9 +78,11 @@ QOR_KERNEL_INLINE DD stirling(vd x) {
     const log_core::Pieces q = log_core::pieces<log_core::Accuracy::High>(x, SD::set1(0.0));
     const vd big = log_core::big_part(q), small = log_core::small_part(q);
     const DD p = two_prod(x, big);
-    const DD s1 = two_sum(p.hi, SD::neg(x));
-    const DD s2 = two_sum(s1.hi, SD::mul(SD::set1(-0.5), big));
-    const DD s3 = two_sum(s2.hi, SD::set1(cf::kHalfLn2Pi[0]));
+    // x ln x > x (ln x - 1) > (ln x)/2 + 1 for x >= 10: each sum's first
+    // term is the larger.
+    const DD s1 = fast_two_sum(p.hi, SD::neg(x));
+    const DD s2 = fast_two_sum(s1.hi, SD::mul(SD::set1(-0.5), big));
+    const DD s3 = fast_two_sum(s2.hi, SD::set1(cf::kHalfLn2Pi[0]));
     const vd u = SD::div(SD::set1(1.0), x);
     const vd corr = SD::mul(u, lanes::horner<SD>(SD::mul(u, u), cf::kStirling));
     vd tail = SD::add(SD::add(s1.lo, s2.lo), SD::add(s3.lo, p.lo));
