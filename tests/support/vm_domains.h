@@ -269,6 +269,20 @@ std::vector<T> unary(Domain d, std::size_t n, std::mt19937_64& gen) {
             return fill<T>(e, {linear(0, 2 * s), binades(lo, -1, true), linear(2 * s - 0.05, 2 * s), linear(0, 0.01),
                                patterns()}, n, gen);
         }
+        case Domain::tgamma:
+            for (int k = 1; k <= (D ? 185 : 45); k += (k < 12 ? 1 : 7)) around<T>(e, {-k + 0.5, -k - 1e-3, k - 0.5}, 2);
+            if (D) around<T>(e, {171.62437695630272, 171, 10, -10, -170.5, -171.7, -177.7, -183.9, -190, 0x1p-60, 0x1p-1023, -0x1p-1023, 1e-300}, 4);
+            else around<T>(e, {35.0401, 35, 10, -10, -35.5, -38.5, -41.9, -44.5, 0x1p-60, 0x1p-127, -0x1p-127}, 4);
+            return fill<T>(e, {linear(0, D ? 172 : 36), linear(D ? -190 : -46, 0), linear(-10, 10), binades(lo, 7), patterns()}, n, gen);
+        case Domain::lgamma:
+            for (int k = 1; k <= 40; ++k) around<T>(e, {-k + 0.5, -k - 1e-3, -k + 1e-9}, 2);
+            around<T>(e, {2, 1.5, 0.5, 3, -2.457024738220801, -2.7476826467274127, -3.1435808883499797, -3.9552942848585173,
+                          10, -10, D ? 2.5599833278516384e305 : 4.085003e36, D ? 0x1p1000 : 0x1p100, D ? 0x1p52 : 0x1p23,
+                          D ? -0x1p52 + 0.5 : -0x1p23 + 0.5}, 4);
+            return fill<T>(e, {linear(0, 3), linear(-12, 12), linear(-200, 200), binades(lo, hi, true), binades(lo, hi), patterns()}, n, gen);
+        case Domain::besseli:
+            around<T>(e, {8, -8, 7.5, 700, D ? 713.9869085439683 : 91.90076, D ? 713.9876098185423 : 91.90626, D ? -713.9876098185423 : -91.90626}, 4);
+            return fill<T>(e, {linear(-10, 10), linear(D ? -715 : -93, D ? 715 : 93), binades(lo, 10), patterns()}, n, gen);
         default: {  // all
             const double mant = 1 / double(std::numeric_limits<T>::epsilon());  // from here on every value is an integer
             around<T>(e, {0.5, -0.5, 1.5, -1.5, 2.5, -2.5, 3.5, mant / 2, -mant / 2, mant, -mant, mant / 2 + 0.5, mant / 2 - 0.5}, 2);
