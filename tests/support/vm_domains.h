@@ -224,6 +224,21 @@ std::vector<T> unary(Domain d, std::size_t n, std::mt19937_64& gen) {
             for (int k = 1; k < std::numeric_limits<T>::digits; ++k) e.push_back(T(1 + std::ldexp(1.0, -k)));
             around<T>(e, {2, 0x1p26, 0x1p28, 1e300, 0.5}, 4);
             return fill<T>(e, {linear(1, 3), binades(0, hi, true), binades(lo, hi), patterns()}, n, gen);
+        case Domain::bessel: {
+            // Piece edges (sixteen per binade on [0.25, 32)), the method
+            // limits, and the neighbourhoods of the zeros (McMahon's first
+            // terms, (k + c) pi - (4 nu^2 - 1)/(8 (k + c) pi)).
+            for (int b = -2; b < 5; ++b)
+                for (int j = 0; j < 16; ++j) around<T>(e, {std::ldexp(1 + j / 16.0, b)}, 1);
+            around<T>(e, {0.25, 32, 0x1p19, -0x1p19, 1e6, 1e15, 0x1p-1000, 0x1p-1021, 0x1p-125, 1e-300, 2e-38}, 4);
+            const double pi = 3.141592653589793;
+            for (int k = 1; k <= 60; ++k)
+                for (double c : {-0.25, 0.25, -0.75}) {
+                    const double b = (k + c) * pi;
+                    around<T>(e, {b + 1 / (8 * b), b - 3 / (8 * b), b}, 2);
+                }
+            return fill<T>(e, {linear(-40, 40), linear(0, 2000), binades(lo, hi), patterns()}, n, gen);
+        }
         default: {  // all
             const double mant = 1 / double(std::numeric_limits<T>::epsilon());  // from here on every value is an integer
             around<T>(e, {0.5, -0.5, 1.5, -1.5, 2.5, -2.5, 3.5, mant / 2, -mant / 2, mant, -mant, mant / 2 + 0.5, mant / 2 - 0.5}, 2);
