@@ -91,6 +91,17 @@ struct Reference {
     double floor[2] = {0, 0};
 };
 
+// J and Y of an integer order b (by |b|, with J_-n = (-1)^n J_n, where
+// MPFR is far quicker); NaN for any other order.
+template <int (*F)(mpfr_ptr, long, mpfr_srcptr, mpfr_rnd_t)>
+int mpfr_bessel_order(mpfr_ptr r, mpfr_srcptr x, mpfr_srcptr b, mpfr_rnd_t rnd) {
+    if (!mpfr_integer_p(b)) return mpfr_set_nan(r), 0;
+    const long n = mpfr_get_si(b, MPFR_RNDN);
+    const int t = F(r, n < 0 ? -n : n, x, rnd);
+    if (n < 0 && (n & 1)) mpfr_neg(r, r, rnd);
+    return t;
+}
+
 const std::map<std::string_view, Reference>& references() {
     static const std::map<std::string_view, Reference> table = {
         {"Exp", {mpfr_exp}},         {"Exp2", {mpfr_exp2}},       {"Exp10", {mpfr_exp10}},
@@ -100,6 +111,8 @@ const std::map<std::string_view, Reference>& references() {
         // Zeros of the Bessel functions: absolute below 2^-30 (float), 2^-20 (double).
         {"J0", {mpfr_j0, nullptr, {0x1p-30, 0x1p-20}}}, {"J1", {mpfr_j1, nullptr, {0x1p-30, 0x1p-20}}},
         {"Y0", {mpfr_y0, nullptr, {0x1p-30, 0x1p-20}}}, {"Y1", {mpfr_y1, nullptr, {0x1p-30, 0x1p-20}}},
+        {"Jn", {nullptr, mpfr_bessel_order<mpfr_jn>, {0x1p-30, 0x1p-9}}},
+        {"Yn", {nullptr, mpfr_bessel_order<mpfr_yn>, {0x1p-30, 0x1p-9}}},
         {"Pow2o3", {mpfr_pow2o3}},   {"Pow3o2", {mpfr_pow3o2}},   {"InvSqrt", {mpfr_inv_sqrt}},
         {"Sqrt", {mpfr_sqrt}},       {"Sqr", {mpfr_sqr}},
         {"Inv", {[](mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t m) { return mpfr_ui_div(r, 1, x, m); }}},

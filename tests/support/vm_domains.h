@@ -339,6 +339,36 @@ Args<T> binary(Domain d, std::size_t n, std::mt19937_64& gen) {
         }
         return a;
     }
+    if (d == Domain::besseln) {
+        // Runs of one order each: the orders 0 and 1 of their own kernels,
+        // small and large integers of both signs, non-integers and
+        // non-finite ones; x tiny to huge, near the order (where J turns
+        // from the series and the backward recurrence to the forward one)
+        // and negative.
+        const double orders[] = {0, 1, -1, 2, -2, 3, 5, -7, 10, 17, 32, 50, 100, -100, 150, 200, 0.5, -1.5, 2.25,
+                                 std::numeric_limits<double>::infinity(), std::numeric_limits<double>::quiet_NaN()};
+        const std::size_t per = n / std::size(orders);
+        for (double bd : orders) {
+            const T b = T(bd);
+            const double order = std::isfinite(bd) ? std::fabs(bd) : 1;
+            std::vector<T> x = pair_edges<T>();
+            around<T>(x, {order, order + 0.5, order / 2, 2 * order + 1, std::sqrt(order + 1), 0.25, 32, 0x1p19}, 2);
+            // Large x from 2 n^2 on: MPFR takes seconds per value of Yn
+            // between a few n and n^2 for orders in the hundreds.
+            const double from = std::max(8.0, std::log2(2 * order * order));
+            for (std::size_t i = 0; x.size() < per; ++i) {
+                switch (i % 5) {
+                    case 0: x.push_back(T(std::exp2(-20 + 28 * unit(gen)))); break;
+                    case 1: x.push_back(T(2 * (order + 50) * unit(gen))); break;
+                    case 2: x.push_back(T(order * (1 + 0.2 * (unit(gen) - 0.5)))); break;
+                    case 3: x.push_back(T(std::exp2(from + (kDouble<T> ? 40 : 20) * unit(gen)))); break;
+                    default: x.push_back(T(-(order + 20) * unit(gen))); break;
+                }
+            }
+            for (T v : x) a.add(v, b);
+        }
+        return a;
+    }
     for (T x : pair_edges<T>())
         for (T y : pair_edges<T>()) a.add(x, y);
     const Stratum wide = binades(lo, hi);

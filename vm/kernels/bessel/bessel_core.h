@@ -161,9 +161,11 @@ QOR_KERNEL_INLINE Pair small(vd x) {
 
 // ---- x >= 32 -----------------------------------------------------------------------
 // x = k pi/2 + rh + rl (|r| <= pi/4 and a little): the value of the Hankel
-// form.
+// form.  The amplitude is computed from x `down` (a power of two) and
+// multiplied by `up` = down^-1/2, so that 2/(pi x) stays normal for the
+// largest x.
 template <Kind K>
-QOR_KERNEL_INLINE Pair hankel(vd x, vd rh, vd rl, vi k) {
+QOR_KERNEL_INLINE Pair hankel(vd x, vd rh, vd rl, vi k, double down = 1, double up = 1) {
     // chi = x - pi/4 = k' pi/2 + r', r' = r -+ pi/4 with |r'| <= pi/4.
     const vd negative = SD::lt(rh, SD::set1(0.0));
     const vd sign = SD::bit_and(negative, SD::set1(-0.0));
@@ -208,12 +210,13 @@ QOR_KERNEL_INLINE Pair hankel(vd x, vd rh, vd rl, vi k) {
     const vd tl = SD::add(SD::add(t.lo, a.lo),
                           SD::add(SD::add(qb.lo, SD::mul(pm1, a.hi)), SD::add(SD::mul(qh, b.lo), SD::mul(ql, b.hi))));
     // sqrt(2/(pi x)) = sh + sl.
-    const Pair g = two_over_pi_x(x);
+    const Pair g = two_over_pi_x(SD::mul(x, SD::set1(down)));
     const vd sh = SD::sqrt(g.hi);
     const Pair sq = two_prod(sh, sh);
     const vd sl = SD::div(SD::add(SD::sub(SD::sub(g.hi, sq.hi), sq.lo), g.lo), SD::add(sh, sh));
     const Pair v = two_prod(sh, t.hi);
-    return {v.hi, SD::add(v.lo, SD::add(SD::mul(sh, tl), SD::mul(sl, t.hi)))};
+    const vd scale = SD::set1(up);
+    return {SD::mul(v.hi, scale), SD::mul(SD::add(v.lo, SD::add(SD::mul(sh, tl), SD::mul(sl, t.hi))), scale)};
 }
 
 template <Kind K>
@@ -242,11 +245,17 @@ QOR_KERNEL_INLINE Pair value(vd x) {
 
 // The scalar value for 2^19 <= x < inf, reduced by the bits of 2/pi.
 template <Kind K>
-inline double huge(double x) {
+inline Pair huge_pair(double x) {
     double rh, rl;
     int k;
     trig::reduce_huge(x, rh, rl, k);
-    const Pair p = hankel<K>(SD::set1(x), SD::set1(rh), SD::set1(rl), simd::vset1_vl_l(k));
+    const bool top = x > 0x1p1000;
+    return hankel<K>(SD::set1(x), SD::set1(rh), SD::set1(rl), simd::vset1_vl_l(k), top ? 0x1p-64 : 1, top ? 0x1p-32 : 1);
+}
+
+template <Kind K>
+inline double huge(double x) {
+    const Pair p = huge_pair<K>(x);
     return simd::vget0_d_vd(SD::add(p.hi, p.lo));
 }
 
