@@ -32,6 +32,7 @@ FUNCS = {
 }
 DEGREE = {'J0': 13, 'J1': 13, 'Y0': 13, 'Y1': 13}
 SMALL_DEGREE = 11
+SINGLE_DEGREE = 8
 ASYM_DEGREE = 7
 LOW, HIGH = 0.25, 32.0
 PER_BINADE = 16
@@ -112,7 +113,7 @@ def horner_d(coef, u):
     return r
 
 
-def pieces(name):
+def pieces(name, single=False):
     f = FUNCS[name]
     zs = zeros(f)
     if name == 'J1':
@@ -136,12 +137,15 @@ def pieces(name):
             zh, zl = d(m), 0.0
             A = f(m)
             g = lambda x, m=m, A=A: (f(x) - A) / (x - m) if x != m else diff(f, m)
-        co = cheb_fit(g, a, b, DEGREE[name], m)
+        co = cheb_fit(g, a, b, SINGLE_DEGREE if single else DEGREE[name], m)
         g0h, g0l = split(co[0])
         Ah, Al = split(A)
         g1h, g1l = split(co[1])
         rest = [d(c) for c in co[2:]]
         row = [d(m), zh, zl, Ah, Al, g0h, g0l, g1h, g1l] + rest
+        if single:
+            g0h, g0l, g1h, g1l, Al = d(co[0]), 0.0, d(co[1]), 0.0, 0.0
+            row = [d(m), zh, zl, Ah, g0h, g1h] + rest
         # check: the value A + t (g0 + u rest(u)) with the rounded coefficients
         for k in range(41):
             x = a + (b - a) * k / 40
@@ -261,6 +265,18 @@ def main():
         body.append('};')
         body.append('')
     for name in ('J0', 'J1', 'Y0', 'Y1'):
+        rows, worst, zs = pieces(name, True)
+        notes.append('  %s for single precision: degree %d, plain doubles, worst %.1f' % (name, SINGLE_DEGREE, lg(worst)))
+        print('single pieces', name, lg(worst), file=sys.stderr)
+        n = len(rows[0])
+        body.append('inline constexpr double k%sSinglePieces[kPieces][%d] = {' % (name, n))
+        for r in rows:
+            body.append('    {')
+            body += emit_array(None, r, '        ')
+            body.append('    },')
+        body.append('};')
+        body.append('')
+    for name in ('J0', 'J1', 'Y0', 'Y1'):
         cd, worst = small(name)
         notes.append('  small %s: degree %d, worst %.1f' % (name, SMALL_DEGREE, lg(worst)))
         print('small', name, lg(worst), file=sys.stderr)
@@ -285,6 +301,8 @@ def main():
     print('// u = x - m, t = (x - z_hi) - z_lo, g(u) = g0 + g1 u + u^2 (g2 + u (g3 + ...)).  Where')
     print('// x - z_hi is exact over the piece, z is the nearest zero of f and A = 0, so')
     print('// the value keeps its relative accuracy at the zero; elsewhere z = m, A = f(m).')
+    print('// Single pieces (for float results, evaluated in plain doubles): m, z_hi, z_lo,')
+    print('// A, g0, g1, ... gD.')
     print('// Small: lowest degree last, in v = x^2 on [0, 1/16].  P, Q: in w = 1/x^2 on')
     print('// [0, 1/1024], lowest degree last.  Worst relative errors (log2) of the rounded')
     print('// fits against the functions at 256 bits:')

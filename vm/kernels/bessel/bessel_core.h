@@ -111,13 +111,16 @@ QOR_KERNEL_INLINE Pair times_two_over_pi(vd hi, vd lo) {
     return {p.hi, SD::add(p.lo, SD::add(SD::mul(hi, SD::set1(kTwoOverPiLo)), SD::mul(lo, SD::set1(kTwoOverPiHi))))};
 }
 
-// (2/pi)/x as a pair, for normal x whose quotient is finite.
-QOR_KERNEL_INLINE Pair two_over_pi_x(vd x) {
-    const vd q = SD::div(SD::set1(kTwoOverPiHi), x);
+// (2/pi)/x as a pair, for normal x whose quotient is finite, from ix = 1/x
+// rounded: q = (2/pi) ix lies within two ulps of the quotient, so that
+// 2/pi - q x is exact, and the residual divided by x is the low part.
+QOR_KERNEL_INLINE Pair two_over_pi_x(vd x, vd ix) {
+    const vd q = SD::mul(SD::set1(kTwoOverPiHi), ix);
     const Pair qx = two_prod(q, x);
     const vd r = SD::add(SD::sub(SD::sub(SD::set1(kTwoOverPiHi), qx.hi), qx.lo), SD::set1(kTwoOverPiLo));
-    return {q, SD::div(r, x)};
+    return {q, SD::mul(r, ix)};
 }
+QOR_KERNEL_INLINE Pair two_over_pi_x(vd x) { return two_over_pi_x(x, SD::div(SD::set1(1.0), x)); }
 
 // x < 0.25 (positive normal for Y0 and Y1, whose logarithm is `ln`).
 template <Kind K>
@@ -192,7 +195,9 @@ QOR_KERNEL_INLINE Pair hankel(vd x, vd rh, vd rl, vi k, double down = 1, double 
     else a = s, b = co;
     // Near the zeros P a and Q b cancel: Q b is formed as a pair (Q from
     // xQ = c0 + w R(w), c0 exact, divided by x with its residual).
-    const vd ix = SD::div(SD::set1(1.0), x);
+    const vd xd = SD::mul(x, SD::set1(down));
+    const vd ixd = SD::div(SD::set1(1.0), xd);  // normal even for the largest x
+    const vd ix = SD::mul(ixd, SD::set1(down));
     const vd w = SD::mul(ix, ix);
     constexpr bool order0 = K == Kind::J0 || K == Kind::Y0;
     const auto& pc = order0 ? tab::kP0 : tab::kP1;
@@ -210,10 +215,12 @@ QOR_KERNEL_INLINE Pair hankel(vd x, vd rh, vd rl, vi k, double down = 1, double 
     const vd tl = SD::add(SD::add(t.lo, a.lo),
                           SD::add(SD::add(qb.lo, SD::mul(pm1, a.hi)), SD::add(SD::mul(qh, b.lo), SD::mul(ql, b.hi))));
     // sqrt(2/(pi x)) = sh + sl.
-    const Pair g = two_over_pi_x(SD::mul(x, SD::set1(down)));
+    const Pair g = two_over_pi_x(xd, ixd);
     const vd sh = SD::sqrt(g.hi);
     const Pair sq = two_prod(sh, sh);
-    const vd sl = SD::div(SD::add(SD::sub(SD::sub(g.hi, sq.hi), sq.lo), g.lo), SD::add(sh, sh));
+    // 1/(2 sh) = sh/(2 g) = sh x (pi/4), to the relative 2^-52 a low part needs.
+    const vd sl = SD::mul(SD::add(SD::sub(SD::sub(g.hi, sq.hi), sq.lo), g.lo),
+                          SD::mul(SD::mul(sh, xd), SD::set1(kPiOver4Hi)));
     const Pair v = two_prod(sh, t.hi);
     const vd scale = SD::set1(up);
     return {SD::mul(v.hi, scale), SD::mul(SD::add(v.lo, SD::add(SD::mul(sh, tl), SD::mul(sl, t.hi))), scale)};
@@ -240,6 +247,92 @@ QOR_KERNEL_INLINE Pair value(vd x) {
     if (mids) r = pieces<K>(x);
     if (lows) r = mids ? merge(low, small<K>(x), r) : small<K>(x);
     if (highs) r = (mids | lows) ? merge(high, hankel<K>(x), r) : hankel<K>(x);
+    return r;
+}
+
+// ---- plain doubles, for float results ------------------------------------------------
+// The same three methods with every step rounded to double (relative error
+// about 2^-37, absolute near the zeros beyond 32): the pieces of degree 8,
+// the plain reduction and sine and cosine, no pairs.
+template <Kind K>
+constexpr const auto& single_rows() {
+    if constexpr (K == Kind::J0) return tab::kJ0SinglePieces;
+    else if constexpr (K == Kind::J1) return tab::kJ1SinglePieces;
+    else if constexpr (K == Kind::Y0) return tab::kY0SinglePieces;
+    else return tab::kY1SinglePieces;
+}
+
+// Row: m, z_hi, z_lo, A, g0, g1, ... gD.
+template <Kind K>
+QOR_KERNEL_INLINE vd pieces_plain(vd x) {
+    const auto& rows = single_rows<K>();
+    constexpr int kLast = int(sizeof(rows[0]) / sizeof(double)) - 1;
+    vi piece = simd::vsrl_vi2_vi2_i(simd::vshuffle_vi2_vi2<0x0D>(simd::vcast_vi_vd(x)), 16);
+    piece = simd::vsub_vi2_vi2_vi2(piece, simd::vset1_vi2_i(tab::kFirstPattern));
+    piece = simd::vmin_vi2_vi2_vi2(simd::vmax_vi2_vi2_vi2(piece, simd::vzero_vi()), simd::vset1_vi2_i(tab::kPieces - 1));
+    const double* r0 = rows[simd::vget_i_vi2<0>(piece)];
+    const double* r1 = rows[simd::vget_i_vi2<1>(piece)];
+    auto col = [&](int k) { return simd::vload_vd_p_p(r0 + k, r1 + k); };
+    const vd u = SD::sub(x, col(0));
+    const vd t = SD::sub(SD::sub(x, col(1)), col(2));
+    vd p = col(kLast);
+    for (int k = kLast - 1; k >= 4; --k) p = SD::add(SD::mul(p, u), col(k));
+    return SD::add(col(3), SD::mul(t, p));
+}
+
+template <Kind K>
+QOR_KERNEL_INLINE vd small_plain(vd x) {
+    const vd v = SD::mul(x, x);
+    const vd c = SD::set1(kTwoOverPiHi);
+    if constexpr (K == Kind::J0) return SD::add(SD::set1(1.0), SD::mul(v, lanes::horner<SD>(v, tab::kJ0Small)));
+    const vd j1 = SD::mul(x, SD::add(SD::set1(0.5), SD::mul(v, lanes::horner<SD>(v, tab::kJ1Small))));
+    if constexpr (K == Kind::J1) return j1;
+    const vd safe = SD::max(x, SD::set1(DBL_MIN));
+    const vd lnx = log_core::ln_sum(log_core::pieces<log_core::Accuracy::Medium>(safe, SD::set1(0.0)));
+    if constexpr (K == Kind::Y0) {
+        const vd j0 = SD::add(SD::set1(1.0), SD::mul(v, lanes::horner<SD>(v, tab::kJ0Small)));
+        return SD::add(SD::mul(SD::mul(c, lnx), j0), lanes::horner<SD>(v, tab::kY0Small));
+    } else {
+        const vd recip = SD::div(SD::set1(1.0), safe);
+        return SD::add(SD::mul(c, SD::sub(SD::mul(lnx, j1), recip)), SD::mul(x, lanes::horner<SD>(v, tab::kY1Small)));
+    }
+}
+
+template <Kind K>
+QOR_KERNEL_INLINE vd hankel_plain(vd x) {
+    const vd xs = SD::max(x, SD::set1(kHankelLimit));
+    const trig::Reduced rd = trig::reduce<trig::Reduction::three>(xs);
+    const vd negative = SD::lt(rd.hi, SD::set1(0.0));
+    const vd r = SD::add(rd.hi, SD::bit_xor(SD::set1(-kPiOver4Hi), SD::bit_and(negative, SD::set1(-0.0))));
+    const vi k = simd::vadd_vl_vl_vl(rd.k, simd::vcast_vi_vd(negative));
+    const vd z = SD::mul(r, r);
+    const vd zero = SD::set1(0.0);
+    const vd sr = trig::sin_plain(r, zero, z, trig::kSin3M), cr = trig::cos_plain(r, zero, z, trig::kCos2M);
+    const vd s = trig::place(k, sr, cr), co = trig::place(trig::next_quadrant(k), sr, cr);
+    vd a, b;
+    if constexpr (K == Kind::J0) a = co, b = SD::neg(s);
+    else if constexpr (K == Kind::Y1) a = SD::neg(co), b = s;
+    else a = s, b = co;
+    const vd ix = SD::div(SD::set1(1.0), xs);
+    const vd w = SD::mul(ix, ix);
+    constexpr bool order0 = K == Kind::J0 || K == Kind::Y0;
+    const vd pm1 = lanes::horner<SD>(w, order0 ? tab::kP0 : tab::kP1);
+    const vd q = SD::mul(lanes::horner<SD>(w, order0 ? tab::kQ0 : tab::kQ1), ix);
+    const vd t = SD::add(a, SD::add(SD::mul(pm1, a), SD::mul(q, b)));
+    return SD::mul(SD::sqrt(SD::mul(SD::set1(kTwoOverPiHi), ix)), t);
+}
+
+// 0 <= x < 2^19.
+template <Kind K>
+QOR_KERNEL_INLINE vd value_plain(vd x) {
+    const vd low = SD::lt(x, SD::set1(kSmallLimit));
+    const vd high = SD::ge(x, SD::set1(kHankelLimit));
+    const int lows = SD::movemask(low), highs = SD::movemask(high);
+    const int mids = 3 & ~(lows | highs);
+    vd r = SD::set1(0.0);
+    if (mids) r = pieces_plain<K>(x);
+    if (lows) r = mids ? SD::select(low, small_plain<K>(x), r) : small_plain<K>(x);
+    if (highs) r = (mids | lows) ? SD::select(high, hankel_plain<K>(x), r) : hankel_plain<K>(x);
     return r;
 }
 

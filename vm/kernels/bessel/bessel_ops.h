@@ -2,7 +2,8 @@
 //   double: the pair of bessel_core.h rounded once: about 0.51 ulp (the
 //     pair's relative error is near 2^-57), except near the zeros beyond
 //     32, where the error is absolute (about 2^-56 sqrt(2/(pi x))/x).
-//   single: the same in double, rounded once to float.
+//   single: the same methods in plain doubles (relative error about
+//     2^-37), rounded once to float: about 0.5 ulp.
 // J0 is even, J1 odd; J0(+-inf) = J1(+-inf) = +0, J0(0) = 1,
 // J1(+-0) = +-0 and J1 of an argument below 2 FLT_MIN / 2 DBL_MIN, whose
 // value is subnormal, has code 4.  Y0 and Y1 of a negative argument (and
@@ -120,8 +121,7 @@ struct SingleBessel {
     }
     vf operator()(vf x) const {
         auto half = [](vd h) {
-            const Pair p = value<K>(SD::abs(h));
-            const vd y = SD::add(p.hi, p.lo);
+            const vd y = value_plain<K>(SD::abs(h));
             if constexpr (K == Kind::J1) return SD::bit_xor(y, sign_of<double>(h));
             else return y;
         };
