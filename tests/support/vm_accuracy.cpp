@@ -111,8 +111,8 @@ const std::map<std::string_view, Reference>& references() {
         // Zeros of the Bessel functions: absolute below 2^-30 (float), 2^-20 (double).
         {"J0", {mpfr_j0, nullptr, {0x1p-30, 0x1p-20}}}, {"J1", {mpfr_j1, nullptr, {0x1p-30, 0x1p-20}}},
         {"Y0", {mpfr_y0, nullptr, {0x1p-30, 0x1p-20}}}, {"Y1", {mpfr_y1, nullptr, {0x1p-30, 0x1p-20}}},
-        {"Jn", {nullptr, mpfr_bessel_order<mpfr_jn>, {0x1p-30, 0x1p-9}}},
-        {"Yn", {nullptr, mpfr_bessel_order<mpfr_yn>, {0x1p-30, 0x1p-9}}},
+        {"Jn", {nullptr, mpfr_bessel_order<mpfr_jn>, {0x1p-30, 0x1p-8}}},
+        {"Yn", {nullptr, mpfr_bessel_order<mpfr_yn>, {0x1p-30, 0x1p-8}}},
         {"Pow2o3", {mpfr_pow2o3}},   {"Pow3o2", {mpfr_pow3o2}},   {"InvSqrt", {mpfr_inv_sqrt}},
         {"Sqrt", {mpfr_sqrt}},       {"Sqr", {mpfr_sqr}},
         {"Inv", {[](mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t m) { return mpfr_ui_div(r, 1, x, m); }}},

@@ -225,12 +225,12 @@ std::vector<T> unary(Domain d, std::size_t n, std::mt19937_64& gen) {
             around<T>(e, {2, 0x1p26, 0x1p28, 1e300, 0.5}, 4);
             return fill<T>(e, {linear(1, 3), binades(0, hi, true), binades(lo, hi), patterns()}, n, gen);
         case Domain::bessel: {
-            // Piece edges (sixteen per binade on [0.25, 32)), the method
+            // Piece edges (32 per binade on [0.25, 64)), the method
             // limits, and the neighbourhoods of the zeros (McMahon's first
             // terms, (k + c) pi - (4 nu^2 - 1)/(8 (k + c) pi)).
-            for (int b = -2; b < 5; ++b)
-                for (int j = 0; j < 16; ++j) around<T>(e, {std::ldexp(1 + j / 16.0, b)}, 1);
-            around<T>(e, {0.25, 32, 0x1p19, -0x1p19, 1e6, 1e15, 0x1p-1000, 0x1p-1021, 0x1p-125, 1e-300, 2e-38}, 4);
+            for (int b = -2; b < 6; ++b)
+                for (int j = 0; j < 32; ++j) around<T>(e, {std::ldexp(1 + j / 32.0, b)}, 1);
+            around<T>(e, {0.25, 64, 0x1p19, -0x1p19, 1e6, 1e15, 0x1p-1000, 0x1p-1021, 0x1p-125, 1e-300, 2e-38}, 4);
             const double pi = 3.141592653589793;
             for (int k = 1; k <= 60; ++k)
                 for (double c : {-0.25, 0.25, -0.75}) {
@@ -352,7 +352,7 @@ Args<T> binary(Domain d, std::size_t n, std::mt19937_64& gen) {
             const T b = T(bd);
             const double order = std::isfinite(bd) ? std::fabs(bd) : 1;
             std::vector<T> x = pair_edges<T>();
-            around<T>(x, {order, order + 0.5, order / 2, 2 * order + 1, std::sqrt(order + 1), 0.25, 32, 0x1p19}, 2);
+            around<T>(x, {order, order + 0.5, order / 2, 2 * order + 1, std::sqrt(order + 1), 0.25, 64, 0x1p19}, 2);
             // Large x from 2 n^2 on: MPFR takes seconds per value of Yn
             // between a few n and n^2 for orders in the hundreds.
             const double from = std::max(8.0, std::log2(2 * order * order));

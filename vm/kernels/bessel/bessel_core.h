@@ -1,16 +1,16 @@
 // J0, J1, Y0, Y1 of a positive argument in double lanes, as an unrounded
-// pair hi + lo (relative error about 2^-57 away from the zeros beyond 32),
+// pair hi + lo (relative error about 2^-57 away from the zeros beyond 64),
 // by three methods:
 //   x < 0.25:       series in v = x^2: J0 = 1 + v p(v), J1 = x/2 + x v p(v),
 //                   Y0 = (2/pi) ln x J0 + R0(v),
 //                   Y1 = (2/pi)(ln x J1 - 1/x) + x R1(v), the leading terms
 //                   ((2/pi) ln x, (2/pi)/x) as exact pairs;
-//   0.25 <= x < 32: pieces of a sixteenth of a binade (bessel_table.h),
+//   0.25 <= x < 64: pieces of a 32nd of a binade (bessel_table.h),
 //                   f = A + t g(u) with t = x - z measured from the nearest
 //                   zero z (a pair) where that difference is exact, so that
 //                   the value keeps its relative accuracy at the zeros; the
 //                   products t g and g1 u exact (Dekker);
-//   x >= 32:        the Hankel form sqrt(2/(pi x)) (P cos chi - Q sin chi)
+//   x >= 64:        the Hankel form sqrt(2/(pi x)) (P cos chi - Q sin chi)
 //                   (and its companions), chi = x - pi/4 (J1, Y1: x - 3pi/4),
 //                   P - 1 and xQ polynomials in 1/x^2; x reduced exactly
 //                   by pi/2 (trig_reduce.h; the scalar routine's huge
@@ -40,7 +40,7 @@ inline constexpr double kTwoOverPiLo = dbl(0xBC86B01EC5417056ull);
 inline constexpr double kPiOver4Hi = dbl(0x3FE921FB54442D18ull);
 inline constexpr double kPiOver4Lo = dbl(0x3C81A62633145C07ull);
 inline constexpr double kSmallLimit = 0.25;
-inline constexpr double kHankelLimit = 32.0;
+inline constexpr double kHankelLimit = 64.0;
 // |x| at or above 2^19 leaves the vector path (the reduction's limit).
 inline constexpr uint32_t kVectorLimitUpper = 0x411FFFFF;
 inline constexpr uint32_t kVectorLimitSingle = 0x48FFFFFFu;
@@ -72,15 +72,15 @@ constexpr const auto& piece_rows() {
     else return tab::kY1Pieces;
 }
 
-// ---- 0.25 <= x < 32 ---------------------------------------------------------------
+// ---- 0.25 <= x < 64 ---------------------------------------------------------------
 // Row: m, z_hi, z_lo, A_hi, A_lo, g0_hi, g0_lo, g1_hi, g1_lo, g2 ... gD.
 template <Kind K>
 QOR_KERNEL_INLINE Pair pieces(vd x) {
     const auto& rows = piece_rows<K>();
     constexpr int kLast = int(sizeof(rows[0]) / sizeof(double)) - 1;
-    // Piece numbers from the upper words (bits >> 48), clamped so that lanes
+    // Piece numbers from the upper words (bits >> 47), clamped so that lanes
     // of the other methods read a valid row.
-    vi piece = simd::vsrl_vi2_vi2_i(simd::vshuffle_vi2_vi2<0x0D>(simd::vcast_vi_vd(x)), 16);
+    vi piece = simd::vsrl_vi2_vi2_i(simd::vshuffle_vi2_vi2<0x0D>(simd::vcast_vi_vd(x)), 15);
     piece = simd::vsub_vi2_vi2_vi2(piece, simd::vset1_vi2_i(tab::kFirstPattern));
     piece = simd::vmin_vi2_vi2_vi2(simd::vmax_vi2_vi2_vi2(piece, simd::vzero_vi()), simd::vset1_vi2_i(tab::kPieces - 1));
     const double* r0 = rows[simd::vget_i_vi2<0>(piece)];
@@ -162,7 +162,7 @@ QOR_KERNEL_INLINE Pair small(vd x) {
     }
 }
 
-// ---- x >= 32 -----------------------------------------------------------------------
+// ---- x >= 64 -----------------------------------------------------------------------
 // x = k pi/2 + rh + rl (|r| <= pi/4 and a little): the value of the Hankel
 // form.  The amplitude is computed from x `down` (a power of two) and
 // multiplied by `up` = down^-1/2, so that 2/(pi x) stays normal for the
@@ -228,7 +228,7 @@ QOR_KERNEL_INLINE Pair hankel(vd x, vd rh, vd rl, vi k, double down = 1, double 
 
 template <Kind K>
 QOR_KERNEL_INLINE Pair hankel(vd x) {
-    // Lanes of the other methods take 32, within the reduction's range.
+    // Lanes of the other methods take 64, within the reduction's range.
     const vd xs = SD::max(x, SD::set1(kHankelLimit));
     const trig::Reduced rd = trig::reduce<trig::Reduction::exact>(xs);
     return hankel<K>(xs, rd.hi, rd.lo, rd.k);
@@ -252,7 +252,7 @@ QOR_KERNEL_INLINE Pair value(vd x) {
 
 // ---- plain doubles, for float results ------------------------------------------------
 // The same three methods with every step rounded to double (relative error
-// about 2^-37, absolute near the zeros beyond 32): the pieces of degree 8,
+// about 2^-37, absolute near the zeros beyond 64): the pieces of degree 8,
 // the plain reduction and sine and cosine, no pairs.
 template <Kind K>
 constexpr const auto& single_rows() {
@@ -267,7 +267,7 @@ template <Kind K>
 QOR_KERNEL_INLINE vd pieces_plain(vd x) {
     const auto& rows = single_rows<K>();
     constexpr int kLast = int(sizeof(rows[0]) / sizeof(double)) - 1;
-    vi piece = simd::vsrl_vi2_vi2_i(simd::vshuffle_vi2_vi2<0x0D>(simd::vcast_vi_vd(x)), 16);
+    vi piece = simd::vsrl_vi2_vi2_i(simd::vshuffle_vi2_vi2<0x0D>(simd::vcast_vi_vd(x)), 15);
     piece = simd::vsub_vi2_vi2_vi2(piece, simd::vset1_vi2_i(tab::kFirstPattern));
     piece = simd::vmin_vi2_vi2_vi2(simd::vmax_vi2_vi2_vi2(piece, simd::vzero_vi()), simd::vset1_vi2_i(tab::kPieces - 1));
     const double* r0 = rows[simd::vget_i_vi2<0>(piece)];

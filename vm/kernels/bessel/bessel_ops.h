@@ -1,7 +1,7 @@
 // J0, J1, Y0, Y1, real: one kernel per precision (all three slots).
 //   double: the pair of bessel_core.h rounded once: about 0.51 ulp (the
 //     pair's relative error is near 2^-57), except near the zeros beyond
-//     32, where the error is absolute (about 2^-56 sqrt(2/(pi x))/x).
+//     64, where the error is absolute (about 2^-64 sqrt(2/(pi x)) there).
 //   single: the same methods in plain doubles (relative error about
 //     2^-37), rounded once to float: about 0.5 ulp.
 // J0 is even, J1 odd; J0(+-inf) = J1(+-inf) = +0, J0(0) = 1,
