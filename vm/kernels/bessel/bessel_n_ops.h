@@ -44,8 +44,8 @@ inline Ext start_value(double x) {
     return extended(x < 0x1p19 ? value<K>(SD::set1(x)) : huge_pair<K>(x));
 }
 
-// J_n(x) for n >= 2, x > 0 finite and normal.
-inline Ext jn_positive(int64_t n, double x) {
+// J_n(x) for n >= 2, x > 0 finite and normal, from J0(x) and J1(x).
+inline Ext jn_positive(int64_t n, double x, Ext j0, Ext j1) {
     const Ext xe = x;
     if (xe * xe <= Ext(n + 1)) {
         // (x/2)^n/n!: stops once below every double.
@@ -64,7 +64,6 @@ inline Ext jn_positive(int64_t n, double x) {
         }
         return pre * sum;
     }
-    const Ext j0 = start_value<Kind::J0>(x), j1 = start_value<Kind::J1>(x);
     const Ext two_over_x = Ext(2) / xe;
     if (x >= double(n)) {
         Ext a = j0, b = j1;
@@ -92,10 +91,11 @@ inline Ext jn_positive(int64_t n, double x) {
     return std::fabs(j0) >= std::fabs(j1) ? at_n * (j0 / f) : at_n * (j1 / above);
 }
 
-// Y_n(x) for n >= 2, x > 0 finite and normal; -inf beyond the extended range.
-inline Ext yn_positive(int64_t n, double x) {
+// Y_n(x) for n >= 2, x > 0 finite and normal, from Y0(x) and Y1(x);
+// infinite beyond the extended range.
+inline Ext yn_positive(int64_t n, double x, Ext y0, Ext y1) {
     const Ext two_over_x = Ext(2) / Ext(x);
-    Ext a = start_value<Kind::Y0>(x), b = start_value<Kind::Y1>(x);
+    Ext a = y0, b = y1;
     for (int64_t k = 1; k < n; ++k) {
         const Ext c = Ext(k) * two_over_x * b - a;
         a = b;
@@ -131,7 +131,7 @@ int order_n(int64_t n, bool negative_order, double x, double& y) {
             y = sign * 0.0;
             return QOR_VM_STATUS_UNDERFLOW;
         }
-        y = sign * double(jn_positive(n, ax));
+        y = sign * double(jn_positive(n, ax, start_value<Kind::J0>(ax), start_value<Kind::J1>(ax)));
         return std::fabs(y) < DBL_MIN ? QOR_VM_STATUS_UNDERFLOW : QOR_VM_STATUS_OK;
     } else {
         if (x < 0.0) {
@@ -150,7 +150,7 @@ int order_n(int64_t n, bool negative_order, double x, double& y) {
             y = -inf * order_sign;
             return QOR_VM_STATUS_OVERFLOW;
         }
-        y = order_sign * double(yn_positive(n, x));
+        y = order_sign * double(yn_positive(n, x, start_value<Kind::Y0>(x), start_value<Kind::Y1>(x)));
         return std::isinf(y) ? QOR_VM_STATUS_OVERFLOW : QOR_VM_STATUS_OK;
     }
 }
@@ -220,14 +220,52 @@ struct HighOrder : OrderBase<Real> {
         }
         return code;
     }
+    // Positive normal x below 2^19 (|x| for J): both lanes' starting values
+    // in one vector evaluation, the recurrences lane by lane; other lanes
+    // through the scalar routine.
+    QOR_KERNEL_INLINE vd ordinary(vd x, vd& mark) const {
+        const vd ax = IsJ ? SD::abs(x) : x;
+        const vd odd = lanes::not_positive_normal(ax);
+        const vd clear = SD::bit_or(odd, lanes::upper_word_above(ax, kVectorLimitUpper));
+        const vd safe = SD::select(clear, SD::set1(1.0), ax);
+        constexpr Kind K0 = IsJ ? Kind::J0 : Kind::Y0, K1 = IsJ ? Kind::J1 : Kind::Y1;
+        const Pair p0 = value<K0>(safe), p1 = value<K1>(safe);
+        double in[2], out[2], m[2], h0[2], l0[2], h1[2], l1[2], c[2];
+        SD::store(in, x);
+        SD::store(c, clear);
+        SD::store(h0, p0.hi), SD::store(l0, p0.lo), SD::store(h1, p1.hi), SD::store(l1, p1.lo);
+        const double odd_order = (n & 1) ? -1.0 : 1.0;
+        for (int i = 0; i < 2; ++i) {
+            int code;
+            if (std::bit_cast<uint64_t>(c[i])) {
+                code = order_n<IsJ>(n, negative_order, in[i], out[i]);
+            } else {
+                const double a = std::fabs(in[i]);
+                const Ext s0 = Ext(h0[i]) + Ext(l0[i]), s1 = Ext(h1[i]) + Ext(l1[i]);
+                double sign = negative_order ? odd_order : 1.0;
+                if (IsJ && in[i] < 0) sign *= odd_order;
+                out[i] = sign * double(IsJ ? jn_positive(n, a, s0, s1) : yn_positive(n, a, s0, s1));
+                code = IsJ ? (std::fabs(out[i]) < DBL_MIN ? QOR_VM_STATUS_UNDERFLOW : 0)
+                           : (std::isinf(out[i]) ? QOR_VM_STATUS_OVERFLOW : 0);
+            }
+            m[i] = std::bit_cast<double>(code ? ~uint64_t(0) : uint64_t(0));
+        }
+        mark = SD::load(m);
+        return SD::load(out);
+    }
     V operator()(V x, V& mark) const {
-        constexpr int W = S::lanes;
-        using B = Bits<Real>;
-        Real in[W], out[W], m[W];
-        S::store(in, x);
-        for (int i = 0; i < W; ++i) m[i] = std::bit_cast<Real>(one(in[i], out[i]) ? ~typename B::U(0) : typename B::U(0));
-        mark = S::load(m);
-        return S::load(out);
+        if constexpr (std::is_same_v<Real, double>) {
+            return ordinary(x, mark);
+        } else {
+            vd m0, m1;
+            const vd y0 = ordinary(lanes::low_half(x), m0), y1 = ordinary(lanes::high_half(x), m1);
+            V y = lanes::narrow(y0, y1);
+            mark = SF::bit_or(simd::vnarrowmask_vf_vd_vd(m0, m1), SF::bit_or(lanes::not_positive_normal(SF::abs(y)),
+                                                                             SF::isnonfinite(y)));
+            // Marks of float results that are normal and finite come from
+            // double underflow (a zero J): both are fixed by the scalar routine.
+            return y;
+        }
     }
     int fix(Real x, Real& r) const { return one(x, r); }
 };
