@@ -181,12 +181,28 @@ struct Reference {
     double floor_at(bool is_double, double x) const { return x < floor_below ? floor[is_double] : 0.0; }
 };
 
+// J and Y of an integer order b (by |b|, with J_-n = (-1)^n J_n, where
+// MPFR is far quicker); NaN for any other order.
+template <int (*F)(mpfr_ptr, long, mpfr_srcptr, mpfr_rnd_t)>
+int mpfr_bessel_order(mpfr_ptr r, mpfr_srcptr x, mpfr_srcptr b, mpfr_rnd_t rnd) {
+    if (!mpfr_integer_p(b)) return mpfr_set_nan(r), 0;
+    const long n = mpfr_get_si(b, MPFR_RNDN);
+    const int t = F(r, n < 0 ? -n : n, x, rnd);
+    if (n < 0 && (n & 1)) mpfr_neg(r, r, rnd);
+    return t;
+}
+
 const std::map<std::string_view, Reference>& references() {
     static const std::map<std::string_view, Reference> table = {
         {"Exp", {mpfr_exp}},         {"Exp2", {mpfr_exp2}},       {"Exp10", {mpfr_exp10}},
         {"Expm1", {mpfr_expm1}},     {"Ln", {mpfr_log}},          {"Log2", {mpfr_log2}},
         {"Log10", {mpfr_log10}},     {"Log1p", {mpfr_log1p}},     {"Logb", {mpfr_logb}},
         {"ExpInt1", {mpfr_e1}},      {"Cbrt", {mpfr_cbrt}},       {"InvCbrt", {mpfr_inv_cbrt}},
+        // Zeros of the Bessel functions: absolute below 2^-30 (float), 2^-20 (double).
+        {"J0", {mpfr_j0, nullptr, {0x1p-30, 0x1p-20}}}, {"J1", {mpfr_j1, nullptr, {0x1p-30, 0x1p-20}}},
+        {"Y0", {mpfr_y0, nullptr, {0x1p-30, 0x1p-20}}}, {"Y1", {mpfr_y1, nullptr, {0x1p-30, 0x1p-20}}},
+        {"Jn", {nullptr, mpfr_bessel_order<mpfr_jn>, {0x1p-30, 0x1p-8}}},
+        {"Yn", {nullptr, mpfr_bessel_order<mpfr_yn>, {0x1p-30, 0x1p-8}}},
         {"Pow2o3", {mpfr_pow2o3}},   {"Pow3o2", {mpfr_pow3o2}},   {"InvSqrt", {mpfr_inv_sqrt}},
         {"Sqrt", {mpfr_sqrt}},       {"Sqr", {mpfr_sqr}},
         {"Inv", {[](mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t m) { return mpfr_ui_div(r, 1, x, m); }}},
@@ -242,6 +258,8 @@ const std::map<std::string_view, DoubleReference>& double_references() {
         {"Pow3o2", [](double x) { return std::pow(x, 1.5); }},
         {"InvSqrt", [](double x) { return 1 / std::sqrt(x); }}, {"Sqrt", [](double x) { return std::sqrt(x); }},
         {"Sqr", [](double x) { return x * x; }},             {"Inv", [](double x) { return 1 / x; }},
+        {"J0", [](double x) { return ::j0(x); }},            {"J1", [](double x) { return ::j1(x); }},
+        {"Y0", [](double x) { return ::y0(x); }},            {"Y1", [](double x) { return ::y1(x); }},
         {"Ceil", [](double x) { return std::ceil(x); }},     {"Floor", [](double x) { return std::floor(x); }},
         {"Trunc", [](double x) { return std::trunc(x); }},   {"Round", [](double x) { return std::round(x); }},
         {"Rint", [](double x) { return std::nearbyint(x); }}, {"NearbyInt", [](double x) { return std::nearbyint(x); }},

@@ -251,6 +251,7 @@ std::vector<T> unary(Domain d, std::size_t n, std::mt19937_64& gen) {
             if (D) around<T>(e, {-36, 36, -37.519379347144500, -38.485408335567342, -38.6, 8.3, -8.3});
             else around<T>(e, {-12.75, 12.75, -12.949952701187203, -14.170185511544699, 5.5});
             return fill<T>(e, {linear(D ? -39 : -14.5, 9), linear(-3, 3), binades(lo, 6), patterns()}, n, gen);
+        }
         case Domain::erfinv:
         case Domain::erfcinv:
         case Domain::cdfnorminv: {
@@ -283,6 +284,21 @@ std::vector<T> unary(Domain d, std::size_t n, std::mt19937_64& gen) {
         case Domain::besseli:
             around<T>(e, {8, -8, 7.5, 700, D ? 713.9869085439683 : 91.90076, D ? 713.9876098185423 : 91.90626, D ? -713.9876098185423 : -91.90626}, 4);
             return fill<T>(e, {linear(-10, 10), linear(D ? -715 : -93, D ? 715 : 93), binades(lo, 10), patterns()}, n, gen);
+        case Domain::bessel: {
+            // Piece edges (32 per binade on [0.25, 64)), the method
+            // limits, and the neighbourhoods of the zeros (McMahon's first
+            // terms, (k + c) pi - (4 nu^2 - 1)/(8 (k + c) pi)).
+            for (int b = -2; b < 6; ++b)
+                for (int j = 0; j < 32; ++j) around<T>(e, {std::ldexp(1 + j / 32.0, b)}, 1);
+            around<T>(e, {0.25, 64, 0x1p19, -0x1p19, 1e6, 1e15, 0x1p-1000, 0x1p-1021, 0x1p-125, 1e-300, 2e-38}, 4);
+            const double pi = 3.141592653589793;
+            for (int k = 1; k <= 60; ++k)
+                for (double c : {-0.25, 0.25, -0.75}) {
+                    const double b = (k + c) * pi;
+                    around<T>(e, {b + 1 / (8 * b), b - 3 / (8 * b), b}, 2);
+                }
+            return fill<T>(e, {linear(-40, 40), linear(0, 2000), binades(lo, hi), patterns()}, n, gen);
+        }
         default: {  // all
             const double mant = 1 / double(std::numeric_limits<T>::epsilon());  // from here on every value is an integer
             around<T>(e, {0.5, -0.5, 1.5, -1.5, 2.5, -2.5, 3.5, mant / 2, -mant / 2, mant, -mant, mant / 2 + 0.5, mant / 2 - 0.5}, 2);
@@ -379,6 +395,36 @@ Args<T> binary(Domain d, std::size_t n, std::mt19937_64& gen) {
             const double span = std::min(2.0 * log_max<T>() / std::max(std::fabs(double(b)), 1e-300), 1400.0);
             for (std::size_t i = 0; x.size() < per; ++i)
                 x.push_back(T(std::exp((2 * unit(gen) - 1) * span / 2) * (i % 4 == 3 ? -1 : 1)));
+            for (T v : x) a.add(v, b);
+        }
+        return a;
+    }
+    if (d == Domain::besseln) {
+        // Runs of one order each: the orders 0 and 1 of their own kernels,
+        // small and large integers of both signs, non-integers and
+        // non-finite ones; x tiny to huge, near the order (where J turns
+        // from the series and the backward recurrence to the forward one)
+        // and negative.
+        const double orders[] = {0, 1, -1, 2, -2, 3, 5, -7, 10, 17, 32, 50, 100, -100, 150, 200, 0.5, -1.5, 2.25,
+                                 std::numeric_limits<double>::infinity(), std::numeric_limits<double>::quiet_NaN()};
+        const std::size_t per = n / std::size(orders);
+        for (double bd : orders) {
+            const T b = T(bd);
+            const double order = std::isfinite(bd) ? std::fabs(bd) : 1;
+            std::vector<T> x = pair_edges<T>();
+            around<T>(x, {order, order + 0.5, order / 2, 2 * order + 1, std::sqrt(order + 1), 0.25, 64, 0x1p19}, 2);
+            // Large x from 2 n^2 on: MPFR takes seconds per value of Yn
+            // between a few n and n^2 for orders in the hundreds.
+            const double from = std::max(8.0, std::log2(2 * order * order));
+            for (std::size_t i = 0; x.size() < per; ++i) {
+                switch (i % 5) {
+                    case 0: x.push_back(T(std::exp2(-20 + 28 * unit(gen)))); break;
+                    case 1: x.push_back(T(2 * (order + 50) * unit(gen))); break;
+                    case 2: x.push_back(T(order * (1 + 0.2 * (unit(gen) - 0.5)))); break;
+                    case 3: x.push_back(T(std::exp2(from + (kDouble<T> ? 40 : 20) * unit(gen)))); break;
+                    default: x.push_back(T(-(order + 20) * unit(gen))); break;
+                }
+            }
             for (T v : x) a.add(v, b);
         }
         return a;
