@@ -106,5 +106,34 @@ typename S::V horner(typename S::V x, const typename S::T (&c)[N]) {
     return p;
 }
 
+// Lanes whose upper word, read as a signed integer, is below `low` or above
+// `high`: for positive limits, arguments below the first limit (negatives
+// included) and above the second (infinities and NaN with high = 0x7FEFFFFF).
+// No flag is raised.
+inline vd upper_word_outside(vd x, int32_t low, int32_t high) {
+    const vi hw = simd::vshuffle_vi2_vi2<0xF5>(simd::vcast_vi_vd(x));
+    const vi below = simd::vgt_vi2_vi2_vi2(simd::vset1_vi2_i(low), hw);
+    const vi above = simd::vgt_vi2_vi2_vi2(hw, simd::vset1_vi2_i(high));
+    return simd::vcast_vd_vi(simd::vor_vi_vi_vi(below, above));
+}
+
+// The same on the bit patterns of floats.
+inline vf bits_outside(vf x, int32_t low, int32_t high) {
+    const vi b = SF::to_bits(x);
+    const vi below = simd::vgt_vi2_vi2_vi2(simd::vset1_vi2_i(low), b);
+    const vi above = simd::vgt_vi2_vi2_vi2(b, simd::vset1_vi2_i(high));
+    return simd::vcast_vf_vi(simd::vor_vi_vi_vi(below, above));
+}
+
+// first() where `use_first` marks lanes, second() elsewhere; a branch that
+// no lane takes is not computed.
+template <class First, class Second>
+QOR_KERNEL_INLINE vd pick(vd use_first, First first, Second second) {
+    const int which = SD::movemask(use_first);
+    if (which == 3) return first();
+    if (which == 0) return second();
+    return SD::select(use_first, first(), second());
+}
+
 }  // namespace lanes
 }  // namespace qor::vm

@@ -45,18 +45,8 @@ inline constexpr double kHankelLimit = 64.0;
 inline constexpr uint32_t kVectorLimitUpper = 0x411FFFFF;
 inline constexpr uint32_t kVectorLimitSingle = 0x48FFFFFFu;
 
-// s + e = a + b exactly.
-QOR_KERNEL_INLINE Pair two_sum(vd a, vd b) {
-    const vd s = SD::add(a, b);
-    const vd bb = SD::sub(s, a);
-    return {s, SD::add(SD::sub(a, SD::sub(s, bb)), SD::sub(b, bb))};
-}
-
-// s + e = a + b exactly when |a| >= |b|.
-QOR_KERNEL_INLINE Pair fast_two_sum(vd a, vd b) {
-    const vd s = SD::add(a, b);
-    return {s, SD::sub(b, SD::sub(s, a))};
-}
+using pair::fast_two_sum;
+using pair::two_sum;
 
 QOR_KERNEL_INLINE Pair two_prod(vd a, vd b) {
     Pair p;

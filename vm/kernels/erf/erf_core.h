@@ -22,11 +22,20 @@
 
 #include <cstdint>
 
+#include "../pair.h"
 #include "../explog/exp_core.h"
 #include "../lanes.h"
 #include "erf_table.h"
 
 namespace qor::vm::erf_core {
+
+using lanes::bits_outside;
+using lanes::pick;
+using lanes::upper_word_outside;
+using pair::fast_two_sum;
+using pair::Pair;
+using pair::two_prod;
+using pair::two_sum;
 
 namespace tab = erf_table;
 
@@ -35,43 +44,6 @@ namespace tab = erf_table;
 enum class Quality { High, Fast, Mid, Low };
 
 inline constexpr bool long_fit(Quality q) { return q == Quality::High || q == Quality::Fast; }
-
-struct Pair {
-    vd hi, lo;
-};
-
-// hi + lo = a + b exactly, for |a| >= |b| or a = 0.
-QOR_KERNEL_INLINE Pair fast_two_sum(vd a, vd b) {
-    const vd s = SD::add(a, b);
-    return {s, SD::sub(b, SD::sub(s, a))};
-}
-
-// hi + lo = a + b exactly, in either order.
-QOR_KERNEL_INLINE Pair two_sum(vd a, vd b) {
-    const vd s = SD::add(a, b);
-    const vd bb = SD::sub(s, a);
-    return {s, SD::add(SD::sub(a, SD::sub(s, bb)), SD::sub(b, bb))};
-}
-
-// hi + lo = a * b within 2^-105 relative, far from overflow and underflow.
-QOR_KERNEL_INLINE Pair two_prod(vd a, vd b) {
-    const vd mask = lanes::from_bits(Bits<double>::kSplitHead);
-    const vd ah = SD::bit_and(a, mask), al = SD::sub(a, ah);
-    const vd bh = SD::bit_and(b, mask), bl = SD::sub(b, bh);
-    const vd p = SD::mul(a, b);
-    vd e = SD::sub(SD::mul(ah, bh), p);
-    e = SD::add(SD::add(e, SD::mul(ah, bl)), SD::mul(al, bh));
-    return {p, SD::add(e, SD::mul(al, bl))};
-}
-
-// Evaluates only the branches some lane needs.
-template <class Small, class Large>
-QOR_KERNEL_INLINE vd pick(vd use_small, Small small, Large large) {
-    const int which = SD::movemask(use_small);
-    if (which == 3) return small();
-    if (which == 0) return large();
-    return SD::select(use_small, small(), large());
-}
 
 template <Quality Q>
 constexpr const auto& small_fit() {

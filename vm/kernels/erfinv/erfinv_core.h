@@ -32,54 +32,22 @@
 #include <cstdint>
 #include <limits>
 
+#include "../pair.h"
 #include "../explog/log_core.h"
 #include "../lanes.h"
 #include "erfinv_coefficients.h"
 
 namespace qor::vm::erfinv_core {
 
+using lanes::bits_outside;
+using lanes::pick;
+using lanes::upper_word_outside;
+using pair::fast_two_sum;
+using pair::Pair;
+using pair::two_prod;
+using pair::two_sum;
+
 namespace co = erfinv_coefficients;
-
-struct Pair {
-    vd hi, lo;
-};
-
-// hi + lo = a * b within 2^-105 relative (Dekker's product, heads of 26 bits).
-QOR_KERNEL_INLINE Pair two_prod(vd a, vd b) {
-    const vd mask = lanes::from_bits(Bits<double>::kSplitHead);
-    const vd ah = SD::bit_and(a, mask), al = SD::sub(a, ah);
-    const vd bh = SD::bit_and(b, mask), bl = SD::sub(b, bh);
-    const vd p = SD::mul(a, b);
-    vd e = SD::sub(SD::mul(ah, bh), p);
-    e = SD::add(SD::add(e, SD::mul(ah, bl)), SD::mul(al, bh));
-    return {p, SD::add(e, SD::mul(al, bl))};
-}
-
-// central() where `use_central` marks lanes, tail() elsewhere; a branch
-// that no lane takes is not computed.
-template <class Central, class Tail>
-QOR_KERNEL_INLINE vd pick(vd use_central, Central central, Tail tail) {
-    const int which = SD::movemask(use_central);
-    if (which == 3) return central();
-    if (which == 0) return tail();
-    return SD::select(use_central, central(), tail());
-}
-
-// Lanes whose upper word (of |x| when `magnitude`), read as a signed
-// integer, lies below `low` or above `high`: no flag is raised.
-inline vd upper_word_outside(vd x, int32_t low, int32_t high) {
-    const vi hw = simd::vshuffle_vi2_vi2<0xF5>(simd::vcast_vi_vd(x));
-    const vi below = simd::vgt_vi2_vi2_vi2(simd::vset1_vi2_i(low), hw);
-    const vi above = simd::vgt_vi2_vi2_vi2(hw, simd::vset1_vi2_i(high));
-    return simd::vcast_vd_vi(simd::vor_vi_vi_vi(below, above));
-}
-
-inline vf bits_outside(vf x, int32_t low, int32_t high) {
-    const vi b = SF::to_bits(x);
-    const vi below = simd::vgt_vi2_vi2_vi2(simd::vset1_vi2_i(low), b);
-    const vi above = simd::vgt_vi2_vi2_vi2(b, simd::vset1_vi2_i(high));
-    return simd::vcast_vf_vi(simd::vor_vi_vi_vi(below, above));
-}
 
 // f on the two halves of a float vector, in double, rounded once.
 template <class F>

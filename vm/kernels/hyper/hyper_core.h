@@ -13,40 +13,20 @@
 // wl/wh added to its small terms before the last rounding.
 #pragma once
 
+#include "../pair.h"
 #include "../explog/exp_core.h"
 #include "../explog/log_core.h"
 #include "../variant.h"
 
 namespace qor::vm::hyper_core {
 
-// ---- exact sums and products -----------------------------------------------------
-struct Pair {
-    vd hi, lo;
-};
-
-// hi + lo = a + b exactly, for |a| >= |b| or a = 0.
-QOR_KERNEL_INLINE Pair fast_two_sum(vd a, vd b) {
-    const vd s = SD::add(a, b);
-    return {s, SD::sub(b, SD::sub(s, a))};
-}
-
-// hi + lo = a + b exactly, in either order.
-QOR_KERNEL_INLINE Pair two_sum(vd a, vd b) {
-    const vd s = SD::add(a, b);
-    const vd bb = SD::sub(s, a);
-    return {s, SD::add(SD::sub(a, SD::sub(s, bb)), SD::sub(b, bb))};
-}
-
-// hi + lo = a * b within 2^-105 relative, far from overflow and underflow.
-QOR_KERNEL_INLINE Pair two_prod(vd a, vd b) {
-    const vd mask = lanes::from_bits(Bits<double>::kSplitHead);
-    const vd ah = SD::bit_and(a, mask), al = SD::sub(a, ah);
-    const vd bh = SD::bit_and(b, mask), bl = SD::sub(b, bh);
-    const vd p = SD::mul(a, b);
-    vd e = SD::sub(SD::mul(ah, bh), p);
-    e = SD::add(SD::add(e, SD::mul(ah, bl)), SD::mul(al, bh));
-    return {p, SD::add(e, SD::mul(al, bl))};
-}
+using lanes::bits_outside;
+using lanes::pick;
+using lanes::upper_word_outside;
+using pair::fast_two_sum;
+using pair::Pair;
+using pair::two_prod;
+using pair::two_sum;
 
 // sqrt(s.hi + s.lo) as a pair, for s.lo within an ulp of s.hi: one Newton
 // step on the rounded root, whose square is formed exactly.  A zero
@@ -158,34 +138,6 @@ QOR_KERNEL_INLINE vd ln_pair_short(vd wh, vd wl, vd k_extra) {
     const log_core::Pieces q = log_core::pieces<log_core::Accuracy::Enhanced>(wh, SD::sub(SD::set1(0.0), k_extra));
     return SD::add(SD::add(SD::mul(q.k, SD::set1(log_core::kLn2Hi)), q.hi),
                    SD::add(q.u, SD::add(q.rrp, SD::div(wl, wh))));
-}
-
-// ---- screens and branch selection --------------------------------------------------
-// Lanes whose upper word, read as a signed integer, is below `low` or above
-// `high`: for positive limits, arguments below the first limit (negatives
-// included) and above the second (infinities and NaN with high = 0x7FEFFFFF).
-inline vd upper_word_outside(vd x, int32_t low, int32_t high) {
-    const vi hw = simd::vshuffle_vi2_vi2<0xF5>(simd::vcast_vi_vd(x));
-    const vi below = simd::vgt_vi2_vi2_vi2(simd::vset1_vi2_i(low), hw);
-    const vi above = simd::vgt_vi2_vi2_vi2(hw, simd::vset1_vi2_i(high));
-    return simd::vcast_vd_vi(simd::vor_vi_vi_vi(below, above));
-}
-
-inline vf bits_outside(vf x, int32_t low, int32_t high) {
-    const vi b = SF::to_bits(x);
-    const vi below = simd::vgt_vi2_vi2_vi2(simd::vset1_vi2_i(low), b);
-    const vi above = simd::vgt_vi2_vi2_vi2(b, simd::vset1_vi2_i(high));
-    return simd::vcast_vf_vi(simd::vor_vi_vi_vi(below, above));
-}
-
-// small(x) where `use_small` marks lanes, large(x) elsewhere; a branch that
-// no lane takes is not computed.
-template <class Small, class Large>
-QOR_KERNEL_INLINE vd pick(vd use_small, Small small, Large large) {
-    const int which = SD::movemask(use_small);
-    if (which == 3) return small();
-    if (which == 0) return large();
-    return SD::select(use_small, small(), large());
 }
 
 // x + x^3 P(x^2), P highest degree first.

@@ -6,6 +6,7 @@
 // the relative errors given beside each.
 #pragma once
 
+#include "../pair.h"
 #include "trig_reduce.h"
 
 namespace qor::vm::trig {
@@ -38,9 +39,7 @@ inline constexpr double kSixthTail = dbl(0xBF85555555555555ull);  // -1/6 + 0.15
 inline constexpr double kMinusSixth = dbl(0xBFC5555555555555ull);
 
 // A value hi + lo with |lo| well below |hi|.
-struct Pair {
-    vd hi, lo;
-};
+using pair::Pair;
 
 // sin r for r = rh + rl, z = rh^2, to about 2^-60 relative before the
 // final addition.  The cube term -r^3/6, the only one large enough for its
