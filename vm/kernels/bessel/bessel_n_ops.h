@@ -74,6 +74,12 @@ inline Ext jn_positive(int64_t n, double x, Ext j0, Ext j1) {
         }
         return b;
     }
+    // |J_n(x)| <= (x/2)^n/n! <= (e x/(2n))^n/sqrt(2 pi n) for x >= 0 (with
+    // Stirling's lower bound of n!): past half the smallest subnormal
+    // (e^-745.1) the result rounds to zero, and the O(n) recurrence below
+    // need not run (it would for an order of 10^9 at x = 10^5).
+    const double dn = double(n);
+    if (dn * std::log(2.718281828459045 * x / (2 * dn)) - 0.5 * std::log(6.283185307179586 * dn) < -746.0) return 0;
     const int64_t top = n + int64_t(std::sqrt(160.0 * double(n))) + 16;
     Ext above = 0, f = Ext(0x1p-200L), at_n = 0;
     for (int64_t k = top; k > 0; --k) {
