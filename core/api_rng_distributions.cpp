@@ -4,16 +4,99 @@
 // a call that passes.
 #include <cmath>
 #include <cstdint>
+#include <type_traits>
 
 #include "qor/qor.h"
 #include "rng_access.h"
 
 namespace {
 
-// The parameters each kind of QOR_RNG_DIST_PARAMS_<kind> accepts.
+inline bool positive_finite(double x) { return x > 0 && std::isfinite(x); }  // also refuses NaN
+
+// The validators the list names, each taking the count of variates and the
+// distribution's parameters.
 template <class T>
-bool parameters_valid_a_b(T a, T b) {
-    return a < b && std::isfinite(b - a);  // also refuses NaN and infinite bounds
+bool valid_interval(int64_t, T a, T b) {
+    if constexpr (std::is_floating_point_v<T>) return a < b && std::isfinite(b - a);  // refuses NaN and infinities
+    return a < b;
+}
+
+template <class T>
+bool valid_scale(int64_t, T location, T scale) {
+    return std::isfinite(location) && positive_finite(scale);
+}
+
+template <class T>
+bool valid_shape_scale(int64_t, T shape, T displacement, T scale) {
+    return positive_finite(shape) && std::isfinite(displacement) && positive_finite(scale);
+}
+
+template <class T>
+bool valid_log_scale(int64_t, T mean, T deviation, T displacement, T scale) {
+    return std::isfinite(mean) && positive_finite(deviation) && std::isfinite(displacement) && positive_finite(scale);
+}
+
+template <class T>
+bool valid_beta_shape(int64_t, T p, T q, T displacement, T scale) {
+    return positive_finite(p) && positive_finite(q) && std::isfinite(displacement) && positive_finite(scale);
+}
+
+inline bool valid_degrees(int64_t, int32_t v) { return v >= 1; }
+
+// Entries of row i of a lower-triangular factor stored as `storage` tells,
+// handed to visit(column, value); false for an unknown storage.
+template <class T, class Visit>
+bool for_each_factor_entry(int32_t dimen, int32_t storage, const T* t, Visit visit) {
+    for (int64_t i = 0, packed = 0; i < dimen; ++i) {
+        for (int64_t j = 0; j <= i; ++j) {
+            switch (storage) {
+                case QOR_RNG_MATRIX_FULL: visit(i, j, t[i * dimen + j]); break;
+                case QOR_RNG_MATRIX_PACKED: visit(i, j, t[packed++]); break;
+                case QOR_RNG_MATRIX_DIAGONAL: if (i == j) visit(i, j, t[i]); break;
+                default: return false;
+            }
+        }
+    }
+    return true;
+}
+
+template <class T>
+bool valid_factor(int64_t, int32_t dimen, int32_t storage, const T* a, const T* t) {
+    if (dimen < 1 || !a || !t) return false;
+    bool ok = true;
+    for (int32_t i = 0; i < dimen; ++i) ok = ok && std::isfinite(a[i]);
+    const bool known = for_each_factor_entry(dimen, storage, t, [&](int64_t i, int64_t j, T v) {
+        ok = ok && (i == j ? positive_finite(v) : std::isfinite(v));
+    });
+    return known && ok;
+}
+
+inline bool valid_none(int64_t) { return true; }
+
+inline bool in_unit_interval(double p) { return p >= 0 && p <= 1; }  // refuses NaN
+
+inline bool valid_probability(int64_t, double p) { return in_unit_interval(p); }
+inline bool valid_success(int64_t, double p) { return p > 0 && p <= 1; }
+inline bool valid_binomial(int64_t, int32_t ntrial, double p) { return ntrial >= 0 && in_unit_interval(p); }
+inline bool valid_population(int64_t, int32_t l, int32_t s, int32_t m) {
+    return s >= 0 && s <= l && m >= 0 && m <= l;
+}
+inline bool valid_mean(int64_t, double lambda) { return lambda > 0 && lambda <= QOR_RNG_POISSON_MEAN_MAX; }
+inline bool valid_means(int64_t n, const double* lambda) {
+    if (n > 0 && !lambda) return false;
+    for (int64_t i = 0; i < n; ++i)
+        if (!valid_mean(n, lambda[i])) return false;
+    return true;
+}
+inline bool valid_neg_binomial(int64_t, double a, double p) { return positive_finite(a) && p > 0 && p <= 1; }
+inline bool valid_categories(int64_t, int32_t ntrial, int32_t k, const double* p) {
+    if (ntrial < 0 || k < 1 || !p) return false;
+    double sum = 0;
+    for (int32_t i = 0; i < k; ++i) {
+        if (!in_unit_interval(p[i])) return false;
+        sum += p[i];
+    }
+    return std::fabs(sum - 1) <= 1e-12 * k;
 }
 
 // A method number below `methods`, with QOR_RNG_METHOD_ACCURATE added only
@@ -48,23 +131,24 @@ int in_kernel_pieces(int64_t n, Draw draw) {
 }  // namespace
 
 // Naming the function before its definition fails to compile when
-// qor_random.h lacks its written-out declaration.
-#define QOR_CORE_RNG_DIST_DEF(p, T, Name, kind, methods, accurate)                                          \
+// qor_random.h lacks its written-out declaration.  A vector variate of
+// `width` values advances the output by width per variate.
+#define QOR_CORE_RNG_DIST_DEF(p, T, Name, params, check, methods, accurate)                                 \
     static_assert(sizeof(&qor_v##p##Rng##Name) != 0, "declare qor_v" #p "Rng" #Name " in qor_random.h");   \
-    QOR_EXPORT int qor_v##p##Rng##Name(int method, qor_rng_stream* stream, int64_t n, T* r,                 \
-                                       QOR_RNG_DIST_PARAMS_##kind(T)) {                                     \
+    QOR_EXPORT int qor_v##p##Rng##Name(int method, qor_rng_stream* stream, int64_t n,                       \
+                                       T* r QOR_RNG_DIST_PARAMS_##params(T)) {                              \
         const qor::core::RngKernels* rng = qor::core::usable_rng();                                         \
         if (!rng) return qor::core::unavailable_status();                                                   \
         const int status = common_checks(method, methods, accurate != 0, stream, n, r);                     \
         if (status != QOR_RNG_STATUS_OK) return status;                                                     \
-        if (!parameters_valid_##kind(QOR_RNG_DIST_ARGS_##kind)) return QOR_RNG_STATUS_BAD_ARGUMENT;        \
+        if (!valid_##check(n QOR_RNG_DIST_ARGS_AT_##params(0))) return QOR_RNG_STATUS_BAD_ARGUMENT;         \
+        const int64_t width = QOR_RNG_DIST_WIDTH_##params;                                                  \
         return in_kernel_pieces(n, [&](int64_t done, int count) {                                           \
-            return rng->p##Name(method, stream, count, r + done, QOR_RNG_DIST_ARGS_##kind);                 \
+            return rng->p##Name(method, stream, count, r + done * width QOR_RNG_DIST_ARGS_AT_##params(done)); \
         });                                                                                                  \
     }
-#define QOR_CORE_RNG_DIST_DEFS(Name, kind, methods, accurate)       \
-    QOR_CORE_RNG_DIST_DEF(d, double, Name, kind, methods, accurate) \
-    QOR_CORE_RNG_DIST_DEF(s, float, Name, kind, methods, accurate)
+#define QOR_CORE_RNG_DIST_DEFS(Name, output, params, check, methods, accurate) \
+    QOR_RNG_DIST_FORMS_##output(QOR_CORE_RNG_DIST_DEF, Name, params, check, methods, accurate)
 
 QOR_EXTERN_C {
 QOR_RNG_DISTRIBUTIONS(QOR_CORE_RNG_DIST_DEFS)

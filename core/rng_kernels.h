@@ -6,7 +6,7 @@
 #include "qor/qor_random.h"
 
 // QOR_CORE_RNG_EXPORT(field, symbol) for every export: the stream and
-// registry functions, then a double and a single entry per distribution of
+// registry functions, then one entry per form of each distribution of
 // QOR_RNG_DISTRIBUTIONS.  Define QOR_CORE_RNG_EXPORT, expand
 // QOR_CORE_RNG_EXPORTS, undefine it.
 #define QOR_CORE_RNG_EXPORTS                                          \
@@ -28,12 +28,13 @@
     QOR_CORE_RNG_EXPORT(RegisterBrng, __rixRegisterBrng)              \
     QOR_RNG_DISTRIBUTIONS(QOR_CORE_RNG_DIST_EXPORTS)
 
-#define QOR_CORE_RNG_DIST_EXPORTS(Name, kind, methods, accurate) \
-    QOR_CORE_RNG_EXPORT(d##Name, _rixdRng##Name) QOR_CORE_RNG_EXPORT(s##Name, _rixsRng##Name)
+#define QOR_CORE_RNG_DIST_EXPORT(p, T, Name, ...) QOR_CORE_RNG_EXPORT(p##Name, _rix##p##Rng##Name)
+#define QOR_CORE_RNG_DIST_EXPORTS(Name, output, ...) \
+    QOR_RNG_DIST_FORMS_##output(QOR_CORE_RNG_DIST_EXPORT, Name, __VA_ARGS__)
 
 namespace qor::core {
 
-// One member per export, named by the list's field (NewStreamEx, dUniform).
+// One member per export, named by the list's field (NewStreamEx, dUniform, iPoisson).
 struct RngKernels {
 #define QOR_CORE_RNG_EXPORT(field, symbol) decltype(&symbol) field = nullptr;
     QOR_CORE_RNG_EXPORTS

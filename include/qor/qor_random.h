@@ -93,36 +93,28 @@ QOR_CORE_API int qor_rng_get_brng_count(void);
 QOR_CORE_API int qor_rng_register_brng(const qor_rng_brng_properties* properties);
 
 /* ---- Distributions --------------------------------------------------------------
- * Every continuous distribution has a double and a single form,
+ * QOR_RNG_DISTRIBUTIONS (qor_rng_distributions.h) lists every distribution
+ * with its forms, parameters, validator and methods.  A real distribution
+ * has a double and a single form, an integer one a single form:
  *   int qor_vdRng<Name>(int method, qor_rng_stream* stream, int64_t n, double* r, params...)
  *   int qor_vsRng<Name>(int method, qor_rng_stream* stream, int64_t n, float* r, params...)
- * writing n variates to r (which may be null when n is 0).  Like every count
- * of the core's calls, n is 64-bit: above 2^31 - 1 the variates are drawn
- * in several kernel calls, in order, with the same stream, stopping at the
- * first that fails.  The list below
- * holds one line per distribution:
- *   X(Name, kind, methods, accurate)
- *     kind      the parameters after r, as QOR_RNG_DIST_PARAMS_<kind>(T)
- *     methods   the methods are numbered 0 to methods - 1
- *     accurate  1 when QOR_RNG_METHOD_ACCURATE may be added to a method
- *
- * Uniform: on [a, b), a below b and b - a finite.  Its accurate method
+ *   int qor_viRng<Name>(int method, qor_rng_stream* stream, int64_t n, int32_t* r, params...)
+ * writing n variates to r (which may be null when n is 0); a vector variate
+ * takes several consecutive values.  Like every count of the core's calls,
+ * n is 64-bit: above 2^31 - 1 the variates are drawn in several kernel
+ * calls, in order, with the same stream, stopping at the first that fails.
+ * Parameters outside the validator's range give QOR_RNG_STATUS_BAD_ARGUMENT
+ * with r untouched.  The methods of each distribution follow. */
+
+/* Uniform: on [a, b), a below b and b - a finite.  Its accurate method
  * keeps every value inside [a, b] where the generator's rounding could
  * reach b. */
-#define QOR_RNG_DISTRIBUTIONS(X) \
-    X(Uniform, a_b, 1, 1)
-
 enum {
     QOR_RNG_METHOD_UNIFORM_STD = 0,
     QOR_RNG_METHOD_UNIFORM_STD_ACCURATE = QOR_RNG_METHOD_UNIFORM_STD | QOR_RNG_METHOD_ACCURATE
 };
 
-/* Parameter lists of the distributions' kinds, and their names for
- * forwarding. */
-#define QOR_RNG_DIST_PARAMS_a_b(T) T a, T b
-#define QOR_RNG_DIST_ARGS_a_b a, b
-
-/* One pair per distribution of the list, written out for readers and
+/* The written-out declaration of every form of the list, for readers and
  * binding generators; the core's definitions are generated from the list. */
 QOR_CORE_API int qor_vdRngUniform(int method, qor_rng_stream* stream, int64_t n, double* r, double a, double b);
 QOR_CORE_API int qor_vsRngUniform(int method, qor_rng_stream* stream, int64_t n, float* r, float a, float b);

@@ -14,6 +14,7 @@
 #define QOR_RNG_H
 
 #include "qor_types.h"
+#include "qor_rng_distributions.h"
 
 #ifndef QOR_RNG_API
 #  ifdef QOR_BUILDING_KERNELS
@@ -281,12 +282,20 @@ QOR_RNG_API uint32_t __rixiPowMod2P31M1(uint32_t base, uint64_t exponent);
 QOR_RNG_API uint64_t __rixiPowMod2P59(uint64_t base, uint64_t exponent);
 QOR_RNG_API uint32_t __rixiPowMod(uint32_t base, uint64_t exponent, uint32_t modulus);
 
-/* ---- Distributions ---------------------------------------------------------- */
-
-/* Uniform on [a, b) through the stream's fill function; with
- * QOR_RNG_METHOD_ACCURATE in method every output is clamped into [a, b]. */
-QOR_RNG_API int32_t _rixdRngUniform(int32_t method, qor_rng_stream* stream, int32_t n, double* r, double a, double b);
-QOR_RNG_API int32_t _rixsRngUniform(int32_t method, qor_rng_stream* stream, int32_t n, float* r, float a, float b);
+/* ---- Distributions ----------------------------------------------------------
+ * One export per form of each distribution of the list,
+ *   _rix<p>Rng<Name>(method, stream, n, r, params...),
+ * writing n variates to r.  The exports take their arguments as given: the
+ * core library checks them first.  A negative status of the generator
+ * underneath is returned at once, with r partly written. */
+#define QOR_RNG_DIST_KERNEL_DECL(p, T, Name, params, check, methods, accurate) \
+    QOR_RNG_API int32_t _rix##p##Rng##Name(int32_t method, qor_rng_stream* stream, int32_t n, \
+                                           T* r QOR_RNG_DIST_PARAMS_##params(T));
+#define QOR_RNG_DIST_KERNEL_DECLS(Name, output, params, check, methods, accurate) \
+    QOR_RNG_DIST_FORMS_##output(QOR_RNG_DIST_KERNEL_DECL, Name, params, check, methods, accurate)
+QOR_RNG_DISTRIBUTIONS(QOR_RNG_DIST_KERNEL_DECLS)
+#undef QOR_RNG_DIST_KERNEL_DECLS
+#undef QOR_RNG_DIST_KERNEL_DECL
 
 QOR_END_C
 

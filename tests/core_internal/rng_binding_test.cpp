@@ -2,6 +2,7 @@
 // lacks one is incomplete, and a complete one fills every member.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -24,7 +25,7 @@ TEST(RngBinding, EveryExportIsBoundAndEachOneIsRequired) {
     QOR_CORE_RNG_EXPORTS
 #undef QOR_CORE_RNG_EXPORT
     ASSERT_GT(names.size(), 16u);
-    EXPECT_EQ(names.back(), "_rixsRngUniform");
+    EXPECT_NE(std::find(names.begin(), names.end(), "_rixsRngUniform"), names.end());
 
     fake::Library complete;
     complete.loadable_paths = {qor::core::kernel_library_name()};
