@@ -114,10 +114,25 @@ enum {
     QOR_RNG_METHOD_UNIFORM_STD_ACCURATE = QOR_RNG_METHOD_UNIFORM_STD | QOR_RNG_METHOD_ACCURATE
 };
 
+/* Gaussian: mean a, standard deviation sigma above 0.
+ *   BOXMULLER   one variate per pair of uniforms, sqrt(-2 ln u1) sin(2 pi u2)
+ *   BOXMULLER2  both variates of each pair (sine and cosine); a variate left
+ *               over by an odd count is kept with the stream (its copies and
+ *               saved images too) and starts the next call, so that calls of
+ *               n1 and n2 variates give what one call of n1 + n2 gives
+ *   ICDF        the inverse distribution function, one uniform per variate */
+enum {
+    QOR_RNG_METHOD_GAUSSIAN_BOXMULLER = 0,
+    QOR_RNG_METHOD_GAUSSIAN_BOXMULLER2 = 1,
+    QOR_RNG_METHOD_GAUSSIAN_ICDF = 2
+};
+
 /* The written-out declaration of every form of the list, for readers and
  * binding generators; the core's definitions are generated from the list. */
 QOR_CORE_API int qor_vdRngUniform(int method, qor_rng_stream* stream, int64_t n, double* r, double a, double b);
 QOR_CORE_API int qor_vsRngUniform(int method, qor_rng_stream* stream, int64_t n, float* r, float a, float b);
+QOR_CORE_API int qor_vdRngGaussian(int method, qor_rng_stream* stream, int64_t n, double* r, double a, double sigma);
+QOR_CORE_API int qor_vsRngGaussian(int method, qor_rng_stream* stream, int64_t n, float* r, float a, float sigma);
 
 QOR_END_C
 

@@ -48,7 +48,8 @@
 
 /* Name            output params       check      methods accurate */
 #define QOR_RNG_DISTRIBUTIONS(X)                     \
-    X(Uniform,     real,  a_b,         interval,  1, 1)
+    X(Uniform,     real,  a_b,         interval,  1, 1) \
+    X(Gaussian,    real,  a_sigma,     scale,     3, 0)
 
 /* ---- Forms -------------------------------------------------------------------
  * F(prefix, type, list fields...) once per form of the output kind. */
