@@ -127,6 +127,7 @@ TEST_F(FrameErrorPath, LongCallsReportEveryStretchInOrderApartAndInPlace) {
                 const bool is_bad = k < bad.size() && int(i) == bad[k];
                 if (is_bad) {
                     EXPECT_EQ(CallbackLog::records[k].index, int(i));
+                    EXPECT_EQ(CallbackLog::records[k].arg1, DBL_MAX);  // as passed, though overwritten in place
                     EXPECT_EQ(CallbackLog::records[k++].arg2, DBL_MAX);
                 }
                 wrong += out[i] != (is_bad ? kInf : 1.75);

@@ -26,7 +26,8 @@ inline void narrow(double re, double im, qor_complex16& x) { x.re = re; x.im = i
 
 template <class A, class R>
 void report(CallContext& ctx, int code, std::ptrdiff_t index, const A* a, std::ptrdiff_t inca, const A* b,
-            std::ptrdiff_t incb, R* r1, std::ptrdiff_t incr1, R* r2, std::ptrdiff_t incr2, const char* name) {
+            std::ptrdiff_t incb, R* r1, std::ptrdiff_t incr1, R* r2, std::ptrdiff_t incr2, const char* name,
+            const A* value_a, const A* value_b) {
     ThreadState* state = ctx.state;
     const uint32_t mode = ctx.mode();
     const uint32_t errmode = mode & QOR_VM_ERRMODE_MASK;
@@ -55,8 +56,8 @@ void report(CallContext& ctx, int code, std::ptrdiff_t index, const A* a, std::p
     const bool has_values = code != QOR_VM_STATUS_BADARG && code != QOR_VM_STATUS_BADMEM;
     const std::ptrdiff_t i = index;
     if (has_values) {
-        widen(a[i * inca], rec.arg1, rec.arg1_im);
-        widen(b[i * incb], rec.arg2, rec.arg2_im);
+        widen(value_a ? *value_a : a[i * inca], rec.arg1, rec.arg1_im);
+        widen(value_b ? *value_b : b[i * incb], rec.arg2, rec.arg2_im);
         widen(r1[i * incr1], rec.res1, rec.res1_im);
         widen(r2[i * incr2], rec.res2, rec.res2_im);
     }
@@ -87,7 +88,8 @@ void report(int code, int index, const T* a, const T* b, T* r1, T* r2, const cha
 
 #define QOR_INSTANTIATE_REPORTER(A, R)                                                                      \
     template void report<A, R>(CallContext&, int, std::ptrdiff_t, const A*, std::ptrdiff_t, const A*,       \
-                               std::ptrdiff_t, R*, std::ptrdiff_t, R*, std::ptrdiff_t, const char*);
+                               std::ptrdiff_t, R*, std::ptrdiff_t, R*, std::ptrdiff_t, const char*,  \
+                               const A*, const A*);
 #define QOR_INSTANTIATE_REPORTERS(T)                                                            \
     QOR_INSTANTIATE_REPORTER(T, T)                                                              \
     template void report<T>(int, int, const T*, const T*, T*, T*, const char*);              \

@@ -14,10 +14,13 @@ namespace qor::vm {
 // Element `index` of arguments a, b (type A) and results r1, r2 (type R),
 // element i of each array at i * inc.  A kernel of one argument passes its
 // input twice, a kernel of one result its output twice.  The base
-// adjustment of the index counts elements of a.
+// adjustment of the index counts elements of a.  A kernel run in place has
+// overwritten its arguments with results by then: it passes the values the
+// arguments had as value_a and value_b, which the record takes instead.
 template <class A, class R>
 void report(CallContext& ctx, int code, std::ptrdiff_t index, const A* a, std::ptrdiff_t inca, const A* b,
-            std::ptrdiff_t incb, R* r1, std::ptrdiff_t incr1, R* r2, std::ptrdiff_t incr2, const char* name);
+            std::ptrdiff_t incb, R* r1, std::ptrdiff_t incr1, R* r2, std::ptrdiff_t incr2, const char* name,
+            const A* value_a = nullptr, const A* value_b = nullptr);
 
 // The eight reporters of one element type called on their own, outside a
 // kernel run: they read the calling thread's state themselves.

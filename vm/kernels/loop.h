@@ -630,27 +630,33 @@ private:
                 std::tuple<ElemOf<NIn + O>...> res{std::get<NIn + O>(views).at(j)...};
                 const int code = op.fix(loop_detail::at<J>(args)[k]..., std::get<O>(res)...);
                 ((std::get<NIn + O>(views).at(j) = std::get<O>(res)), ...);
-                if (code) report_element(op, ctx, name, views, code, j);
+                if (code) report_element(op, ctx, name, views, code, j, loop_detail::at<J>(args)[k]...);
             }(InSeq{}, OutSeq{});
         }
     }
 
+    // The record takes the arguments' saved values: a run in place has
+    // overwritten them.
+    template <class... Saved>
     static void report_element(const Op& op, CallContext& ctx, const char* name, const std::tuple<Views...>& views,
-                               int code, ptrdiff_t j) {
+                               int code, ptrdiff_t j, const Saved&... saved) {
         const auto& a = std::get<0>(views);
         const auto& r1 = std::get<NIn>(views);
         const auto& r2 = std::get<K - 1>(views);
         using A = ElemOf<0>;
         using R = ElemOf<NIn>;
+        const A values[] = {static_cast<A>(saved)...};
         if constexpr (NIn == 2) {
             const auto& b = std::get<1>(views);
             static_assert(std::is_same_v<ElemOf<1>, A>, "both arguments of one type");
-            report<A, R>(ctx, code, j, a.p, a.inc, b.p, b.inc, r1.p, r1.inc, r2.p, r2.inc, name);
+            report<A, R>(ctx, code, j, a.p, a.inc, b.p, b.inc, r1.p, r1.inc, r2.p, r2.inc, name, &values[0],
+                         &values[1]);
         } else if constexpr (requires { op.exponent(); }) {
             const A b = op.exponent();
-            report<A, R>(ctx, code, j, a.p, a.inc, &b, 0, r1.p, r1.inc, r2.p, r2.inc, name);
+            report<A, R>(ctx, code, j, a.p, a.inc, &b, 0, r1.p, r1.inc, r2.p, r2.inc, name, &values[0], &b);
         } else {
-            report<A, R>(ctx, code, j, a.p, a.inc, a.p, a.inc, r1.p, r1.inc, r2.p, r2.inc, name);
+            report<A, R>(ctx, code, j, a.p, a.inc, a.p, a.inc, r1.p, r1.inc, r2.p, r2.inc, name, &values[0],
+                         &values[0]);
         }
     }
 
