@@ -249,6 +249,34 @@ TEST_F(RngApi, UniformChecksMethodCountOutputAndBounds) {
     expect_uniform_checks<float>(qor_vsRngUniform);
 }
 
+// The Gaussian's own checks: a method 0 to 2 without the accurate flag, a
+// finite mean and a positive finite deviation; the output and the stream
+// stay as they were on a refusal.
+template <class T, class F>
+void expect_gaussian_checks(F gaussian) {
+    const T nan = std::numeric_limits<T>::quiet_NaN(), inf = std::numeric_limits<T>::infinity();
+    Stream s = make(QOR_RNG_BRNG_MCG31M1, 11);
+    std::vector<T> r(4, T(-9));
+    const struct {
+        int method;
+        T a, sigma;
+        int status;
+    } cases[] = {{3, 0, 1, QOR_RNG_STATUS_BAD_METHOD},   {QOR_RNG_METHOD_ACCURATE, 0, 1, QOR_RNG_STATUS_BAD_METHOD},
+                 {0, 0, 0, QOR_RNG_STATUS_BAD_ARGUMENT}, {1, 0, -1, QOR_RNG_STATUS_BAD_ARGUMENT},
+                 {2, 0, nan, QOR_RNG_STATUS_BAD_ARGUMENT}, {2, 0, inf, QOR_RNG_STATUS_BAD_ARGUMENT},
+                 {2, nan, 1, QOR_RNG_STATUS_BAD_ARGUMENT}, {0, -inf, 1, QOR_RNG_STATUS_BAD_ARGUMENT}};
+    for (const auto& c : cases)
+        EXPECT_EQ(gaussian(c.method, s.get(), 4, r.data(), c.a, c.sigma), c.status) << c.method << " " << c.sigma;
+    EXPECT_EQ(r, std::vector<T>(4, T(-9)));
+    EXPECT_EQ(draw(s.get(), 3), draw(make(QOR_RNG_BRNG_MCG31M1, 11).get(), 3));
+    EXPECT_EQ(gaussian(2, s.get(), 4, r.data(), T(1), T(1e-30)), 0);
+}
+
+TEST_F(RngApi, GaussianChecksMethodAndParameters) {
+    expect_gaussian_checks<double>(qor_vdRngGaussian);
+    expect_gaussian_checks<float>(qor_vsRngGaussian);
+}
+
 // A registered generator: its state counts the values handed out, its real
 // fills give a + (b - a) * count / 4 and fail past 1000 values.
 struct CountingGenerator {
