@@ -1,7 +1,9 @@
 // Pieces shared by the distributions that transform a whole array of
 // uniform or Gaussian variates in place: the fills of both precisions, the
 // error callbacks that turn a logarithm of 0 into a finite value, and the
-// final scale-and-shift passes.
+// final scale-and-shift passes.  Both precisions take the logarithm,
+// exponential, square root and power from the EP slot of their kernel
+// tables (the single-precision Cauchy alone takes the LA tangent).
 #pragma once
 
 #include <cstdint>
