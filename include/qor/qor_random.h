@@ -139,7 +139,7 @@ enum {
     QOR_RNG_METHOD_EXPONENTIAL_ICDF_ACCURATE = QOR_RNG_METHOD_EXPONENTIAL_ICDF | QOR_RNG_METHOD_ACCURATE
 };
 
-/* Laplace: mean a, scale beta above 0; a -+ beta ln(1 - |u|) with u
+/* Laplace: mean a, scale beta above 0; a - sign(u) beta ln(1 - |u|) with u
  * uniform on [-1, 1), one uniform per variate. */
 enum { QOR_RNG_METHOD_LAPLACE_ICDF = 0 };
 

@@ -12,8 +12,8 @@ namespace {
 
 using namespace qor::rng::dist;
 
-const double kHalfPi = std::bit_cast<double>(uint64_t{0x3FF921FB54442D18});
-const float kHalfPiSingle = std::bit_cast<float>(uint32_t{0x3FC90FDB});
+constexpr double kHalfPi = std::bit_cast<double>(uint64_t{0x3FF921FB54442D18});
+constexpr float kHalfPiSingle = std::bit_cast<float>(uint32_t{0x3FC90FDB});
 
 template <class T>
 int32_t cauchy(qor_rng_stream* stream, int32_t n, T* r, T a, T beta, T half_pi, Slot tangent) {
