@@ -17,6 +17,7 @@
 #include <cstdio>
 #include <functional>
 #include <limits>
+#include <string>
 #include <type_traits>
 #include <vector>
 
@@ -353,7 +354,7 @@ TEST(Continuous, AccurateVariantsFloorAtTheDisplacement) {
 
 template <class T>
 struct Fit {
-    const char* name;
+    std::string name;
     std::function<int32_t(qor_rng_stream*, int, T*)> draw;
     std::function<double(double)> cdf;
 };
@@ -362,22 +363,27 @@ template <class T>
 std::vector<Fit<T>> fits() {
     namespace bm = boost::math;
     std::vector<Fit<T>> f;
+    const auto tag = [](const char* name, double x, double y) {
+        char text[64];
+        std::snprintf(text, sizeof text, "%s(%g, %g)", name, x, y);
+        return std::string(text);
+    };
     for (auto [a, beta] : {std::pair{0.0, 1.0}, std::pair{-3.0, 0.01}, std::pair{1e3, 250.0}}) {
         const T ta = T(a), tb = T(beta);
-        f.push_back({"exponential", [=](auto s, int n, T* r) { return EXPORT(Exponential)(0, s, n, r, ta, tb); },
+        f.push_back({tag("exponential", a, beta), [=](auto s, int n, T* r) { return EXPORT(Exponential)(0, s, n, r, ta, tb); },
                      [=](double x) {
                          return bm::cdf(bm::exponential_distribution<>(1 / beta), std::max(0.0, x - a));
                      }});
-        f.push_back({"laplace", [=](auto s, int n, T* r) { return EXPORT(Laplace)(0, s, n, r, ta, tb); },
+        f.push_back({tag("laplace", a, beta), [=](auto s, int n, T* r) { return EXPORT(Laplace)(0, s, n, r, ta, tb); },
                      [=](double x) { return bm::cdf(bm::laplace_distribution<>(a, beta), x); }});
-        f.push_back({"cauchy", [=](auto s, int n, T* r) { return EXPORT(Cauchy)(0, s, n, r, ta, tb); },
+        f.push_back({tag("cauchy", a, beta), [=](auto s, int n, T* r) { return EXPORT(Cauchy)(0, s, n, r, ta, tb); },
                      [=](double x) { return bm::cdf(bm::cauchy_distribution<>(a, beta), x); }});
-        f.push_back({"rayleigh", [=](auto s, int n, T* r) { return EXPORT(Rayleigh)(0, s, n, r, ta, tb); },
+        f.push_back({tag("rayleigh", a, beta), [=](auto s, int n, T* r) { return EXPORT(Rayleigh)(0, s, n, r, ta, tb); },
                      [=](double x) {
                          return bm::cdf(bm::rayleigh_distribution<>(beta / std::sqrt(2.0)), std::max(0.0, x - a));
                      }});
         // The minimum's law: the maximum's reflected.
-        f.push_back({"gumbel", [=](auto s, int n, T* r) { return EXPORT(Gumbel)(0, s, n, r, ta, tb); },
+        f.push_back({tag("gumbel", a, beta), [=](auto s, int n, T* r) { return EXPORT(Gumbel)(0, s, n, r, ta, tb); },
                      [=](double x) {
                          return bm::cdf(bm::complement(bm::extreme_value_distribution<>(-a, beta), -x));
                      }});
@@ -385,13 +391,13 @@ std::vector<Fit<T>> fits() {
     // Displacement 0 for the small shape, whose mass crowds next to it.
     for (auto [alpha, a] : {std::pair{0.1, 0.0}, std::pair{1.0, 1.0}, std::pair{3.5, -1.0}, std::pair{40.0, 1.0}}) {
         const T tal = T(alpha), ta = T(a);
-        f.push_back({"weibull", [=](auto s, int n, T* r) { return EXPORT(Weibull)(0, s, n, r, tal, ta, T(2)); },
+        f.push_back({tag("weibull", alpha, a), [=](auto s, int n, T* r) { return EXPORT(Weibull)(0, s, n, r, tal, ta, T(2)); },
                      [=](double x) { return bm::cdf(bm::weibull_distribution<>(alpha, 2.0), std::max(0.0, x - a)); }});
     }
     for (int method : {0, 1})
         for (auto [a, sigma] : {std::pair{0.0, 1.0}, std::pair{-2.0, 0.05}, std::pair{3.0, 4.0}}) {
             const T ta = T(a), ts = T(sigma);
-            f.push_back({method ? "lognormal inverse" : "lognormal pairs",
+            f.push_back({tag(method ? "lognormal inverse" : "lognormal pairs", a, sigma),
                          [=](auto s, int n, T* r) { return EXPORT(Lognormal)(method, s, n, r, ta, ts, T(-1), T(3)); },
                          [=](double x) {
                              return x <= -1 ? 0.0 : bm::cdf(bm::lognormal_distribution<>(a, sigma), (x + 1) / 3);
@@ -407,7 +413,7 @@ void expect_fits(int32_t brng, uint32_t seed) {
     for (const Fit<T>& f : fits<T>()) {
         ASSERT_EQ(f.draw(s.get(), int(x.size()), x.data()), 0) << f.name;
         const double p = gof::ks_pvalue(x, f.cdf);
-        std::printf("  %-18s %s  KS p = %.3g\n", f.name, sizeof(T) == 8 ? "double" : "single", p);
+        std::printf("  %-40s %s  KS p = %.3g\n", f.name.c_str(), sizeof(T) == 8 ? "double" : "single", p);
         EXPECT_GT(p, gof::kMinPValue) << f.name;
     }
 }
