@@ -127,12 +127,80 @@ enum {
     QOR_RNG_METHOD_GAUSSIAN_ICDF = 2
 };
 
+/* The following are transforms of uniform (or Gaussian) variates by the
+ * inverse distribution function or a closed form, drawn with one
+ * logarithm, exponential, tangent, square root or power over the whole
+ * array.  An accurate method, where there is one, keeps every variate at
+ * or above the displacement, which rounding could otherwise cross. */
+
+/* Exponential: displacement a, scale beta above 0; a - beta ln u. */
+enum {
+    QOR_RNG_METHOD_EXPONENTIAL_ICDF = 0,
+    QOR_RNG_METHOD_EXPONENTIAL_ICDF_ACCURATE = QOR_RNG_METHOD_EXPONENTIAL_ICDF | QOR_RNG_METHOD_ACCURATE
+};
+
+/* Laplace: mean a, scale beta above 0; a - sign(u) beta ln(1 - |u|) with u
+ * uniform on [-1, 1), one uniform per variate. */
+enum { QOR_RNG_METHOD_LAPLACE_ICDF = 0 };
+
+/* Weibull: shape alpha above 0, displacement a, scale beta above 0;
+ * a + beta (-ln u)^(1/alpha). */
+enum {
+    QOR_RNG_METHOD_WEIBULL_ICDF = 0,
+    QOR_RNG_METHOD_WEIBULL_ICDF_ACCURATE = QOR_RNG_METHOD_WEIBULL_ICDF | QOR_RNG_METHOD_ACCURATE
+};
+
+/* Cauchy: location a, scale beta above 0; a + beta tan(u) with u uniform
+ * on [-pi/2, pi/2). */
+enum { QOR_RNG_METHOD_CAUCHY_ICDF = 0 };
+
+/* Rayleigh: displacement a, scale beta above 0; a + beta sqrt(-ln u), so
+ * beta is sqrt(2) times the usual sigma of the law. */
+enum {
+    QOR_RNG_METHOD_RAYLEIGH_ICDF = 0,
+    QOR_RNG_METHOD_RAYLEIGH_ICDF_ACCURATE = QOR_RNG_METHOD_RAYLEIGH_ICDF | QOR_RNG_METHOD_ACCURATE
+};
+
+/* Lognormal: b + beta exp(g) with g Gaussian of mean a and deviation sigma
+ * above 0, displacement b, scale beta above 0.
+ *   BOXMULLER2  g by Gaussian BOXMULLER2
+ *   ICDF        g by Gaussian ICDF
+ * Either accurate method draws g by ICDF. */
+enum {
+    QOR_RNG_METHOD_LOGNORMAL_BOXMULLER2 = 0,
+    QOR_RNG_METHOD_LOGNORMAL_ICDF = 1,
+    QOR_RNG_METHOD_LOGNORMAL_BOXMULLER2_ACCURATE = QOR_RNG_METHOD_LOGNORMAL_BOXMULLER2 | QOR_RNG_METHOD_ACCURATE,
+    QOR_RNG_METHOD_LOGNORMAL_ICDF_ACCURATE = QOR_RNG_METHOD_LOGNORMAL_ICDF | QOR_RNG_METHOD_ACCURATE
+};
+
+/* Gumbel (the law of the minimum): displacement a, scale beta above 0;
+ * a + beta ln(-ln u). */
+enum { QOR_RNG_METHOD_GUMBEL_ICDF = 0 };
+
 /* The written-out declaration of every form of the list, for readers and
  * binding generators; the core's definitions are generated from the list. */
 QOR_CORE_API int qor_vdRngUniform(int method, qor_rng_stream* stream, int64_t n, double* r, double a, double b);
 QOR_CORE_API int qor_vsRngUniform(int method, qor_rng_stream* stream, int64_t n, float* r, float a, float b);
 QOR_CORE_API int qor_vdRngGaussian(int method, qor_rng_stream* stream, int64_t n, double* r, double a, double sigma);
 QOR_CORE_API int qor_vsRngGaussian(int method, qor_rng_stream* stream, int64_t n, float* r, float a, float sigma);
+QOR_CORE_API int qor_vdRngExponential(int method, qor_rng_stream* stream, int64_t n, double* r, double a, double beta);
+QOR_CORE_API int qor_vsRngExponential(int method, qor_rng_stream* stream, int64_t n, float* r, float a, float beta);
+QOR_CORE_API int qor_vdRngLaplace(int method, qor_rng_stream* stream, int64_t n, double* r, double a, double beta);
+QOR_CORE_API int qor_vsRngLaplace(int method, qor_rng_stream* stream, int64_t n, float* r, float a, float beta);
+QOR_CORE_API int qor_vdRngWeibull(int method, qor_rng_stream* stream, int64_t n, double* r, double alpha, double a,
+                                  double beta);
+QOR_CORE_API int qor_vsRngWeibull(int method, qor_rng_stream* stream, int64_t n, float* r, float alpha, float a,
+                                  float beta);
+QOR_CORE_API int qor_vdRngCauchy(int method, qor_rng_stream* stream, int64_t n, double* r, double a, double beta);
+QOR_CORE_API int qor_vsRngCauchy(int method, qor_rng_stream* stream, int64_t n, float* r, float a, float beta);
+QOR_CORE_API int qor_vdRngRayleigh(int method, qor_rng_stream* stream, int64_t n, double* r, double a, double beta);
+QOR_CORE_API int qor_vsRngRayleigh(int method, qor_rng_stream* stream, int64_t n, float* r, float a, float beta);
+QOR_CORE_API int qor_vdRngLognormal(int method, qor_rng_stream* stream, int64_t n, double* r, double a, double sigma,
+                                    double b, double beta);
+QOR_CORE_API int qor_vsRngLognormal(int method, qor_rng_stream* stream, int64_t n, float* r, float a, float sigma,
+                                    float b, float beta);
+QOR_CORE_API int qor_vdRngGumbel(int method, qor_rng_stream* stream, int64_t n, double* r, double a, double beta);
+QOR_CORE_API int qor_vsRngGumbel(int method, qor_rng_stream* stream, int64_t n, float* r, float a, float beta);
 
 QOR_END_C
 

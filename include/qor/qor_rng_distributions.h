@@ -49,7 +49,14 @@
 /* Name            output params       check      methods accurate */
 #define QOR_RNG_DISTRIBUTIONS(X)                     \
     X(Uniform,     real,  a_b,         interval,  1, 1) \
-    X(Gaussian,    real,  a_sigma,     scale,     3, 0)
+    X(Gaussian,    real,  a_sigma,     scale,     3, 0) \
+    X(Exponential, real,  a_beta,      scale,     1, 1) \
+    X(Laplace,     real,  a_beta,      scale,     1, 0) \
+    X(Weibull,     real,  alpha_a_beta,  shape_scale, 1, 1) \
+    X(Cauchy,      real,  a_beta,      scale,     1, 0) \
+    X(Rayleigh,    real,  a_beta,      scale,     1, 1) \
+    X(Lognormal,   real,  a_sigma_b_beta, log_scale, 2, 1) \
+    X(Gumbel,      real,  a_beta,      scale,     1, 0)
 
 /* ---- Forms -------------------------------------------------------------------
  * F(prefix, type, list fields...) once per form of the output kind. */
