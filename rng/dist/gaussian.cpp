@@ -11,6 +11,7 @@
 
 #include "qor/qor_rng.h"
 #include "qor/qor_serv.h"
+#include "rng/dist/transforms.h"
 #include "rng/dist/vm_calls.h"
 
 namespace {
@@ -21,8 +22,6 @@ constexpr double kTwoPi = 6.283185307179586;  // 0x401921FB54442D18
 constexpr double kSqrt2 = 1.4142135623730951;  // 0x3FF6A09E667F3BCD
 // erfinv of the largest double below 1: where the inverse saturates.
 constexpr double kErfInvEdge = 5.8635847487551676;  // 0x4017744F8F74E94A
-// ln of the smallest subnormal double, standing in for ln 0.
-constexpr double kLnOfTiniest = -744.4400719213812;  // 0xC0874385446D71C3
 
 constexpr int32_t kBlock = 1024;
 
@@ -36,13 +35,6 @@ int32_t gaussian_callback(qor_vm_error_record* e) {
         return 0;
     e->res1 = e->res2 = replacement;
     return 0;
-}
-
-int32_t uniforms(qor_rng_stream* s, int32_t n, double* r, double a, double b) {
-    return _rixdRngUniform(0, s, n, r, a, b);
-}
-int32_t uniforms(qor_rng_stream* s, int32_t n, float* r, float a, float b) {
-    return _rixsRngUniform(0, s, n, r, a, b);
 }
 
 // Method 0: block by block, 2m uniforms give m variates.
