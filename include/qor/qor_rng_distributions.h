@@ -49,7 +49,11 @@
 /* Name            output params       check      methods accurate */
 #define QOR_RNG_DISTRIBUTIONS(X)                     \
     X(Uniform,     real,  a_b,         interval,  1, 1) \
-    X(Gaussian,    real,  a_sigma,     scale,     3, 0)
+    X(Gaussian,    real,  a_sigma,     scale,     3, 0) \
+    X(Gamma,       real,  alpha_a_beta, shape_scale, 1, 1) \
+    X(Beta,        real,  p_q_a_beta,  beta_shape, 1, 1) \
+    X(ChiSquare,   real,  nu,          degrees,   1, 0) \
+    X(GaussianMV,  real,  mv,          factor,    3, 0)
 
 /* ---- Forms -------------------------------------------------------------------
  * F(prefix, type, list fields...) once per form of the output kind. */
