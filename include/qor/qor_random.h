@@ -134,7 +134,8 @@ enum {
  *              1; alpha below 1 as G(alpha + 1) U^(1/alpha); alpha equal
  *              to 1 by inversion, -ln(1 - u).  Outputs whose value lies
  *              below the smallest subnormal (shapes far below 1) are 0.
- * The accurate method keeps every output at or above a. */
+ * The accurate method keeps every output at or above a.  The single form
+ * computes in double and rounds each output once. */
 enum {
     QOR_RNG_METHOD_GAMMA_MARSAGLIA = 0,
     QOR_RNG_METHOD_GAMMA_MARSAGLIA_ACCURATE = QOR_RNG_METHOD_GAMMA_MARSAGLIA | QOR_RNG_METHOD_ACCURATE
@@ -145,21 +146,27 @@ enum {
  *   CHENG_JOHNK  chosen by the shapes: Johnk's method in logarithms when
  *                both are below 1, Cheng's BB when both are above 1, Cheng's
  *                BC otherwise; a shape equal to 1 by inversion
- * The accurate method keeps every output inside [a, a + beta]. */
+ * The accurate method keeps every output inside [a, a + beta].  The single
+ * form computes in double and rounds each output once. */
 enum {
     QOR_RNG_METHOD_BETA_CHENG_JOHNK = 0,
     QOR_RNG_METHOD_BETA_CHENG_JOHNK_ACCURATE = QOR_RNG_METHOD_BETA_CHENG_JOHNK | QOR_RNG_METHOD_ACCURATE
 };
 
 /* Chi-square: v degrees of freedom (1 or more).
- *   GAMMA  the gamma variate of shape v/2 and scale 2 */
+ *   GAMMA  the gamma variate of shape v/2 and scale 2; for one degree the
+ *          square of a Gaussian (inverse distribution function)
+ * The single form computes in double and rounds each output once. */
 enum { QOR_RNG_METHOD_CHISQUARE_GAMMA = 0 };
 
 /* Multivariate Gaussian: vectors of dimen values, x = a + T z with z
  * standard Gaussian and T the lower-triangular Cholesky factor of the
  * covariance, stored as mstorage tells (QOR_RNG_MATRIX_FULL, _PACKED or
  * _DIAGONAL); the diagonal of T positive.  The methods draw z by the
- * Gaussian's methods of the same names, dimen values per variate. */
+ * Gaussian's methods of the same names, dimen values per variate, and
+ * each form computes in its own precision.  Full and packed storage of one
+ * factor give the same variates, and a diagonal factor the same in all
+ * three storages. */
 enum {
     QOR_RNG_METHOD_GAUSSIANMV_BOXMULLER = 0,
     QOR_RNG_METHOD_GAUSSIANMV_BOXMULLER2 = 1,

@@ -145,7 +145,8 @@ TEST(ChiSquare, FitsTheChiSquareLaw) {
 }
 
 TEST(Shapes, InversionsMatchTheirFormulasOnTheSameUniforms) {
-    // Gamma of shape 1, Beta(1, q) and Beta(p, 1) take one uniform each.
+    // Gamma of shape 1, Beta(1, q), Beta(p, 1) and chi-square of one degree
+    // take one uniform each.
     Stream s = make_stream(QOR_RNG_BRNG_MCG31M1, {77});
     Stream t = copy_of(s);
     std::vector<double> x(3000), u(3000);
@@ -158,6 +159,10 @@ TEST(Shapes, InversionsMatchTheirFormulasOnTheSameUniforms) {
         const double want = i < 1000 ? 0.5 - 2 * std::log(v) : i < 2000 ? -std::expm1(std::log(v) / 3) : std::pow(v, 4);
         ASSERT_NEAR(x[i], want, 1e-14 * std::fabs(want)) << i;
     }
+    // One degree of freedom: the square of the Gaussian of the same uniform.
+    ASSERT_EQ(_rixdRngChiSquare(0, s.get(), 500, x.data(), 1), 0);
+    ASSERT_EQ(_rixdRngGaussian(2, t.get(), 500, u.data(), 0.0, 1.0), 0);
+    for (int i = 0; i < 500; ++i) ASSERT_EQ(x[i], u[i] * u[i]) << i;
 }
 
 TEST(Shapes, SingleFormsRoundTheDoubleForms) {
