@@ -129,8 +129,8 @@ enum {
 
 /* Gamma: shape alpha, displacement a, scale beta (alpha and beta above 0),
  * x = a + beta G with G of shape alpha and scale 1.
- *   MARSAGLIA  Marsaglia and Tsang's squeeze over Gaussian (inverse
- *              distribution function) and uniform variates for alpha above
+ *   MARSAGLIA  Marsaglia and Tsang's squeeze over Gaussian (Box-Muller,
+ *              both variates of each pair) and uniform variates for alpha above
  *              1; alpha below 1 as G(alpha + 1) U^(1/alpha); alpha equal
  *              to 1 by inversion, -ln(1 - u).  Outputs whose value lies
  *              below the smallest subnormal (shapes far below 1) are 0.

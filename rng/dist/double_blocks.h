@@ -13,17 +13,18 @@ namespace qor::rng::dist {
 constexpr int32_t kBlock = 1024;
 
 // Uniforms on [0, 1) and on (0, 1] (1 - u, exact for the generators'
-// fractions); standard Gaussians by the inverse distribution function,
-// one uniform each, no state kept on the stream.
+// fractions); standard Gaussians by the inverse distribution function (one
+// uniform each) or, cheaper, by both variates of Box-Muller pairs (an even
+// count leaves no variate pending on the stream).
 inline int32_t uniforms(qor_rng_stream* s, int32_t n, double* u) { return _rixdRngUniform(0, s, n, u, 0.0, 1.0); }
 inline int32_t positive_uniforms(qor_rng_stream* s, int32_t n, double* u) {
     const int32_t status = uniforms(s, n, u);
     for (int32_t i = 0; i < n; ++i) u[i] = 1.0 - u[i];
     return status;
 }
-constexpr int32_t kGaussianIcdf = 2;
-inline int32_t gaussians(qor_rng_stream* s, int32_t n, double* z) {
-    return _rixdRngGaussian(kGaussianIcdf, s, n, z, 0.0, 1.0);
+constexpr int32_t kGaussianPairs = 1, kGaussianIcdf = 2;
+inline int32_t gaussians(qor_rng_stream* s, int32_t n, double* z, int32_t method = kGaussianIcdf) {
+    return _rixdRngGaussian(method, s, n, z, 0.0, 1.0);
 }
 
 // Candidates for `wanted` acceptances when about `rate` of them pass: a

@@ -5,11 +5,11 @@
 //                  candidate d (1 + c z)^3 is accepted when u < 1 - 0.0331 z^4
 //                  or ln u < z^2 / 2 + d (1 - v + ln v), v = (1 + c z)^3 > 0
 //   alpha equal 1  the exponential by inversion, -ln(1 - u)
-//   alpha below 1  G(alpha + 1) U^(1/alpha), formed as
-//                  exp(ln G(alpha + 1) + ln U / alpha) so that only values
-//                  below the smallest subnormal become 0
-// Candidates come in rounds of whole blocks of Gaussians (the inverse
-// distribution function) and uniforms; the logarithms of the rare
+//   alpha below 1  G(alpha + 1) U^(1/alpha), where U^(1/alpha) is tiny
+//                  formed as exp(ln G(alpha + 1) + ln U / alpha), so that
+//                  only values below the smallest subnormal become 0
+// Candidates come in rounds of whole blocks of Gaussians (Box-Muller, both
+// variates of each pair, an even count per round) and uniforms; the logarithms of the rare
 // candidates that miss the squeeze are taken one by one.  The single form
 // computes in double and rounds each output once.
 #include <cmath>
@@ -37,6 +37,11 @@ Plan plan_for(double alpha) {
     return {alpha < 1.0 ? Plan::kBoosted : Plan::kSqueeze, d, 1.0 / std::sqrt(9.0 * d), 1.0 / alpha};
 }
 
+// The smallest U^(1/alpha) multiplied as it is: G(alpha + 1), of shape at
+// least 1, falls below 2^-100 with chance under 2^-100, so products from
+// above this floor stay clear of the subnormals.
+constexpr double kPowerFloor = 0x1p-900;
+
 // About this share of the squeeze's candidates is accepted (above 0.95 for
 // every shape from 1 up).
 constexpr double kSqueezeRate = 0.96;
@@ -45,8 +50,9 @@ constexpr double kSqueezeRate = 0.96;
 int32_t squeeze(qor_rng_stream* stream, int32_t m, double* g, double d, double c) {
     double z[kBlock], u[kBlock];
     for (int32_t filled = 0; filled < m;) {
-        const int32_t k = round_size(m - filled, kSqueezeRate);
-        int32_t status = gaussians(stream, k, z);
+        int32_t k = round_size(m - filled, kSqueezeRate);
+        k += k & 1;  // whole pairs
+        int32_t status = gaussians(stream, k, z, kGaussianPairs);
         if (status < 0) return status;
         status = uniforms(stream, k, u);
         if (status < 0) return status;
@@ -72,13 +78,17 @@ int32_t standard_block(qor_rng_stream* stream, int32_t m, double* g, const Plan&
     }
     int32_t status = squeeze(stream, m, g, plan.d, plan.c);
     if (status < 0 || plan.kind == Plan::kSqueeze) return status;
-    double w[kBlock];
+    double w[kBlock], power[kBlock];
     status = positive_uniforms(stream, m, w);
     if (status < 0) return status;
     vm_ln(m, w, w, kLA);
-    vm_ln(m, g, g, kLA);
-    for (int32_t i = 0; i < m; ++i) g[i] += w[i] * plan.inverse_alpha;
-    vm_exp(m, g, g, kLA);
+    for (int32_t i = 0; i < m; ++i) w[i] *= plan.inverse_alpha;
+    vm_exp(m, w, power, kLA);
+    for (int32_t i = 0; i < m; ++i) {
+        // Near and below the subnormals U^(1/alpha) has lost digits: there
+        // the product is formed from the logarithms instead.
+        g[i] = power[i] >= kPowerFloor ? g[i] * power[i] : std::exp(std::log(g[i]) + w[i]);
+    }
     return QOR_RNG_STATUS_OK;
 }
 
