@@ -58,14 +58,14 @@ Plan plan_for(double p, double q) {
         plan.kind = Plan::kChengBB;
         plan.scale = std::sqrt((plan.sum - 2.0) / (2.0 * plan.small * plan.large - plan.sum));
         plan.gamma = plan.small + 1.0 / plan.scale;
-        plan.rate = 0.85;
+        plan.rate = 0.9;
     } else {
         plan.kind = Plan::kChengBC;
         const double delta = 1.0 + plan.large - plan.small;
         plan.scale = 1.0 / plan.small;
         plan.k1 = delta * (0.0138889 + 0.0416667 * plan.small) / (plan.large * plan.scale - 0.777778);
         plan.k2 = 0.25 + (0.5 + 0.25 / delta) * plan.small;
-        plan.rate = 0.7;
+        plan.rate = 0.5;
     }
     return plan;
 }
