@@ -125,7 +125,10 @@ void logistic_candidates(int32_t k, const double* u, double* v, double* w, doubl
     vm_ln(k, v, v, kLA);
     for (int32_t i = 0; i < k; ++i) v[i] *= scale;
     vm_exp(k, v, w, kLA);
-    for (int32_t i = 0; i < k; ++i) w[i] = std::fmin(c * w[i], DBL_MAX);
+    for (int32_t i = 0; i < k; ++i) {
+        const double cw = c * w[i];
+        w[i] = cw < DBL_MAX ? cw : DBL_MAX;
+    }
 }
 
 bool bb_accepts(const Plan& plan, double u1, double u2, double v, double w) {
@@ -184,7 +187,10 @@ int32_t beta_block(int32_t method, qor_rng_stream* stream, int32_t m, double* r,
     if (status < 0) return status;
     if (method & QOR_RNG_METHOD_ACCURATE) {
         const double top = a + beta;
-        for (int32_t i = 0; i < m; ++i) r[i] = std::fmin(top, std::fmax(a, a + beta * r[i]));
+        for (int32_t i = 0; i < m; ++i) {
+            const double x = a + beta * r[i];
+            r[i] = x < a ? a : (x > top ? top : x);
+        }
     } else {
         for (int32_t i = 0; i < m; ++i) r[i] = a + beta * r[i];
     }

@@ -99,7 +99,10 @@ int32_t gamma_block(int32_t method, qor_rng_stream* stream, int32_t m, double* r
     const int32_t status = standard_block(stream, m, r, plan);
     if (status < 0) return status;
     if (method & QOR_RNG_METHOD_ACCURATE)
-        for (int32_t i = 0; i < m; ++i) r[i] = std::fmax(a, a + beta * r[i]);
+        for (int32_t i = 0; i < m; ++i) {
+            const double x = a + beta * r[i];
+            r[i] = x < a ? a : x;
+        }
     else
         for (int32_t i = 0; i < m; ++i) r[i] = a + beta * r[i];
     return QOR_RNG_STATUS_OK;
