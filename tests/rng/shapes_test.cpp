@@ -256,6 +256,13 @@ TEST(GaussianMV, StoragesAgreeAndSplitCallsContinueOneAnother) {
         ASSERT_EQ(_rixsRngGaussianMV(method, t.get(), 1001, g.data(), 3, QOR_RNG_MATRIX_PACKED, mean_single, packed_single), 0);
         EXPECT_EQ(f, g) << method;
     }
+    // A unit factor above the stack buffer's size: the Gaussians themselves.
+    const std::vector<double> zero(1100, 0.0), one(1100, 1.0);
+    std::vector<double> x(3300), z(3300);
+    Stream s = make_stream(QOR_RNG_BRNG_MCG59, {8}), t = copy_of(s);
+    ASSERT_EQ(_rixdRngGaussianMV(1, s.get(), 3, x.data(), 1100, QOR_RNG_MATRIX_DIAGONAL, zero.data(), one.data()), 0);
+    ASSERT_EQ(_rixdRngGaussian(1, t.get(), 3300, z.data(), 0.0, 1.0), 0);
+    EXPECT_EQ(x, z);
 }
 
 namespace {
