@@ -56,7 +56,10 @@ Plan plan_for(double p, double q) {
         plan.rate = std::exp(std::lgamma(p + 1) + std::lgamma(q + 1) - std::lgamma(p + q + 1));
     } else if (p > 1.0 && q > 1.0) {
         plan.kind = Plan::kChengBB;
-        plan.scale = std::sqrt((plan.sum - 2.0) / (2.0 * plan.small * plan.large - plan.sum));
+        // sqrt((sum - 2) / (2 small large - sum)), divided through by sum so
+        // that huge shapes do not overflow.
+        const double harmonic = 2.0 * plan.small * (plan.large / plan.sum);
+        plan.scale = std::sqrt((1.0 - 2.0 / plan.sum) / (harmonic - 1.0));
         plan.gamma = plan.small + 1.0 / plan.scale;
         plan.rate = 0.9;
     } else {
