@@ -177,6 +177,52 @@ enum {
  * a + beta ln(-ln u). */
 enum { QOR_RNG_METHOD_GUMBEL_ICDF = 0 };
 
+/* Gamma: shape alpha, displacement a, scale beta (alpha and beta above 0),
+ * x = a + beta G with G of shape alpha and scale 1.
+ *   MARSAGLIA  Marsaglia and Tsang's squeeze over Gaussian (Box-Muller,
+ *              both variates of each pair) and uniform variates for alpha above
+ *              1; alpha below 1 as G(alpha + 1) U^(1/alpha); alpha equal
+ *              to 1 by inversion, -ln(1 - u).  Outputs whose value lies
+ *              below the smallest subnormal (shapes far below 1) are 0.
+ * The accurate method keeps every output at or above a.  The single form
+ * computes in double and rounds each output once. */
+enum {
+    QOR_RNG_METHOD_GAMMA_MARSAGLIA = 0,
+    QOR_RNG_METHOD_GAMMA_MARSAGLIA_ACCURATE = QOR_RNG_METHOD_GAMMA_MARSAGLIA | QOR_RNG_METHOD_ACCURATE
+};
+
+/* Beta: shapes p and q, displacement a, scale beta (p, q, beta above 0),
+ * x = a + beta B with B on [0, 1].
+ *   CHENG_JOHNK  chosen by the shapes: Johnk's method in logarithms when
+ *                both are below 1, Cheng's BB when both are above 1, Cheng's
+ *                BC otherwise; a shape equal to 1 by inversion
+ * The accurate method keeps every output inside [a, a + beta].  The single
+ * form computes in double and rounds each output once. */
+enum {
+    QOR_RNG_METHOD_BETA_CHENG_JOHNK = 0,
+    QOR_RNG_METHOD_BETA_CHENG_JOHNK_ACCURATE = QOR_RNG_METHOD_BETA_CHENG_JOHNK | QOR_RNG_METHOD_ACCURATE
+};
+
+/* Chi-square: v degrees of freedom (1 or more).
+ *   GAMMA  the gamma variate of shape v/2 and scale 2; for one degree the
+ *          square of a Gaussian (inverse distribution function)
+ * The single form computes in double and rounds each output once. */
+enum { QOR_RNG_METHOD_CHISQUARE_GAMMA = 0 };
+
+/* Multivariate Gaussian: vectors of dimen values, x = a + T z with z
+ * standard Gaussian and T the lower-triangular Cholesky factor of the
+ * covariance, stored as mstorage tells (QOR_RNG_MATRIX_FULL, _PACKED or
+ * _DIAGONAL); the diagonal of T positive.  The methods draw z by the
+ * Gaussian's methods of the same names, dimen values per variate, and
+ * each form computes in its own precision.  Full and packed storage of one
+ * factor give the same variates, and a diagonal factor the same in all
+ * three storages. */
+enum {
+    QOR_RNG_METHOD_GAUSSIANMV_BOXMULLER = 0,
+    QOR_RNG_METHOD_GAUSSIANMV_BOXMULLER2 = 1,
+    QOR_RNG_METHOD_GAUSSIANMV_ICDF = 2
+};
+
 /* The written-out declaration of every form of the list, for readers and
  * binding generators; the core's definitions are generated from the list. */
 QOR_CORE_API int qor_vdRngUniform(int method, qor_rng_stream* stream, int64_t n, double* r, double a, double b);
@@ -201,6 +247,20 @@ QOR_CORE_API int qor_vsRngLognormal(int method, qor_rng_stream* stream, int64_t 
                                     float b, float beta);
 QOR_CORE_API int qor_vdRngGumbel(int method, qor_rng_stream* stream, int64_t n, double* r, double a, double beta);
 QOR_CORE_API int qor_vsRngGumbel(int method, qor_rng_stream* stream, int64_t n, float* r, float a, float beta);
+QOR_CORE_API int qor_vdRngGamma(int method, qor_rng_stream* stream, int64_t n, double* r, double alpha, double a,
+                                double beta);
+QOR_CORE_API int qor_vsRngGamma(int method, qor_rng_stream* stream, int64_t n, float* r, float alpha, float a,
+                                float beta);
+QOR_CORE_API int qor_vdRngBeta(int method, qor_rng_stream* stream, int64_t n, double* r, double p, double q, double a,
+                               double beta);
+QOR_CORE_API int qor_vsRngBeta(int method, qor_rng_stream* stream, int64_t n, float* r, float p, float q, float a,
+                               float beta);
+QOR_CORE_API int qor_vdRngChiSquare(int method, qor_rng_stream* stream, int64_t n, double* r, int32_t v);
+QOR_CORE_API int qor_vsRngChiSquare(int method, qor_rng_stream* stream, int64_t n, float* r, int32_t v);
+QOR_CORE_API int qor_vdRngGaussianMV(int method, qor_rng_stream* stream, int64_t n, double* r, int32_t dimen,
+                                     int32_t mstorage, const double* a, const double* t);
+QOR_CORE_API int qor_vsRngGaussianMV(int method, qor_rng_stream* stream, int64_t n, float* r, int32_t dimen,
+                                     int32_t mstorage, const float* a, const float* t);
 
 QOR_END_C
 

@@ -56,7 +56,11 @@
     X(Cauchy,      real,  a_beta,      scale,     1, 0) \
     X(Rayleigh,    real,  a_beta,      scale,     1, 1) \
     X(Lognormal,   real,  a_sigma_b_beta, log_scale, 2, 1) \
-    X(Gumbel,      real,  a_beta,      scale,     1, 0)
+    X(Gumbel,      real,  a_beta,      scale,     1, 0) \
+    X(Gamma,       real,  alpha_a_beta, shape_scale, 1, 1) \
+    X(Beta,        real,  p_q_a_beta,  beta_shape, 1, 1) \
+    X(ChiSquare,   real,  nu,          degrees,   1, 0) \
+    X(GaussianMV,  real,  mv,          factor,    3, 0)
 
 /* ---- Forms -------------------------------------------------------------------
  * F(prefix, type, list fields...) once per form of the output kind. */

@@ -115,6 +115,7 @@ void call_plain(qor_vm_kernel k, Args... args) {
     }
 QOR_RNG_DIST_VM_UNARY(vm_ln, Ln)
 QOR_RNG_DIST_VM_UNARY(vm_exp, Exp)
+QOR_RNG_DIST_VM_UNARY(vm_expm1, Expm1)
 QOR_RNG_DIST_VM_UNARY(vm_sqrt, Sqrt)
 QOR_RNG_DIST_VM_UNARY(vm_sin, Sin)
 QOR_RNG_DIST_VM_UNARY(vm_tan, Tan)
