@@ -49,7 +49,18 @@
 /* Name            output params       check      methods accurate */
 #define QOR_RNG_DISTRIBUTIONS(X)                     \
     X(Uniform,     real,  a_b,         interval,  1, 1) \
-    X(Gaussian,    real,  a_sigma,     scale,     3, 0)
+    X(Gaussian,    real,  a_sigma,     scale,     3, 0) \
+    X(Uniform,     int,   a_b,         interval,  1, 0) \
+    X(UniformBits, bits32, none,       none,      1, 0) \
+    X(UniformBits32, bits32, none,     none,      1, 0) \
+    X(UniformBits64, bits64, none,     none,      1, 0) \
+    X(Bernoulli,   int,   p,           probability, 1, 0) \
+    X(Geometric,   int,   p,           success,   1, 0) \
+    X(Binomial,    int,   ntrial_p,    binomial,  1, 0) \
+    X(Hypergeometric, int, l_s_m,      population, 1, 0) \
+    X(Poisson,     int,   lambda,      mean,      1, 0) \
+    X(PoissonV,    int,   lambdas,     means,     1, 0) \
+    X(Multinomial, int,   ntrial_k_p,  categories, 1, 0)
 
 /* ---- Forms -------------------------------------------------------------------
  * F(prefix, type, list fields...) once per form of the output kind. */
@@ -96,6 +107,8 @@
 #define QOR_RNG_DIST_ARGS_AT_mv(done) , dimen, mstorage, a, t
 #define QOR_RNG_DIST_WIDTH_mv dimen
 
+/* UniformBits writes the generator's words as they lie in memory, in
+ * 32-bit units: n units, so ceil(n / 2) words of a 64-bit generator. */
 #define QOR_RNG_DIST_PARAMS_none(T)
 #define QOR_RNG_DIST_ARGS_AT_none(done)
 #define QOR_RNG_DIST_WIDTH_none 1
