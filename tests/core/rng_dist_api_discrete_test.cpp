@@ -122,16 +122,3 @@ TEST(RngDistApiDiscrete, BadArgumentsLeaveOutputAndStreamAlone) {
         EXPECT_NE(out, untouched) << d.name;
     }
 }
-
-TEST(RngDistApiDiscrete, GoodCallsGiveTheirKnownValues) {
-    ASSERT_EQ(qor_init(), QOR_STATUS_OK) << qor_init_detail();
-    Stream s = make(3);
-    std::vector<int32_t> r(6);
-    const double p[3] = {0, 1, 0};
-    ASSERT_EQ(qor_viRngMultinomial(0, s.get(), 2, r.data(), 9, 3, p), QOR_RNG_STATUS_OK);
-    EXPECT_EQ(r, (std::vector<int32_t>{0, 9, 0, 0, 9, 0}));
-    ASSERT_EQ(qor_viRngHypergeometric(0, s.get(), 6, r.data(), 10, 10, 4), QOR_RNG_STATUS_OK);
-    EXPECT_EQ(r, std::vector<int32_t>(6, 4));  // the whole lot: every marked item
-    ASSERT_EQ(qor_viRngUniform(0, s.get(), 6, r.data(), 7, 8), QOR_RNG_STATUS_OK);
-    EXPECT_EQ(r, std::vector<int32_t>(6, 7));
-}

@@ -8,12 +8,15 @@
 #include <boost/math/distributions/hypergeometric.hpp>
 #include <boost/math/distributions/poisson.hpp>
 
+#include <xmmintrin.h>
+
 #include <cstring>
 #include <functional>
 #include <string>
 #include <vector>
 
 #include "goodness_of_fit.h"
+#include "qor/qor_vm.h"
 #include "rng_test_support.h"
 
 using namespace rng_test;
@@ -225,7 +228,10 @@ int32_t failing_brng() {
 
 }  // namespace
 
-TEST(Discrete, FailingGeneratorStatusComesBack) {
+TEST(Discrete, FailingGeneratorStatusComesBackWithTheStateRestored) {
+    // The vector-math mode and the floating-point control word are as they
+    // were after a failing call and after a good one.
+    const uint32_t mode = qor_lum_kernel_GetMode(), csr = _mm_getcsr() & ~0x3Fu;
     Stream s = make_stream(failing_brng(), {1});
     std::vector<int32_t> r(10);
     std::vector<uint64_t> w(10);
@@ -248,4 +254,8 @@ TEST(Discrete, FailingGeneratorStatusComesBack) {
         _rixiRngMultinomial(0, g, 5, r.data(), 10, 2, p),
     };
     for (int32_t status : statuses) EXPECT_EQ(status, -77);
+    Stream good = make_stream(QOR_RNG_BRNG_MCG59, {1});
+    EXPECT_EQ(_rixiRngGeometric(0, good.get(), 10, r.data(), 0.5), 0);
+    EXPECT_EQ(qor_lum_kernel_GetMode(), mode);
+    EXPECT_EQ(_mm_getcsr() & ~0x3Fu, csr);
 }
