@@ -211,6 +211,29 @@ TEST(Discrete, MultinomialCountsSumToTheTrialsWithBinomialMarginals) {
         ASSERT_EQ(x[5 * i] + x[5 * i + 1] + x[5 * i + 2] + x[5 * i + 3] + x[5 * i + 4], kTrials);
 }
 
+TEST(Discrete, InversionsUseOneUniformPerVariateAndBitWordsWhatTheyNeed) {
+    // After the call the stream stands where a copy does after that many
+    // uniforms (or, for the 32-bit words, generator words of 31 bits).
+    const std::function<int32_t(qor_rng_stream*, int32_t*)> calls[] = {
+        [](auto s, int32_t* r) { return _rixiRngBernoulli(0, s, 1500, r, 0.3); },
+        [](auto s, int32_t* r) { return _rixiRngGeometric(0, s, 1500, r, 0.3); },
+        [](auto s, int32_t* r) { return _rixiRngPoisson(0, s, 1500, r, 4.0); },
+        [](auto s, int32_t* r) { return _rixiRngBinomial(0, s, 1500, r, 40, 0.3); },
+        [](auto s, int32_t* r) { return _rixiRngUniformBits32(0, s, 1457, reinterpret_cast<uint32_t*>(r)); }};
+    for (const auto& call : calls) {
+        Stream s = make_stream(QOR_RNG_BRNG_MCG31M1, {17});
+        Stream t = copy_of(s);
+        std::vector<int32_t> r(1500);
+        std::vector<double> u(1504);  // 32 * 1457 / 31 rounds up to 1504 words
+        ASSERT_EQ(call(s.get(), r.data()), 0);
+        ASSERT_EQ(_rixdRngUniform(0, t.get(), &call == &calls[4] ? 1504 : 1500, u.data(), 0.0, 1.0), 0);
+        double a, b;
+        ASSERT_EQ(_rixdRngUniform(0, s.get(), 1, &a, 0.0, 1.0), 0);
+        ASSERT_EQ(_rixdRngUniform(0, t.get(), 1, &b, 0.0, 1.0), 0);
+        EXPECT_EQ(a, b) << &call - calls;
+    }
+}
+
 namespace {
 
 // A registered generator whose every fill fails with status -77.
