@@ -88,7 +88,13 @@ inline bool valid_means(int64_t n, const double* lambda) {
         if (!valid_mean(n, lambda[i])) return false;
     return true;
 }
-inline bool valid_neg_binomial(int64_t, double a, double p) { return positive_finite(a) && p > 0 && p <= 1; }
+// The mixture draws a Poisson mean from a gamma of shape a and scale
+// (1 - p)/p; its chance of passing a + 40 sqrt(a) + 40 times the scale is
+// below e^-40, so bounding that keeps every mean in the Poisson range.
+inline bool valid_neg_binomial(int64_t, double a, double p) {
+    return positive_finite(a) && p > 0 && p <= 1 &&
+           (1 - p) / p * (a + 40 * std::sqrt(a) + 40) <= QOR_RNG_POISSON_MEAN_MAX;
+}
 inline bool valid_categories(int64_t, int32_t ntrial, int32_t k, const double* p) {
     if (ntrial < 0 || k < 1 || !p) return false;
     double sum = 0;

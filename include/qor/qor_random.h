@@ -222,6 +222,66 @@ enum {
     QOR_RNG_METHOD_GAUSSIANMV_BOXMULLER2 = 1,
     QOR_RNG_METHOD_GAUSSIANMV_ICDF = 2
 };
+/* Uniform (integer form): every integer of [a, b) equally likely, for any
+ * a below b (up to 2^32 - 1 values), by rejection on uniform 32-bit words
+ * (UniformBits32), exact as far as those words are uniform. */
+
+/* UniformBits: the generator's integer words unchanged, written as 32-bit
+ * units in memory order: a generator of 32-bit words gives one word per
+ * unit; one of 64-bit words (MCG59) gives each word as two units, low half
+ * first, n units taking ceil(n / 2) words (an odd n ends with a low half).
+ * Only the word's significant bits vary (MCG31m1: [1, 2^31 - 2]; MCG59:
+ * [1, 2^59 - 1]).
+ * UniformBits32 / UniformBits64: words of 32 or 64 bits each uniform,
+ * whatever the generator: the top min(bit_count, 32) significant bits of
+ * successive generator words, concatenated and cut into 32-bit words (a
+ * 64-bit word is two of them, low first); leftover bits of a call are
+ * dropped.  A generator whose words do not cover a power of two (MCG31m1)
+ * biases each bit by about 2^-31. */
+enum { QOR_RNG_METHOD_UNIFORMBITS_STD = 0 };
+enum { QOR_RNG_METHOD_UNIFORMBITS32_STD = 0 };
+enum { QOR_RNG_METHOD_UNIFORMBITS64_STD = 0 };
+
+/* Bernoulli: 1 with probability p in [0, 1], by inversion (u below p). */
+enum { QOR_RNG_METHOD_BERNOULLI_ICDF = 0 };
+
+/* Geometric: the failures before the first success, p in (0, 1], by
+ * inversion, floor(ln u / ln(1 - p)); values beyond 2^31 - 1 (p below about
+ * 1e-9) are clamped to it. */
+enum { QOR_RNG_METHOD_GEOMETRIC_ICDF = 0 };
+
+/* Binomial: ntrial trials of success probability p in [0, 1].
+ *   BTPE  Kachitvichyanukul and Schmeiser's triangle-parallelogram-
+ *         exponential rejection when ntrial min(p, 1 - p) is 30 or more,
+ *         inversion below (p above 1/2 by symmetry). */
+enum { QOR_RNG_METHOD_BINOMIAL_BTPE = 0 };
+
+/* Hypergeometric: marked items in a sample of s drawn without replacement
+ * from a lot of l items of which m are marked (0 <= s, m <= l).
+ *   H2PE  Kachitvichyanukul and Schmeiser's rectangle-exponential rejection
+ *         when the mode is 10 or more, inversion below. */
+enum { QOR_RNG_METHOD_HYPERGEOMETRIC_H2PE = 0 };
+
+/* Poisson: mean lambda in (0, QOR_RNG_POISSON_MEAN_MAX].
+ *   PTRD  Hormann's transformed rejection with decomposition for lambda of
+ *         10 or more, inversion below.
+ * PoissonV: one mean per variate, lambda[i] for variate i, the same methods
+ * per variate. */
+enum { QOR_RNG_METHOD_POISSON_PTRD = 0 };
+enum { QOR_RNG_METHOD_POISSONV_PTRD = 0 };
+
+/* Multinomial: k counts per variate (r holds n k values), ntrial trials over
+ * k categories of probabilities p[0..k-1] summing to 1.
+ *   BINOMIAL  conditional binomials: count j is binomial with the trials
+ *             left and p[j] over the probability left; counts sum to ntrial. */
+enum { QOR_RNG_METHOD_MULTINOMIAL_BINOMIAL = 0 };
+
+/* Negative binomial: the failures before the a-th success of trials that
+ * succeed with probability p, a real and positive, p in (0, 1]; the mean
+ * a (1 - p)/p is bounded as qor_rng_distributions.h tells.
+ *   NBAR  the gamma-Poisson mixture: a Poisson variate (PTRD) of a mean
+ *         drawn from the gamma of shape a and scale (1 - p)/p */
+enum { QOR_RNG_METHOD_NEGBINOMIAL_NBAR = 0 };
 
 /* The written-out declaration of every form of the list, for readers and
  * binding generators; the core's definitions are generated from the list. */
@@ -261,6 +321,20 @@ QOR_CORE_API int qor_vdRngGaussianMV(int method, qor_rng_stream* stream, int64_t
                                      int32_t mstorage, const double* a, const double* t);
 QOR_CORE_API int qor_vsRngGaussianMV(int method, qor_rng_stream* stream, int64_t n, float* r, int32_t dimen,
                                      int32_t mstorage, const float* a, const float* t);
+QOR_CORE_API int qor_viRngUniform(int method, qor_rng_stream* stream, int64_t n, int32_t* r, int32_t a, int32_t b);
+QOR_CORE_API int qor_viRngUniformBits(int method, qor_rng_stream* stream, int64_t n, uint32_t* r);
+QOR_CORE_API int qor_viRngUniformBits32(int method, qor_rng_stream* stream, int64_t n, uint32_t* r);
+QOR_CORE_API int qor_viRngUniformBits64(int method, qor_rng_stream* stream, int64_t n, uint64_t* r);
+QOR_CORE_API int qor_viRngBernoulli(int method, qor_rng_stream* stream, int64_t n, int32_t* r, double p);
+QOR_CORE_API int qor_viRngGeometric(int method, qor_rng_stream* stream, int64_t n, int32_t* r, double p);
+QOR_CORE_API int qor_viRngBinomial(int method, qor_rng_stream* stream, int64_t n, int32_t* r, int32_t ntrial, double p);
+QOR_CORE_API int qor_viRngHypergeometric(int method, qor_rng_stream* stream, int64_t n, int32_t* r, int32_t l, int32_t s,
+                                         int32_t m);
+QOR_CORE_API int qor_viRngPoisson(int method, qor_rng_stream* stream, int64_t n, int32_t* r, double lambda);
+QOR_CORE_API int qor_viRngPoissonV(int method, qor_rng_stream* stream, int64_t n, int32_t* r, const double* lambda);
+QOR_CORE_API int qor_viRngMultinomial(int method, qor_rng_stream* stream, int64_t n, int32_t* r, int32_t ntrial, int32_t k,
+                                      const double* p);
+QOR_CORE_API int qor_viRngNegBinomial(int method, qor_rng_stream* stream, int64_t n, int32_t* r, double a, double p);
 
 QOR_END_C
 

@@ -40,27 +40,40 @@
  *   population   0 <= s <= l, 0 <= m <= l
  *   mean         lambda positive and at most QOR_RNG_POISSON_MEAN_MAX
  *   means        every lambda[i] as `mean`, lambda non-null when n is above 0
- *   neg_binomial a positive and finite, p in (0, 1]
+ *   neg_binomial a positive and finite, p in (0, 1], and (1 - p)/p (a + 40 sqrt(a) + 40)
+ *                at most QOR_RNG_POISSON_MEAN_MAX, so that the mixture's means fit
  *   categories   ntrial 0 or more, k 1 or more, p non-null, every p[i] in [0, 1],
  *                their sum within 1e-12 k of 1 */
 #ifndef QOR_RNG_DISTRIBUTIONS_H
 #define QOR_RNG_DISTRIBUTIONS_H
 
-/* Name            output params       check      methods accurate */
+/*  Name           output  params          check         methods accurate */
 #define QOR_RNG_DISTRIBUTIONS(X)                     \
-    X(Uniform,     real,  a_b,         interval,  1, 1) \
-    X(Gaussian,    real,  a_sigma,     scale,     3, 0) \
-    X(Exponential, real,  a_beta,      scale,     1, 1) \
-    X(Laplace,     real,  a_beta,      scale,     1, 0) \
-    X(Weibull,     real,  alpha_a_beta,  shape_scale, 1, 1) \
-    X(Cauchy,      real,  a_beta,      scale,     1, 0) \
-    X(Rayleigh,    real,  a_beta,      scale,     1, 1) \
-    X(Lognormal,   real,  a_sigma_b_beta, log_scale, 2, 1) \
-    X(Gumbel,      real,  a_beta,      scale,     1, 0) \
-    X(Gamma,       real,  alpha_a_beta, shape_scale, 1, 1) \
-    X(Beta,        real,  p_q_a_beta,  beta_shape, 1, 1) \
-    X(ChiSquare,   real,  nu,          degrees,   1, 0) \
-    X(GaussianMV,  real,  mv,          factor,    3, 0)
+    X(Uniform,        real,   a_b,            interval,     1, 1) \
+    X(Gaussian,       real,   a_sigma,        scale,        3, 0) \
+    X(Exponential,    real,   a_beta,         scale,        1, 1) \
+    X(Laplace,        real,   a_beta,         scale,        1, 0) \
+    X(Weibull,        real,   alpha_a_beta,   shape_scale,  1, 1) \
+    X(Cauchy,         real,   a_beta,         scale,        1, 0) \
+    X(Rayleigh,       real,   a_beta,         scale,        1, 1) \
+    X(Lognormal,      real,   a_sigma_b_beta, log_scale,    2, 1) \
+    X(Gumbel,         real,   a_beta,         scale,        1, 0) \
+    X(Gamma,          real,   alpha_a_beta,   shape_scale,  1, 1) \
+    X(Beta,           real,   p_q_a_beta,     beta_shape,   1, 1) \
+    X(ChiSquare,      real,   nu,             degrees,      1, 0) \
+    X(GaussianMV,     real,   mv,             factor,       3, 0) \
+    X(Uniform,        int,    a_b,            interval,     1, 0) \
+    X(UniformBits,    bits32, none,           none,         1, 0) \
+    X(UniformBits32,  bits32, none,           none,         1, 0) \
+    X(UniformBits64,  bits64, none,           none,         1, 0) \
+    X(Bernoulli,      int,    p,              probability,  1, 0) \
+    X(Geometric,      int,    p,              success,      1, 0) \
+    X(Binomial,       int,    ntrial_p,       binomial,     1, 0) \
+    X(Hypergeometric, int,    l_s_m,          population,   1, 0) \
+    X(Poisson,        int,    lambda,         mean,         1, 0) \
+    X(PoissonV,       int,    lambdas,        means,        1, 0) \
+    X(Multinomial,    int,    ntrial_k_p,     categories,   1, 0) \
+    X(NegBinomial,    int,    a_p,            neg_binomial, 1, 0)
 
 /* ---- Forms -------------------------------------------------------------------
  * F(prefix, type, list fields...) once per form of the output kind. */
@@ -107,6 +120,8 @@
 #define QOR_RNG_DIST_ARGS_AT_mv(done) , dimen, mstorage, a, t
 #define QOR_RNG_DIST_WIDTH_mv dimen
 
+/* UniformBits writes the generator's words as they lie in memory, in
+ * 32-bit units: n units, so ceil(n / 2) words of a 64-bit generator. */
 #define QOR_RNG_DIST_PARAMS_none(T)
 #define QOR_RNG_DIST_ARGS_AT_none(done)
 #define QOR_RNG_DIST_WIDTH_none 1
