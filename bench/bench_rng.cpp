@@ -9,7 +9,6 @@
 #include "bench_util.h"
 #include "qor/qor_rng.h"
 
-using qor::bench::CycleCounter;
 
 namespace {
 
@@ -24,18 +23,8 @@ struct StreamOwner {
 
 template <class T, class Fill>
 void run(benchmark::State& state, Fill fill) {
-    const auto n = static_cast<std::size_t>(state.range(0));
-    std::vector<T> out(n);
-    CycleCounter cycles;
-    cycles.start();
-    for (auto _ : state) {
-        fill(out.data(), n);
-        benchmark::DoNotOptimize(out.data());
-        benchmark::ClobberMemory();
-    }
-    cycles.stop();
-    cycles.report(state, static_cast<long>(n));
-    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(n * sizeof(T)));
+    qor::bench::time_fill<T>(state, state.range(0), fill);
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * state.range(0) * int64_t{sizeof(T)});
 }
 
 void Mcg31IntFill(benchmark::State& state) {

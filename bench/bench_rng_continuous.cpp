@@ -13,7 +13,6 @@
 #include "bench_util.h"
 #include "qor/qor_random.h"
 
-using qor::bench::CycleCounter;
 
 namespace {
 
@@ -22,17 +21,7 @@ constexpr int64_t kCount = 10000;
 
 template <class Fill>
 void run(benchmark::State& state, Fill fill) {
-    const auto n = static_cast<int32_t>(state.range(0));
-    std::vector<double> out(n);
-    CycleCounter cycles;
-    cycles.start();
-    for (auto _ : state) {
-        fill(out.data(), n);
-        benchmark::DoNotOptimize(out.data());
-        benchmark::ClobberMemory();
-    }
-    cycles.stop();
-    cycles.report(state, n);
+    qor::bench::time_fill<double>(state, state.range(0), [&](double* r, int64_t n) { fill(r, static_cast<int32_t>(n)); });
 }
 
 struct StreamOwner {

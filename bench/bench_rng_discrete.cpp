@@ -12,7 +12,6 @@
 #include "bench_util.h"
 #include "qor/qor_rng.h"
 
-using qor::bench::CycleCounter;
 
 namespace {
 
@@ -35,16 +34,7 @@ struct GslOwner {
 
 template <class T, class Fill>
 void run(benchmark::State& state, Fill fill) {
-    std::vector<T> out(kN);
-    CycleCounter cycles;
-    cycles.start();
-    for (auto _ : state) {
-        fill(out.data(), kN);
-        benchmark::DoNotOptimize(out.data());
-        benchmark::ClobberMemory();
-    }
-    cycles.stop();
-    cycles.report(state, kN);
+    qor::bench::time_fill<T>(state, kN, fill);
 }
 
 // qor's kernel call over MCG31m1 (brng 0) or MCG59 (brng 1).

@@ -15,7 +15,6 @@
 #include "bench_util.h"
 #include "qor/qor_rng.h"
 
-using qor::bench::CycleCounter;
 
 namespace {
 
@@ -35,16 +34,7 @@ struct GslOwner {
 };
 
 void run(benchmark::State& state, const std::function<void(double*, int32_t)>& fill, int32_t width = 1) {
-    std::vector<double> out(static_cast<size_t>(kN) * width);
-    CycleCounter cycles;
-    cycles.start();
-    for (auto _ : state) {
-        fill(out.data(), kN);
-        benchmark::DoNotOptimize(out.data());
-        benchmark::ClobberMemory();
-    }
-    cycles.stop();
-    cycles.report(state, kN);
+    qor::bench::time_fill<double>(state, kN, [&](double* r, int64_t n) { fill(r, static_cast<int32_t>(n)); }, width);
 }
 
 // qor's kernel over each generator, GSL over MT19937 and, where it has the

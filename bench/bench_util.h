@@ -31,6 +31,22 @@ private:
     uint64_t t0_ = 0, ticks_ = 0;
 };
 
+// Times fill(out, count) into one array of count * width values per
+// iteration: ticks per variate (CPE) and items per second.
+template <class T, class Fill>
+void time_fill(benchmark::State& state, int64_t count, Fill fill, int64_t width = 1) {
+    std::vector<T> out(static_cast<std::size_t>(count * width));
+    CycleCounter cycles;
+    cycles.start();
+    for (auto _ : state) {
+        fill(out.data(), count);
+        benchmark::DoNotOptimize(out.data());
+        benchmark::ClobberMemory();
+    }
+    cycles.stop();
+    cycles.report(state, static_cast<long>(count));
+}
+
 template <class T>
 std::vector<T> uniform_array(std::size_t n, double lo, double hi, unsigned seed) {
     std::mt19937_64 gen(seed);

@@ -10,31 +10,12 @@ namespace {
 
 using namespace qor::rng::dist;
 
-constexpr int32_t kBlock = 1024;
-
-int32_t by_table(qor_rng_stream* stream, int32_t n, int32_t* r, const BinomialDraw& draw) {
-    const InversionTable table(draw.p0(), draw.ntrial(), [&draw](double k) { return draw.ratio(k); });
-    double u[kBlock];
-    for (int32_t done = 0; done < n;) {
-        const int32_t m = n - done < kBlock ? n - done : kBlock;
-        int32_t status = _rixdRngUniform(0, stream, m, u, 0.0, 1.0);
-        if (status < 0) return status;
-        for (int32_t i = 0; i < m; ++i) {
-            int32_t k = table.find(u[i]);
-            while (k < 0) {  // beyond the table: a fresh uniform
-                if ((status = _rixdRngUniform(0, stream, 1, u + i, 0.0, 1.0)) < 0) return status;
-                k = table.find(u[i]);
-            }
-            r[done + i] = draw.finish(k);
-        }
-        done += m;
-    }
-    return QOR_RNG_STATUS_OK;
-}
-
 int32_t binomial(qor_rng_stream* stream, int32_t n, int32_t* r, int32_t ntrial, double p) {
     const BinomialDraw draw(ntrial, p);
-    if (draw.uses_inversion()) return by_table(stream, n, r, draw);
+    if (draw.uses_inversion()) {
+        const InversionTable table(draw.p0(), draw.ntrial(), [&draw](double k) { return draw.ratio(k); });
+        return table.fill(stream, n, r, [&draw](int32_t k) { return draw.finish(k); });
+    }
     UniformSource source(stream, draw.constant() ? 0 : 2 * int64_t{n});
     for (int32_t i = 0; i < n; ++i)
         if (!draw.draw(source, r[i])) return source.status();

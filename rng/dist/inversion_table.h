@@ -7,6 +7,8 @@
 
 #include <cstdint>
 
+#include "qor/qor_rng.h"
+
 namespace qor::rng::dist {
 
 class InversionTable {
@@ -36,6 +38,30 @@ public:
         int32_t k = 0;
         while (!(u < cdf_[k])) ++k;
         return k;
+    }
+
+    // n variates r[i] = finish(k), one uniform each (and a fresh one for a
+    // uniform beyond the table), the uniforms drawn in blocks; a negative
+    // status of the generator comes back at once.
+    template <class Finish>
+    int32_t fill(qor_rng_stream* stream, int32_t n, int32_t* r, Finish finish) const {
+        constexpr int32_t kBlock = 1024;
+        double u[kBlock];
+        for (int32_t done = 0; done < n;) {
+            const int32_t m = n - done < kBlock ? n - done : kBlock;
+            int32_t status = _rixdRngUniform(0, stream, m, u, 0.0, 1.0);
+            if (status < 0) return status;
+            for (int32_t i = 0; i < m; ++i) {
+                int32_t k = find(u[i]);
+                while (k < 0) {
+                    if ((status = _rixdRngUniform(0, stream, 1, u + i, 0.0, 1.0)) < 0) return status;
+                    k = find(u[i]);
+                }
+                r[done + i] = finish(k);
+            }
+            done += m;
+        }
+        return QOR_RNG_STATUS_OK;
     }
 
 private:

@@ -23,7 +23,6 @@ namespace {
 using namespace qor::rng::dist;
 
 constexpr double kPtrdFrom = 10;
-constexpr int32_t kBlock = 1024;
 constexpr double kUniformsPerPtrdVariate = 1.25;
 
 class Ptrd {
@@ -104,22 +103,7 @@ int32_t poisson(qor_rng_stream* stream, int32_t n, int32_t* r, double mu) {
         return QOR_RNG_STATUS_OK;
     }
     const InversionTable table(std::exp(-mu), INT32_MAX, [mu](double k) { return mu / k; });
-    double u[kBlock];
-    for (int32_t done = 0; done < n;) {
-        const int32_t m = n - done < kBlock ? n - done : kBlock;
-        int32_t status = _rixdRngUniform(0, stream, m, u, 0.0, 1.0);
-        if (status < 0) return status;
-        for (int32_t i = 0; i < m; ++i) {
-            int32_t k = table.find(u[i]);
-            while (k < 0) {  // beyond the table: a fresh uniform
-                if ((status = _rixdRngUniform(0, stream, 1, u + i, 0.0, 1.0)) < 0) return status;
-                k = table.find(u[i]);
-            }
-            r[done + i] = k;
-        }
-        done += m;
-    }
-    return QOR_RNG_STATUS_OK;
+    return table.fill(stream, n, r, [](int32_t k) { return k; });
 }
 
 int32_t poisson_v(qor_rng_stream* stream, int32_t n, int32_t* r, const double* lambda) {

@@ -16,25 +16,13 @@
 #include <vector>
 
 #include "qor/qor.h"
+#include "rng_public_support.h"
 
 namespace {
 
-struct StreamDeleter {
-    void operator()(qor_rng_stream* s) const { qor_rng_delete_stream(&s); }
-};
-using Stream = std::unique_ptr<qor_rng_stream, StreamDeleter>;
-
-Stream make(int brng, uint32_t seed) {
-    qor_rng_stream* s = nullptr;
-    EXPECT_EQ(qor_rng_new_stream(&s, brng, seed), QOR_RNG_STATUS_OK) << std::hex << brng;
-    return Stream(s);
-}
-
-std::vector<double> draw(qor_rng_stream* s, int n, int method = QOR_RNG_METHOD_UNIFORM_STD) {
-    std::vector<double> r(n);
-    EXPECT_EQ(qor_vdRngUniform(method, s, n, r.data(), 0.0, 1.0), QOR_RNG_STATUS_OK);
-    return r;
-}
+using rng_public::draw;
+using rng_public::make;
+using rng_public::Stream;
 
 // The kernel library's own exports, from the copy the core loaded.
 struct KernelExports {

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "qor/qor.h"
+#include "rng_public_support.h"
 
 namespace {
 
@@ -86,22 +87,10 @@ std::vector<Distribution> distributions() {
     };
 }
 
-struct StreamDeleter {
-    void operator()(qor_rng_stream* s) const { qor_rng_delete_stream(&s); }
-};
-using Stream = std::unique_ptr<qor_rng_stream, StreamDeleter>;
+using rng_public::Stream;
 
-Stream make(uint32_t seed) {
-    qor_rng_stream* s = nullptr;
-    EXPECT_EQ(qor_rng_new_stream(&s, QOR_RNG_BRNG_MCG31M1, seed), QOR_RNG_STATUS_OK);
-    return Stream(s);
-}
-
-double next_uniform(qor_rng_stream* s) {
-    double u = -1;
-    EXPECT_EQ(qor_vdRngUniform(0, s, 1, &u, 0.0, 1.0), QOR_RNG_STATUS_OK);
-    return u;
-}
+Stream make(uint32_t seed) { return rng_public::make(QOR_RNG_BRNG_MCG31M1, seed); }
+double next_uniform(qor_rng_stream* s) { return rng_public::draw(s, 1)[0]; }
 
 }  // namespace
 
