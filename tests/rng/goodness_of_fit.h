@@ -6,16 +6,34 @@
 #pragma once
 
 #include <boost/math/distributions/chi_squared.hpp>
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
 #include <vector>
 
 namespace gof {
 
 // Below this a sample is taken as not drawn from the distribution.
 constexpr double kMinPValue = 1e-4;
+
+// With QOR_GOF_LOG set, each p-value is printed with its test and its
+// place among the test's p-values, for the record of a run.
+inline double logged(double p) {
+    if (std::getenv("QOR_GOF_LOG")) {
+        static std::string test;
+        static int count = 0;
+        const std::string now = ::testing::UnitTest::GetInstance()->current_test_info()->name();
+        count = now == test ? count + 1 : 0;
+        test = now;
+        std::printf("gof %s #%d p=%.3g\n", now.c_str(), count, p);
+    }
+    return p;
+}
 
 // Kolmogorov's limiting distribution, Q(l) = 2 sum_{k>=1} (-1)^(k-1) e^(-2 k^2 l^2).
 inline double kolmogorov_q(double l) {
@@ -41,7 +59,7 @@ double ks_pvalue(std::vector<T> x, Cdf cdf) {
         d = std::max({d, f - i / n, (i + 1) / n - f});
     }
     const double root = std::sqrt(n);
-    return kolmogorov_q((root + 0.12 + 0.11 / root) * d);
+    return logged(kolmogorov_q((root + 0.12 + 0.11 / root) * d));
 }
 
 // p-value of Pearson's statistic for an integer sample against the
@@ -63,7 +81,7 @@ double chi_square_pvalue(std::vector<Int> x, Cdf cdf) {
             below = p;
         }
     }
-    if (upper.empty()) return 1.0;  // the whole sample in one cell: nothing to test
+    if (upper.empty()) return logged(1.0);  // the whole sample in one cell: nothing to test
     double statistic = 0, previous = 0;
     size_t start = 0;
     for (size_t c = 0; c <= upper.size(); ++c) {
@@ -76,7 +94,7 @@ double chi_square_pvalue(std::vector<Int> x, Cdf cdf) {
         start = end;
     }
     const boost::math::chi_squared chi2(static_cast<double>(upper.size()));
-    return boost::math::cdf(boost::math::complement(chi2, statistic));
+    return logged(boost::math::cdf(boost::math::complement(chi2, statistic)));
 }
 
 // Sample mean and variance (two passes).
