@@ -11,38 +11,6 @@
 namespace explog_test {
 namespace {
 
-template <class T>
-struct Case {
-    T x;
-    T want;    // NaN: any NaN; zeros and infinities bit for bit; others within 1e-7
-    int code;  // the code reported for this element, 0 for none
-};
-
-template <class T>
-void expect_cases(std::initializer_list<UnaryKernel<T>> kernels, const std::vector<Case<T>>& cases, const char* what,
-                  uint32_t mode = QOR_VM_ERRMODE_CALLBACK | QOR_VM_HA) {
-    std::vector<T> args;
-    for (const auto& c : cases) args.push_back(c.x);
-    int slot = 0;
-    for (auto kernel : kernels) {
-        Reports reports(mode);
-        const auto y = run<T>(kernel, args);
-        for (std::size_t i = 0; i < cases.size(); ++i) {
-            const auto& c = cases[i];
-            if (std::isnan(c.want)) EXPECT_TRUE(std::isnan(y[i])) << what << " slot " << slot << " x = " << c.x;
-            else if (std::isfinite(c.want) && c.want != 0)
-                EXPECT_NEAR(y[i], c.want, std::fabs(c.want) * 1e-7) << what << " slot " << slot << " x = " << c.x;
-            else EXPECT_EQ(bits_of(y[i]), bits_of(c.want)) << what << " slot " << slot << " x = " << c.x << " got " << y[i];
-            EXPECT_EQ(Reports::code_at(int(i)), c.code) << what << " slot " << slot << " x = " << c.x;
-        }
-        ++slot;
-    }
-}
-
-template <class T>
-constexpr T inf = std::numeric_limits<T>::infinity();
-template <class T>
-constexpr T nan = std::numeric_limits<T>::quiet_NaN();
 constexpr int kDomain = QOR_VM_STATUS_DOMAIN, kSing = QOR_VM_STATUS_SING;
 
 TEST(ErfInvSpecial, PolesDomainsZerosAndTinyArguments) {

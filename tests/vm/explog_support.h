@@ -123,4 +123,45 @@ private:
     qor_vm_error_callback saved_callback_;
 };
 
+template <class T>
+constexpr T inf = std::numeric_limits<T>::infinity();
+template <class T>
+constexpr T nan = std::numeric_limits<T>::quiet_NaN();
+
+// A special value: the argument, the result wanted and the code reported
+// for it (0 for none).  A wanted NaN takes any NaN, kPositiveSubnormal any
+// positive subnormal; zeros and infinities are compared bit for bit, other
+// values within a relative tolerance.
+constexpr double kPositiveSubnormal = -42;
+template <class T>
+struct Case {
+    T x;
+    T want;
+    int code;
+};
+
+// Runs each kernel (the slots of a row) over the cases' arguments in one
+// call under `mode` and checks every result and code.
+template <class T>
+void expect_cases(std::initializer_list<UnaryKernel<T>> kernels, const std::vector<Case<T>>& cases, const char* what,
+                  uint32_t mode = QOR_VM_ERRMODE_CALLBACK | QOR_VM_HA, double tolerance = 1e-7) {
+    std::vector<T> args;
+    for (const auto& c : cases) args.push_back(c.x);
+    int slot = 0;
+    for (auto kernel : kernels) {
+        Reports reports(mode);
+        const auto y = run<T>(kernel, args);
+        for (std::size_t i = 0; i < cases.size(); ++i) {
+            const auto& c = cases[i];
+            const auto where = [&] { return ::testing::Message() << what << " slot " << slot << " x = " << c.x << " got " << y[i]; };
+            if (std::isnan(c.want)) EXPECT_TRUE(std::isnan(y[i])) << where();
+            else if (c.want == T(kPositiveSubnormal)) EXPECT_TRUE(y[i] > 0 && y[i] < std::numeric_limits<T>::min()) << where();
+            else if (std::isfinite(c.want) && c.want != 0) EXPECT_NEAR(y[i], c.want, std::fabs(c.want) * tolerance) << where();
+            else EXPECT_EQ(bits_of(y[i]), bits_of(c.want)) << where();
+            EXPECT_EQ(Reports::code_at(int(i)), c.code) << where();
+        }
+        ++slot;
+    }
+}
+
 }  // namespace explog_test
