@@ -24,12 +24,14 @@ QOR_KERNEL_INLINE Pair two_sum(vd a, vd b) {
     return {s, SD::add(SD::sub(a, SD::sub(s, bb)), SD::sub(b, bb))};
 }
 
+// The head of x: its top 26 significant bits; x - head(x) is exact.
+QOR_KERNEL_INLINE vd head(vd x) { return SD::bit_and(x, lanes::from_bits(Bits<double>::kSplitHead)); }
+
 // hi + lo = a * b within 2^-105 relative, far from overflow and underflow:
 // heads of 26 bits, whose products are exact.
 QOR_KERNEL_INLINE Pair two_prod(vd a, vd b) {
-    const vd mask = lanes::from_bits(Bits<double>::kSplitHead);
-    const vd ah = SD::bit_and(a, mask), al = SD::sub(a, ah);
-    const vd bh = SD::bit_and(b, mask), bl = SD::sub(b, bh);
+    const vd ah = head(a), al = SD::sub(a, ah);
+    const vd bh = head(b), bl = SD::sub(b, bh);
     const vd p = SD::mul(a, b);
     vd e = SD::sub(SD::mul(ah, bh), p);
     e = SD::add(SD::add(e, SD::mul(ah, bl)), SD::mul(al, bh));

@@ -26,6 +26,7 @@
 #include <limits>
 
 #include "../lanes.h"
+#include "../pair.h"
 #include "invtrig_constants.h"
 
 namespace qor::vm::invtrig {
@@ -35,21 +36,9 @@ namespace qor::vm::invtrig {
 // also the leading term v^3 c0 of the series exact in two parts.
 enum class Method { Exact, Plain, Finer };
 
-// A value as an unevaluated sum hi + lo.
-struct Pair {
-    vd hi, lo;
-};
-
-// The head of x: its top 26 significant bits; x - head(x) is exact.
-QOR_KERNEL_INLINE vd head(vd x) { return SD::bit_and(x, Bits<double>::pattern(Bits<double>::kSplitHead)); }
-
-// x y = p + e, with an error below 2^-104 |p| (Dekker's product).
-QOR_KERNEL_INLINE Pair two_prod(vd x, vd y) {
-    const vd p = SD::mul(x, y);
-    const vd xh = head(x), xl = SD::sub(x, xh), yh = head(y), yl = SD::sub(y, yh);
-    const vd e = SD::add(SD::add(SD::add(SD::sub(SD::mul(xh, yh), p), SD::mul(xh, yl)), SD::mul(xl, yh)), SD::mul(xl, yl));
-    return {p, e};
-}
+using pair::head;
+using pair::Pair;
+using pair::two_prod;
 
 // (hi + lo)/pi, rounded once up to about 2^-100 relative.
 QOR_KERNEL_INLINE vd times_inv_pi(Pair v) {
