@@ -29,6 +29,7 @@
 
 #include "../lane_bits.h"
 #include "../lanes.h"
+#include "../pair.h"
 
 namespace qor::vm::trigpi {
 
@@ -102,9 +103,8 @@ inline Quarter<double> reduce_degrees(vd a) {
 }
 
 // ---- double-double helpers ---------------------------------------------------------
-struct Pair {
-    vd hi, lo;  // unevaluated sum
-};
+using pair::fast_two_sum;
+using pair::Pair;
 
 struct SplitConstant {
     double head, tail;  // head of 26 significant bits, tail exact
@@ -142,13 +142,6 @@ inline Pair two_product(vd x, vd y) {
     vd p = SD::mul(x, y);
     vd e = SD::add(SD::sub(SD::mul(xh, yh), p), SD::add(SD::mul(xh, yt), SD::mul(xt, yh)));
     return {p, SD::add(e, SD::mul(xt, yt))};
-}
-
-// hi + lo renormalised (|lo| <= |hi| or hi = 0): the rounded sum and its
-// exact error.
-inline Pair fast_two_sum(vd hi, vd lo) {
-    vd s = SD::add(hi, lo);
-    return {s, SD::sub(lo, SD::sub(s, hi))};
 }
 
 // ---- sine and cosine of the reduced argument ---------------------------------------
