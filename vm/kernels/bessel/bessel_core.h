@@ -54,6 +54,26 @@ QOR_KERNEL_INLINE Pair two_prod(vd a, vd b) {
     return p;
 }
 
+// Column k of the table rows of the pieces the two lanes fall in.  Piece
+// numbers come from the upper words (bits >> 47), clamped so that lanes of
+// the other methods read a valid row.
+class PieceColumns {
+public:
+    template <class Rows>
+    QOR_KERNEL_INLINE PieceColumns(vd x, const Rows& rows) {
+        vi piece = simd::vsrl_vi2_vi2_i(simd::vshuffle_vi2_vi2<0x0D>(simd::vcast_vi_vd(x)), 15);
+        piece = simd::vsub_vi2_vi2_vi2(piece, simd::vset1_vi2_i(tab::kFirstPattern));
+        piece = simd::vmin_vi2_vi2_vi2(simd::vmax_vi2_vi2_vi2(piece, simd::vzero_vi()), simd::vset1_vi2_i(tab::kPieces - 1));
+        r0_ = rows[simd::vget_i_vi2<0>(piece)];
+        r1_ = rows[simd::vget_i_vi2<1>(piece)];
+    }
+    QOR_KERNEL_INLINE vd operator()(int k) const { return simd::vload_vd_p_p(r0_ + k, r1_ + k); }
+
+private:
+    const double* r0_;
+    const double* r1_;
+};
+
 template <Kind K>
 constexpr const auto& piece_rows() {
     if constexpr (K == Kind::J0) return tab::kJ0Pieces;
@@ -68,14 +88,7 @@ template <Kind K>
 QOR_KERNEL_INLINE Pair pieces(vd x) {
     const auto& rows = piece_rows<K>();
     constexpr int kLast = int(sizeof(rows[0]) / sizeof(double)) - 1;
-    // Piece numbers from the upper words (bits >> 47), clamped so that lanes
-    // of the other methods read a valid row.
-    vi piece = simd::vsrl_vi2_vi2_i(simd::vshuffle_vi2_vi2<0x0D>(simd::vcast_vi_vd(x)), 15);
-    piece = simd::vsub_vi2_vi2_vi2(piece, simd::vset1_vi2_i(tab::kFirstPattern));
-    piece = simd::vmin_vi2_vi2_vi2(simd::vmax_vi2_vi2_vi2(piece, simd::vzero_vi()), simd::vset1_vi2_i(tab::kPieces - 1));
-    const double* r0 = rows[simd::vget_i_vi2<0>(piece)];
-    const double* r1 = rows[simd::vget_i_vi2<1>(piece)];
-    auto col = [&](int k) { return simd::vload_vd_p_p(r0 + k, r1 + k); };
+    const PieceColumns col(x, rows);
     const vd u = SD::sub(x, col(0));     // exact: x and m lie in one binade
     const vd t_hi = SD::sub(x, col(1));  // exact: z within a factor 2 of x, or z = m
     vd p = col(kLast);
@@ -257,12 +270,7 @@ template <Kind K>
 QOR_KERNEL_INLINE vd pieces_plain(vd x) {
     const auto& rows = single_rows<K>();
     constexpr int kLast = int(sizeof(rows[0]) / sizeof(double)) - 1;
-    vi piece = simd::vsrl_vi2_vi2_i(simd::vshuffle_vi2_vi2<0x0D>(simd::vcast_vi_vd(x)), 15);
-    piece = simd::vsub_vi2_vi2_vi2(piece, simd::vset1_vi2_i(tab::kFirstPattern));
-    piece = simd::vmin_vi2_vi2_vi2(simd::vmax_vi2_vi2_vi2(piece, simd::vzero_vi()), simd::vset1_vi2_i(tab::kPieces - 1));
-    const double* r0 = rows[simd::vget_i_vi2<0>(piece)];
-    const double* r1 = rows[simd::vget_i_vi2<1>(piece)];
-    auto col = [&](int k) { return simd::vload_vd_p_p(r0 + k, r1 + k); };
+    const PieceColumns col(x, rows);
     const vd u = SD::sub(x, col(0));
     const vd t = SD::sub(SD::sub(x, col(1)), col(2));
     vd p = col(kLast);
