@@ -195,31 +195,9 @@ TEST(Continuous, LognormalPairsConsumeWholePairs) {
     }
 }
 
-// A registered generator whose real fills on [a, b) all give
-// a + (b - a) * where (by default a: a uniform of 0 on [0, 1)) and answer
-// `status`.
-struct FixedUniform {
-    static inline int32_t status = 0;
-    static inline double where = 0;
-    static int32_t init(uint32_t, qor_rng_stream*, int32_t, const uint32_t*) { return 0; }
-    template <class T>
-    static int32_t fill(qor_rng_stream*, int32_t n, T* r, T a, T b) {
-        for (int32_t i = 0; i < n; ++i) r[i] = a + (b - a) * T(where);
-        return status;
-    }
-    static int32_t fill_i(qor_rng_stream*, int32_t, void*) { return 0; }
-    static int32_t brng() {
-        static const int32_t id = [] {
-            const qor_rng_brng_properties p = {24, 1, 1, 4, 32, init, fill<float>, fill<double>, fill_i};
-            return __rixRegisterBrng(&p);
-        }();
-        return id;
-    }
-};
-
 template <class T>
 void expect_finite_at_zero() {
-    Stream s = make_stream(FixedUniform::brng(), {});
+    Stream s = ScriptedGenerator::stream({0.0});
     const T a = T(2), beta = T(3), alpha = T(0.5);
     const T ln0 = T(kLnOfTiniest);  // the replacement, in the form's precision
     const auto at = [](const qor_vm_kernel* table, T x) { return apply(table, 2, std::vector<T>{x})[0]; };
@@ -250,7 +228,7 @@ TEST(Continuous, UniformOfZeroGivesFiniteValues) {
     expect_finite_at_zero<double>();
     expect_finite_at_zero<float>();
     // The written value itself, in double precision.
-    Stream s = make_stream(FixedUniform::brng(), {});
+    Stream s = ScriptedGenerator::stream({0.0});
     double r;
     ASSERT_EQ(_rixdRngExponential(0, s.get(), 1, &r, 1.0, 2.0), 0);
     EXPECT_EQ(r, 1.0 + 744.4400719213812 * 2.0);
@@ -316,17 +294,17 @@ TEST(Continuous, ControlStateIsKeptOnSuccessAndFailure) {
     asm volatile("fldcw %0" : : "m"(x87_caller));
     const uint32_t mxcsr = _mm_getcsr();
     _mm_setcsr(mxcsr | 0x8000u);
-    Stream zeros = make_stream(FixedUniform::brng(), {}), mcg = make_stream(QOR_RNG_BRNG_MCG31M1, {3});
+    Stream zeros = ScriptedGenerator::stream({0.0}), mcg = make_stream(QOR_RNG_BRNG_MCG31M1, {3});
     const struct {
         qor_rng_stream* s;
         int32_t status, n;
     } runs[] = {{mcg.get(), 0, 4}, {zeros.get(), 0, 4}, {zeros.get(), -1234, 4}, {zeros.get(), 5, 0}};
     for (const auto& run : runs) {
-        FixedUniform::status = run.status;
+        ScriptedGenerator::status = run.status;
         expect_state_kept<double>(run.s, run.status, run.n);
         expect_state_kept<float>(run.s, run.status, run.n);
     }
-    FixedUniform::status = 0;
+    ScriptedGenerator::status = 0;
     _mm_setcsr(mxcsr);
     asm volatile("fldcw %0" : : "m"(x87));
     qor_lum_kernel_SetErrorCallBack(callback);
@@ -336,8 +314,7 @@ TEST(Continuous, ControlStateIsKeptOnSuccessAndFailure) {
 TEST(Continuous, AccurateVariantsFloorAtTheDisplacement) {
     // Uniforms of 1.5 have a positive logarithm, which carries the plain
     // transforms below the displacement; the accurate ones give it.
-    FixedUniform::where = 1.5;
-    Stream s = make_stream(FixedUniform::brng(), {});
+    Stream s = ScriptedGenerator::stream({1.5});
     double plain, acc;
     ASSERT_EQ(_rixdRngExponential(0, s.get(), 1, &plain, 2.0, 3.0), 0);
     ASSERT_EQ(_rixdRngExponential(kAcc, s.get(), 1, &acc, 2.0, 3.0), 0);
@@ -347,7 +324,6 @@ TEST(Continuous, AccurateVariantsFloorAtTheDisplacement) {
     ASSERT_EQ(_rixdRngWeibull(kAcc, s.get(), 1, &acc, 1.0, 2.0, 3.0), 0);
     EXPECT_LT(plain, 2.0);
     EXPECT_EQ(acc, 2.0);
-    FixedUniform::where = 0;
 }
 
 // ---- Goodness of fit ------------------------------------------------------

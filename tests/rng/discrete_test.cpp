@@ -244,28 +244,11 @@ TEST(Discrete, InversionsUseOneUniformPerVariateAndBitWordsWhatTheyNeed) {
     }
 }
 
-namespace {
-
-// A registered generator whose every fill fails with status -77.
-int32_t failing_brng() {
-    static const int32_t id = [] {
-        const qor_rng_brng_properties p = {
-            24, 1, 1, 4, 32, [](uint32_t, qor_rng_stream*, int32_t, const uint32_t*) { return 0; },
-            [](qor_rng_stream*, int32_t, float*, float, float) { return -77; },
-            [](qor_rng_stream*, int32_t, double*, double, double) { return -77; },
-            [](qor_rng_stream*, int32_t, void*) { return -77; }};
-        return __rixRegisterBrng(&p);
-    }();
-    return id;
-}
-
-}  // namespace
-
 TEST(Discrete, FailingGeneratorStatusComesBackWithTheStateRestored) {
     // The vector-math mode and the floating-point control word are as they
     // were after a failing call and after a good one.
     const uint32_t mode = qor_lum_kernel_GetMode(), csr = _mm_getcsr() & ~0x3Fu;
-    Stream s = make_stream(failing_brng(), {1});
+    Stream s = ScriptedGenerator::stream({0.5}, -77);
     std::vector<int32_t> r(10);
     std::vector<uint64_t> w(10);
     const double lambda[10] = {1, 2, 3, 50, 50, 50, 1, 1, 1, 1}, p[2] = {0.5, 0.5};

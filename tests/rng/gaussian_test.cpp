@@ -104,32 +104,6 @@ int32_t consumed(const Stream& before, const Stream& after) {
     return -1;
 }
 
-// A generator whose real fills hand out a + (b - a) v for v running over
-// a fixed script, answering `status`.
-struct Scripted {
-    static inline std::vector<double> script;
-    static inline int32_t status = 0;
-    static inline size_t next = 0;
-    static int32_t init(uint32_t, qor_rng_stream*, int32_t, const uint32_t*) { return 0; }
-    template <class T>
-    static int32_t fill(qor_rng_stream*, int32_t n, T* r, T a, T b) {
-        if (status < 0) return status;
-        for (int32_t i = 0; i < n; ++i) r[i] = a + (b - a) * static_cast<T>(script[next++ % script.size()]);
-        return status;
-    }
-    static int32_t fill_i(qor_rng_stream*, int32_t, void*) { return 0; }
-    static Stream stream(std::vector<double> values, int32_t answer = 0) {
-        static const int32_t id = [] {
-            const qor_rng_brng_properties p = {24, 1, 1, 4, 32, init, fill<float>, fill<double>, fill_i};
-            return __rixRegisterBrng(&p);
-        }();
-        script = std::move(values);
-        status = answer;
-        next = 0;
-        return make_stream(id, {});
-    }
-};
-
 int32_t keep_result(qor_vm_error_record*) { return 1; }
 
 }  // namespace
@@ -190,11 +164,11 @@ TEST(Gaussian, PairMethodContinuesAcrossCallsCopiesAndImages) {
 
 TEST(Gaussian, UniformsAtTheEdgesGiveFiniteValues) {
     // ln 0 becomes ln of the smallest subnormal; erfinv(-1) its saturated value.
-    Stream s = Scripted::stream({0.0, 0.25});
+    Stream s = ScriptedGenerator::stream({0.0, 0.25});
     double r[2];
     ASSERT_EQ(_rixdRngGaussian(0, s.get(), 1, r, 1.0, 3.0), 0);
     EXPECT_EQ(r[0], std::sqrt(2 * 744.4400719213812) * 3.0 * 1.0 + 1.0);
-    s = Scripted::stream({0.0});
+    s = ScriptedGenerator::stream({0.0});
     ASSERT_EQ(_rixdRngGaussian(2, s.get(), 2, r, 1.0, 3.0), 0);
     EXPECT_EQ(r[0], -5.8635847487551676 * (3.0 * 1.4142135623730951) + 1.0);
     float f;
@@ -212,7 +186,7 @@ TEST(Gaussian, CallersModeCallbackAndControlWordsComeBack) {
     const qor_vm_error_callback cb = qor_lum_kernel_SetErrorCallBack(keep_result);
     const uint32_t mode = qor_lum_kernel_GetMode();
     for (int32_t answer : {0, -1234}) {
-        Stream s = Scripted::stream({0.0, 0.5, 0.75}, answer);
+        Stream s = ScriptedGenerator::stream({0.0, 0.5, 0.75}, answer);
         std::vector<double> r(10);
         for (int32_t method : {0, 1, 2}) {
             EXPECT_EQ(_rixdRngGaussian(method, s.get(), 10, r.data(), 0, 1), answer);

@@ -95,4 +95,36 @@ inline uint64_t reference_pow_mod(unsigned __int128 base, uint64_t e, unsigned _
     return static_cast<uint64_t>(r);
 }
 
+// A registered generator for edge cases: its real fills hand out
+// a + (b - a) v for v running over the script, its integer fill nothing,
+// and every fill answers the status, a negative one before writing
+// anything.  One registration serves every test; stream() sets the script
+// and the status, which a test may change while it runs.
+struct ScriptedGenerator {
+    static inline std::vector<double> script{0.5};
+    static inline int32_t status = 0;
+    static inline size_t next = 0;
+
+    static Stream stream(std::vector<double> values, int32_t answer = 0) {
+        static const int32_t id = [] {
+            const qor_rng_brng_properties p = {24, 1, 1, 4, 32, init, fill<float>, fill<double>, fill_int};
+            return __rixRegisterBrng(&p);
+        }();
+        script = std::move(values);
+        status = answer;
+        next = 0;
+        return make_stream(id, {});
+    }
+
+private:
+    static int32_t init(uint32_t, qor_rng_stream*, int32_t, const uint32_t*) { return 0; }
+    template <class T>
+    static int32_t fill(qor_rng_stream*, int32_t n, T* r, T a, T b) {
+        if (status < 0) return status;
+        for (int32_t i = 0; i < n; ++i) r[i] = a + (b - a) * static_cast<T>(script[next++ % script.size()]);
+        return status;
+    }
+    static int32_t fill_int(qor_rng_stream*, int32_t, void*) { return status; }
+};
+
 }  // namespace rng_test

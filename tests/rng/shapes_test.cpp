@@ -267,21 +267,6 @@ TEST(GaussianMV, StoragesAgreeAndSplitCallsContinueOneAnother) {
 
 namespace {
 
-// A registered generator whose every fill fails with status -7.
-struct Failing {
-    static int32_t init(uint32_t, qor_rng_stream*, int32_t, const uint32_t*) { return 0; }
-    template <class T>
-    static int32_t fill(qor_rng_stream*, int32_t, T*, T, T) { return -7; }
-    static int32_t fill_i(qor_rng_stream*, int32_t, void*) { return -7; }
-    static int32_t brng() {
-        static const int32_t id = [] {
-            const qor_rng_brng_properties p = {24, 1, 1, 4, 32, init, fill<float>, fill<double>, fill_i};
-            return __rixRegisterBrng(&p);
-        }();
-        return id;
-    }
-};
-
 struct State {
     uint32_t mode, mxcsr;
     uint16_t x87;
@@ -300,7 +285,7 @@ int32_t some_callback(qor_vm_error_record*) { return 0; }
 
 TEST(Shapes, CallsRestoreModeCallbackAndControlsAndPassFailuresOn) {
     Stream good = make_stream(QOR_RNG_BRNG_MCG59, {3});
-    Stream bad = make_stream(Failing::brng(), {});
+    Stream bad = ScriptedGenerator::stream({0.5}, -7);
     const uint32_t mode = qor_lum_kernel_RestoreMode(qor_lum_kernel_GetMode());
     const float mean[3] = {1, 2, 3}, factor[3] = {1, 1, 1};
     qor_lum_kernel_SetMode(QOR_VM_ERRMODE_STDERR | QOR_VM_FTZDAZ_ON);
