@@ -162,14 +162,7 @@ QOR_EXPORT int32_t __rixsBRngMRG32K3A(qor_rng_stream* stream, int32_t n, float* 
 
 namespace qor::rng {
 
-extern const qor_rng_brng_properties kMrg32k3aRow = {40,
-                                                     6,
-                                                     1,
-                                                     4,
-                                                     32,
-                                                     __rixBRngMRG32K3AInitStream,
-                                                     __rixsBRngMRG32K3A,
-                                                     __rixdBRngMRG32K3A,
-                                                     __rixiBRngMRG32K3A};
+extern const qor_rng_brng_properties kMrg32k3aRow = {
+    40, 6, 1, 4, 32, __rixBRngMRG32K3AInitStream, __rixsBRngMRG32K3A, __rixdBRngMRG32K3A, __rixiBRngMRG32K3A};
 
 }  // namespace qor::rng
