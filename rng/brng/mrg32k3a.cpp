@@ -47,10 +47,12 @@ void fill(State& s, int32_t n, const Sink& out) {
         }
         for (; i < blocked; i += 16) {
             __m128i n1[8], n2[8];
-            for (int j = 0; j < 8; ++j) {
+            for (int j = 0; j < 8; j += 2) {
                 n1[j] = lag16_step(k1, r1[j], r1[j + 1]);
                 n2[j] = lag16_step(k2, r2[j], r2[j + 1]);
-                out.pair(i + 2 * j, combine(n1[j], n2[j], k1.m));
+                n1[j + 1] = lag16_step(k1, r1[j + 1], r1[j + 2]);
+                n2[j + 1] = lag16_step(k2, r2[j + 1], r2[j + 2]);
+                out.quad(i + 2 * j, combine(n1[j], n2[j], k1.m), combine(n1[j + 1], n2[j + 1], k1.m));
             }
             r1[0] = r1[8];
             r2[0] = r2[8];

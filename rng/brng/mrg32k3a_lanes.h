@@ -91,7 +91,7 @@ inline __m128i combine(__m128i x1, __m128i x2, __m128i m1) {
     return _mm_castpd_si128(_mm_blendv_pd(_mm_castsi128_pd(d), _mm_castsi128_pd(wrapped), _mm_castsi128_pd(d)));
 }
 
-// ---- Sinks: one output, or two in the low halves of 64-bit lanes -----------
+// ---- Sinks: one output, or four in the low halves of two registers' lanes --
 
 inline __m128d u32_lanes_to_double(__m128i v) {
     const __m128d two52 = _mm_set1_pd(0x1p52);
@@ -101,8 +101,10 @@ inline __m128d u32_lanes_to_double(__m128i v) {
 struct IntPairSink {
     uint32_t* r;
     void one(int32_t i, uint32_t z) const { r[i] = z; }
-    void pair(int32_t i, __m128i z) const {
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(r + i), _mm_shuffle_epi32(z, _MM_SHUFFLE(3, 1, 2, 0)));
+    // Four outputs: the low halves of the lanes of z01 and z23.
+    void quad(int32_t i, __m128i z01, __m128i z23) const {
+        const __m128 packed = _mm_shuffle_ps(_mm_castsi128_ps(z01), _mm_castsi128_ps(z23), _MM_SHUFFLE(2, 0, 2, 0));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(r + i), _mm_castps_si128(packed));
     }
 };
 
@@ -110,15 +112,20 @@ struct DoublePairSink {
     double* r;
     Affine f;
     void one(int32_t i, uint32_t z) const { r[i] = f.apply(static_cast<double>(z)); }
-    void pair(int32_t i, __m128i z) const { _mm_storeu_pd(r + i, f.apply(u32_lanes_to_double(z))); }
+    void quad(int32_t i, __m128i z01, __m128i z23) const {
+        _mm_storeu_pd(r + i, f.apply(u32_lanes_to_double(z01)));
+        _mm_storeu_pd(r + i + 2, f.apply(u32_lanes_to_double(z23)));
+    }
 };
 
 struct SinglePairSink {
     float* r;
     Affine f;
     void one(int32_t i, uint32_t z) const { r[i] = static_cast<float>(f.apply(static_cast<double>(z))); }
-    void pair(int32_t i, __m128i z) const {
-        _mm_storel_pi(reinterpret_cast<__m64*>(r + i), _mm_cvtpd_ps(f.apply(u32_lanes_to_double(z))));
+    void quad(int32_t i, __m128i z01, __m128i z23) const {
+        const __m128 lo = _mm_cvtpd_ps(f.apply(u32_lanes_to_double(z01)));
+        const __m128 hi = _mm_cvtpd_ps(f.apply(u32_lanes_to_double(z23)));
+        _mm_storeu_ps(r + i, _mm_movelh_ps(lo, hi));
     }
 };
 
