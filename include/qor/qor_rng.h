@@ -282,6 +282,19 @@ QOR_RNG_API uint32_t __rixiPowMod2P31M1(uint32_t base, uint64_t exponent);
 QOR_RNG_API uint64_t __rixiPowMod2P59(uint64_t base, uint64_t exponent);
 QOR_RNG_API uint32_t __rixiPowMod(uint32_t base, uint64_t exponent, uint32_t modulus);
 
+/* MRG32k3a writes uint32 words in [0, 4294967086].  Its skip-ahead raises
+ * 3x3 matrices (row-major, acting on a component's state oldest first) to
+ * powers modulo a 32-bit modulus, writing the nine entries to result: by a
+ * 64-bit exponent, by an exponent of `words` 64-bit words (least
+ * significant first), and, for the generator's own two matrices and an
+ * exponent below 2^192 (words beyond the third are not read), from
+ * precomputed tables of powers. */
+QOR_RNG_API void __rixiVect3PowMod(uint32_t* result, const uint32_t* matrix, uint64_t exponent, uint32_t modulus);
+QOR_RNG_API void __rixiVect3PowArrayMod(uint32_t* result, const uint32_t* matrix, const uint64_t* exponent,
+                                        int32_t words, uint32_t modulus);
+QOR_RNG_API void __rixiVect3PowArrayMod_M1(uint32_t* result, const uint64_t* exponent, int32_t words);
+QOR_RNG_API void __rixiVect3PowArrayMod_M2(uint32_t* result, const uint64_t* exponent, int32_t words);
+
 /* ---- Distributions ----------------------------------------------------------
  * One export per form of each distribution of the list,
  *   _rix<p>Rng<Name>(method, stream, n, r, params...),
