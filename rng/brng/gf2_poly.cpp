@@ -38,23 +38,13 @@ uint64_t bits_at(const uint64_t* a, int32_t a_words, int64_t pos) {
     return (lo >> r) | (hi << (64 - r));
 }
 
-void clear_bits_at(uint64_t* a, int32_t a_words, int64_t pos) {
-    const int64_t q = pos >> 6;
-    const int r = static_cast<int>(pos & 63);
-    if (!r) {
-        a[q] = 0;
-        return;
-    }
-    const uint64_t low = (uint64_t{1} << r) - 1;
-    a[q] &= low;
-    if (q + 1 < a_words) a[q + 1] &= ~low;
-}
-
-void xor_bits_at(uint64_t* a, int64_t pos, uint64_t t) {
+// a ^= t at bit position pos; bits past the end of a are dropped (they are
+// 0 wherever this is used).
+void xor_bits_at(uint64_t* a, int32_t a_words, int64_t pos, uint64_t t) {
     const int64_t q = pos >> 6;
     const int r = static_cast<int>(pos & 63);
     a[q] ^= t << r;
-    if (r) a[q + 1] ^= t >> (64 - r);
+    if (r && q + 1 < a_words) a[q + 1] ^= t >> (64 - r);
 }
 
 // A scratch block from the core's allocator, released on scope exit.
@@ -98,17 +88,55 @@ bool cpu_has_pclmul() {
 SquareFn best_square() { return cpu_has_pclmul() ? square_pclmul : square_portable; }
 
 void reduce_sparse(uint64_t* a, int32_t a_words, int32_t degree, const int32_t* terms, int32_t term_count) {
-    const int64_t top = int64_t{a_words} * 64;
-    if (top <= degree) return;
-    // Slice k holds the bits [degree + 64k, degree + 64k + 64); x^degree is
-    // replaced by the lower terms, so a slice t at that position becomes t
-    // at degree - e below it for every term e.  A term close to the degree
-    // can land bits back in the same slice: fold it again until it is clear.
-    for (int64_t k = (top - degree - 1) / 64; k >= 0; --k) {
-        const int64_t pos = degree + 64 * k;
-        for (uint64_t t = bits_at(a, a_words, pos); t; t = bits_at(a, a_words, pos)) {
-            clear_bits_at(a, a_words, pos);
-            for (int32_t i = 0; i < term_count; ++i) xor_bits_at(a, 64 * k + terms[i], t);
+    // x^degree is replaced by the lower terms: a block of bits t at position
+    // pos >= degree becomes t at pos - degree + e for every term e.  A block
+    // no longer than degree - (highest term) lands wholly below pos, so the
+    // blocks are folded once each, from the top down.
+    constexpr int32_t kBlockWords = 8;
+    int32_t highest = 0;
+    for (int32_t i = 0; i < term_count; ++i) highest = terms[i] > highest ? terms[i] : highest;
+    const int64_t gap = degree - highest;
+    const int64_t block = gap < 64 * kBlockWords ? gap : 64 * kBlockWords;
+    // With a gap of a word more than a block, every fold writes kBlockWords + 1
+    // words below the block without a bound check, in vector form.
+    const bool whole_blocks = gap >= 64 * (kBlockWords + 1);
+    alignas(16) uint64_t t[kBlockWords + 1] = {};
+    alignas(16) uint64_t below[kBlockWords + 1] = {};  // below[i] = t[i - 1]
+    for (int64_t end = int64_t{a_words} * 64; end > degree;) {
+        const int64_t len = end - degree < block ? end - degree : block;
+        const int64_t pos = end - len;
+        const int32_t n = static_cast<int32_t>((len + 63) / 64);
+        bool any = false;
+        for (int32_t i = 0; i < kBlockWords; ++i) {
+            t[i] = i < n ? bits_at(a, a_words, pos + 64 * i) : 0;
+            any |= t[i] != 0;
+        }
+        if (len & 63) t[n - 1] &= (uint64_t{1} << (len & 63)) - 1;
+        end = pos;
+        if (!any) continue;
+        for (int32_t i = 0; i < n; ++i) xor_bits_at(a, a_words, pos + 64 * i, t[i]);  // clears the block
+        for (int32_t i = 1; i <= kBlockWords; ++i) below[i] = t[i - 1];
+        for (int32_t k = 0; k < term_count; ++k) {
+            const int64_t off = pos - degree + terms[k];
+            uint64_t* d = a + (off >> 6);
+            const int r = static_cast<int>(off & 63);
+            if (whole_blocks) {
+                // A shift by 64 gives 0 here, so r = 0 needs no branch.
+                const __m128i up = _mm_cvtsi32_si128(r), down = _mm_cvtsi32_si128(64 - r);
+                for (int32_t i = 0; i < kBlockWords; i += 2) {
+                    const __m128i v = _mm_or_si128(_mm_sll_epi64(_mm_load_si128(reinterpret_cast<const __m128i*>(t + i)), up),
+                                                   _mm_srl_epi64(_mm_load_si128(reinterpret_cast<const __m128i*>(below + i)), down));
+                    auto* w = reinterpret_cast<__m128i*>(d + i);
+                    _mm_storeu_si128(w, _mm_xor_si128(_mm_loadu_si128(w), v));
+                }
+                if (r) d[kBlockWords] ^= t[kBlockWords - 1] >> (64 - r);
+            } else if (r) {
+                d[0] ^= t[0] << r;
+                for (int32_t i = 1; i < n; ++i) d[i] ^= (t[i] << r) | (t[i - 1] >> (64 - r));
+                if ((off >> 6) + n < a_words) d[n] ^= t[n - 1] >> (64 - r);
+            } else {
+                for (int32_t i = 0; i < n; ++i) d[i] ^= t[i];
+            }
         }
     }
 }

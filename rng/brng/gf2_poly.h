@@ -20,8 +20,9 @@ SquareFn best_square();
 
 // Reduces a (a_words words) in place modulo the polynomial x^degree +
 // sum x^terms[i], every term below degree: afterwards only bits below
-// degree are set.  Each 64-bit slice above the degree is folded down once
-// per term, so a sparse polynomial reduces fast.
+// degree are set.  Blocks of bits above the degree are folded down once per
+// term, so a sparse polynomial whose terms stay well below its degree
+// reduces fast.
 void reduce_sparse(uint64_t* a, int32_t a_words, int32_t degree, const int32_t* terms, int32_t term_count);
 
 // The exponents below the degree of p whose coefficients are set; terms

@@ -181,7 +181,11 @@ void linear_add(void* dst, const void* src) {
         uint32_t len = kN - done;
         if (kN - di < len) len = kN - di;
         if (kN - si < len) len = kN - si;
-        for (uint32_t k = 0; k < len; ++k) d.w[di + k] ^= s.w[si + k];
+        uint32_t* to = d.w + di;
+        const uint32_t* from = s.w + si;
+        uint32_t k = 0;
+        for (; k + 4 <= len; k += 4) store(to + k, _mm_xor_si128(load(to + k), load(from + k)));
+        for (; k < len; ++k) to[k] ^= from[k];
         done += len;
     }
 }
