@@ -293,8 +293,8 @@ typedef void (*qor_rng_skip_add)(void* dst, const void* src);
 
 /* r = a mod p for a of degree a_degree and p of degree p_degree (its top
  * coefficient set, p_degree at least 1); r gets (p_degree + 63) / 64 words
- * and a is left unchanged.  Returns 0, or QOR_RNG_STATUS_BAD_ARGUMENT for a
- * null pointer or a p_degree below 1. */
+ * and a is left unchanged.  Returns 0, QOR_RNG_STATUS_BAD_ARGUMENT for a
+ * null pointer or a p_degree below 1, or QOR_RNG_STATUS_NO_MEMORY. */
 QOR_RNG_API int32_t __rixPolyRem(uint64_t* r, const uint64_t* a, int32_t a_degree, const uint64_t* p,
                                  int32_t p_degree);
 /* state = g(F) state for the step F, coefficient by coefficient (Horner's
