@@ -295,6 +295,37 @@ QOR_RNG_API void __rixiVect3PowArrayMod(uint32_t* result, const uint32_t* matrix
 QOR_RNG_API void __rixiVect3PowArrayMod_M1(uint32_t* result, const uint64_t* exponent, int32_t words);
 QOR_RNG_API void __rixiVect3PowArrayMod_M2(uint32_t* result, const uint64_t* exponent, int32_t words);
 
+/* ---- Polynomial skip-ahead of the F2-linear generators ----------------------
+ * Polynomials over GF(2) are arrays of 64-bit words, the coefficient of x^k
+ * in bit k % 64 of word k / 64.  A generator state is stepped, copied and
+ * combined (dst ^= src, the sum of two states) by the generator's own
+ * routines; the skip functions know nothing else about it. */
+typedef void (*qor_rng_skip_step)(void* state);
+typedef void (*qor_rng_skip_copy)(void* dst, const void* src);
+typedef void (*qor_rng_skip_add)(void* dst, const void* src);
+
+/* r = a mod p for a of degree a_degree and p of degree p_degree (its top
+ * coefficient set, p_degree at least 1); r gets (p_degree + 63) / 64 words
+ * and a is left unchanged.  Returns 0, QOR_RNG_STATUS_BAD_ARGUMENT for a
+ * null pointer or a p_degree below 1, or QOR_RNG_STATUS_NO_MEMORY. */
+QOR_RNG_API int32_t __rixPolyRem(uint64_t* r, const uint64_t* a, int32_t a_degree, const uint64_t* p,
+                                 int32_t p_degree);
+/* state = g(F) state for the step F, coefficient by coefficient (Horner's
+ * rule); work is one state of state_bytes bytes.  Returns 0 or
+ * QOR_RNG_STATUS_BAD_ARGUMENT. */
+QOR_RNG_API int32_t __rix_SkipAheadHorner(void* state, void* work, int32_t state_bytes, const uint64_t* g,
+                                          int32_t g_degree, qor_rng_skip_step step, qor_rng_skip_copy copy,
+                                          qor_rng_skip_add add);
+/* Advances state by the count of steps in count_words 64-bit words (least
+ * significant first): forms x^count modulo the characteristic polynomial p
+ * of the step (degree p_degree) and applies it to the state by Horner's rule
+ * over windows of several coefficients, each window's combination of the
+ * first few powers of F taken from a table built once.  Returns 0,
+ * QOR_RNG_STATUS_BAD_ARGUMENT or QOR_RNG_STATUS_NO_MEMORY. */
+QOR_RNG_API int32_t __rix_SkipAheadSWin(void* state, int32_t state_bytes, const uint64_t* count,
+                                        int32_t count_words, const uint64_t* p, int32_t p_degree,
+                                        qor_rng_skip_step step, qor_rng_skip_copy copy, qor_rng_skip_add add);
+
 /* ---- Distributions ----------------------------------------------------------
  * One export per form of each distribution of the list,
  *   _rix<p>Rng<Name>(method, stream, n, r, params...),

@@ -1,4 +1,290 @@
-// MT19937, the Mersenne twister: registry row only; the recurrence is not part of this build.
-#include "rng/brng/unavailable_brng.h"
+// MT19937, the Mersenne twister of period 2^19937 - 1: a vector of 624
+// 32-bit words regenerated 624 words at a time (the twist), each output one
+// word of the vector passed through the tempering.  Skip-ahead steps the
+// recurrence for short distances and uses the polynomial method for long
+// ones.
+#include <smmintrin.h>
 
-QOR_RNG_UNAVAILABLE_BRNG(MT19937, kMt19937Row, 2520, 625, 1, 4, 32)
+#include <cstring>
+
+#include "qor/qor_rng.h"
+#include "rng/brng/brng_rows.h"
+#include "rng/brng/mcg_lanes.h"
+#include "rng/brng/mt19937_charpoly.h"
+#include "rng/stream/stream_layout.h"
+
+namespace qor::rng {
+namespace {
+
+constexpr int32_t kN = 624, kM = 397, kNM = kN - kM;  // kNM = 227
+constexpr uint32_t kMatrixA = 0x9908B0DF;             // 2567483615
+constexpr uint32_t kUpper = 0x80000000, kLower = 0x7FFFFFFF;
+constexpr uint32_t kTemperB = 0x9D2C5680, kTemperC = 0xEFC60000;
+constexpr uint64_t kShortSkipLimit = 0x1FFFFF;
+// 2^-32.
+constexpr uint64_t kTwoPowMinus32Bits = 0x3DF0000000000000;
+const double kTwoPowMinus32 = __builtin_bit_cast(double, kTwoPowMinus32Bits);
+
+struct MtState {
+    uint32_t mt[kN];
+    uint32_t mti;  // next word to output; kN: regenerate first
+};
+static_assert(sizeof(MtState) + kStreamHeaderBytes <= 2520);  // the row reserves 2520
+
+// ---- The twist ---------------------------------------------------------------
+
+inline uint32_t twist_word(uint32_t far, uint32_t cur, uint32_t next) {
+    const uint32_t y = (cur & kUpper) | (next & kLower);
+    return far ^ (y >> 1) ^ ((0u - (y & 1)) & kMatrixA);
+}
+
+inline __m128i twist_x4(__m128i far, __m128i cur, __m128i next) {
+    const __m128i y = _mm_or_si128(_mm_and_si128(cur, _mm_set1_epi32(static_cast<int>(kUpper))),
+                                   _mm_and_si128(next, _mm_set1_epi32(kLower)));
+    const __m128i odd = _mm_srai_epi32(_mm_slli_epi32(y, 31), 31);
+    return _mm_xor_si128(_mm_xor_si128(far, _mm_srli_epi32(y, 1)),
+                         _mm_and_si128(odd, _mm_set1_epi32(static_cast<int>(kMatrixA))));
+}
+
+inline __m128i load(const uint32_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
+inline void store(uint32_t* p, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
+
+// Regenerates all 624 words, four per register: words k < 227 read the old
+// word k + 397, words from 227 the new word k - 227 (written before it is
+// read, as four words from k - 227 end before k).
+void twist(uint32_t* mt) {
+    int32_t k = 0;
+    for (; k + 4 <= kNM; k += 4) store(mt + k, twist_x4(load(mt + k + kM), load(mt + k), load(mt + k + 1)));
+    for (; k < kNM; ++k) mt[k] = twist_word(mt[k + kM], mt[k], mt[k + 1]);
+    for (; k + 4 <= kN - 1; k += 4) store(mt + k, twist_x4(load(mt + k - kNM), load(mt + k), load(mt + k + 1)));
+    for (; k < kN - 1; ++k) mt[k] = twist_word(mt[k - kNM], mt[k], mt[k + 1]);
+    mt[kN - 1] = twist_word(mt[kM - 1], mt[kN - 1], mt[0]);
+}
+
+// ---- Tempering and the fills -------------------------------------------------
+
+inline uint32_t temper(uint32_t y) {
+    y ^= y >> 11;
+    y ^= (y << 7) & kTemperB;
+    y ^= (y << 15) & kTemperC;
+    return y ^ (y >> 18);
+}
+
+inline __m128i temper_x4(__m128i y) {
+    y = _mm_xor_si128(y, _mm_srli_epi32(y, 11));
+    y = _mm_xor_si128(y, _mm_and_si128(_mm_slli_epi32(y, 7), _mm_set1_epi32(static_cast<int>(kTemperB))));
+    y = _mm_xor_si128(y, _mm_and_si128(_mm_slli_epi32(y, 15), _mm_set1_epi32(static_cast<int>(kTemperC))));
+    return _mm_xor_si128(y, _mm_srli_epi32(y, 18));
+}
+
+// Unsigned 32-bit words to double, exactly: flip the top bit, convert as
+// signed, add 2^31 back.
+inline __m128d u32_to_double_x2(__m128i v) {
+    return _mm_add_pd(_mm_cvtepi32_pd(_mm_xor_si128(v, _mm_set1_epi32(static_cast<int>(kUpper)))),
+                      _mm_set1_pd(2147483648.0));
+}
+
+struct DoubleU32Sink {
+    double* r;
+    Affine f;
+    void one(int32_t i, uint32_t x) const { r[i] = f.apply(static_cast<double>(x)); }
+    void vec(int32_t i, __m128i v) const {
+        _mm_storeu_pd(r + i, f.apply(u32_to_double_x2(v)));
+        _mm_storeu_pd(r + i + 2, f.apply(u32_to_double_x2(_mm_unpackhi_epi64(v, v))));
+    }
+};
+
+struct SingleU32Sink {
+    float* r;
+    Affine f;
+    void one(int32_t i, uint32_t x) const { r[i] = static_cast<float>(f.apply(static_cast<double>(x))); }
+    void vec(int32_t i, __m128i v) const {
+        const __m128 lo = _mm_cvtpd_ps(f.apply(u32_to_double_x2(v)));
+        const __m128 hi = _mm_cvtpd_ps(f.apply(u32_to_double_x2(_mm_unpackhi_epi64(v, v))));
+        _mm_storeu_ps(r + i, _mm_movelh_ps(lo, hi));
+    }
+};
+
+template <class Sink>
+void fill(MtState& s, int32_t n, const Sink& out) {
+    int32_t i = 0;
+    uint32_t mti = s.mti;
+    while (i < n) {
+        if (mti >= kN) {
+            twist(s.mt);
+            mti = 0;
+        }
+        const int32_t run = n - i < kN - static_cast<int32_t>(mti) ? n - i : kN - static_cast<int32_t>(mti);
+        const uint32_t* src = s.mt + mti;
+        int32_t j = 0;
+        for (; j + 4 <= run; j += 4) out.vec(i + j, temper_x4(load(src + j)));
+        for (; j < run; ++j) out.one(i + j, temper(src[j]));
+        i += run;
+        mti += static_cast<uint32_t>(run);
+    }
+    s.mti = mti;
+}
+
+// ---- Seeding -----------------------------------------------------------------
+
+void seed_by_array(MtState& s, const uint32_t* key, int32_t length) {
+    uint32_t* mt = s.mt;
+    mt[0] = 19650218u;
+    for (int32_t i = 1; i < kN; ++i) mt[i] = 1812433253u * (mt[i - 1] ^ (mt[i - 1] >> 30)) + static_cast<uint32_t>(i);
+    int32_t i = 1, j = 0;
+    for (int32_t k = kN > length ? kN : length; k > 0; --k) {
+        mt[i] = (mt[i] ^ ((mt[i - 1] ^ (mt[i - 1] >> 30)) * 1664525u)) + key[j] + static_cast<uint32_t>(j);
+        if (++i >= kN) {
+            mt[0] = mt[kN - 1];
+            i = 1;
+        }
+        if (++j >= length) j = 0;
+    }
+    for (int32_t k = kN - 1; k > 0; --k) {
+        mt[i] = (mt[i] ^ ((mt[i - 1] ^ (mt[i - 1] >> 30)) * 1566083941u)) - static_cast<uint32_t>(i);
+        if (++i >= kN) {
+            mt[0] = mt[kN - 1];
+            i = 1;
+        }
+    }
+    mt[0] = kUpper;
+    s.mti = kN;
+}
+
+// ---- Skip-ahead --------------------------------------------------------------
+
+// The word recurrence as a linear map on a circular vector: head is the
+// oldest word, which the step replaces by the next word of the sequence.
+// Two such states add word by word in sequence order, whatever their heads.
+struct LinearState {
+    uint32_t w[kN];
+    uint32_t head;
+};
+
+void linear_step(void* p) {
+    auto& s = *static_cast<LinearState*>(p);
+    const uint32_t k = s.head;
+    const uint32_t k1 = k + 1 == kN ? 0 : k + 1;
+    const uint32_t km = k + kM < kN ? k + kM : k + kM - kN;
+    s.w[k] = twist_word(s.w[km], s.w[k], s.w[k1]);
+    s.head = k1;
+}
+
+void linear_copy(void* dst, const void* src) { std::memcpy(dst, src, sizeof(LinearState)); }
+
+void linear_add(void* dst, const void* src) {
+    auto& d = *static_cast<LinearState*>(dst);
+    const auto& s = *static_cast<const LinearState*>(src);
+    // At most three runs in which neither index wraps.
+    for (uint32_t done = 0; done < kN;) {
+        const uint32_t di = (d.head + done) % kN, si = (s.head + done) % kN;
+        uint32_t len = kN - done;
+        if (kN - di < len) len = kN - di;
+        if (kN - si < len) len = kN - si;
+        uint32_t* to = d.w + di;
+        const uint32_t* from = s.w + si;
+        uint32_t k = 0;
+        for (; k + 4 <= len; k += 4) store(to + k, _mm_xor_si128(load(to + k), load(from + k)));
+        for (; k < len; ++k) to[k] ^= from[k];
+        done += len;
+    }
+}
+
+// Advances by `twists` regenerations of the vector.  Short distances twist
+// in place; long ones apply x^(624 twists) modulo the characteristic
+// polynomial to the vector.  Only the 19937 bits that determine the
+// sequence are exact: the low 31 bits of word 0 never reach an output.
+int32_t advance_twists(MtState& s, uint64_t twists, bool long_skip) {
+    if (!long_skip) {
+        for (uint64_t t = 0; t < twists; ++t) twist(s.mt);
+        return QOR_RNG_STATUS_OK;
+    }
+    LinearState lin;
+    std::memcpy(lin.w, s.mt, sizeof lin.w);
+    lin.head = 0;
+    const unsigned __int128 steps = static_cast<unsigned __int128>(twists) * kN;
+    const uint64_t count[2] = {static_cast<uint64_t>(steps), static_cast<uint64_t>(steps >> 64)};
+    const int32_t status = __rix_SkipAheadSWin(&lin, sizeof lin, count, 2, kMt19937CharPoly, kMt19937Degree,
+                                               linear_step, linear_copy, linear_add);
+    if (status < 0) return status;
+    for (int32_t k = 0; k < kN; ++k) s.mt[k] = lin.w[(lin.head + static_cast<uint32_t>(k)) % kN];
+    return QOR_RNG_STATUS_OK;
+}
+
+// Skipping s outputs moves the output position from mti to mti + s; the
+// vector is regenerated only as often as drawing the outputs would.
+int32_t skip_ahead(MtState& s, uint64_t count) {
+    if (count == 0) return QOR_RNG_STATUS_OK;
+    const unsigned __int128 target = static_cast<unsigned __int128>(s.mti) + count;
+    uint64_t twists = static_cast<uint64_t>(target / kN);
+    uint32_t mti = static_cast<uint32_t>(target % kN);
+    if (mti == 0) {  // the last vector used is fully drawn
+        --twists;
+        mti = kN;
+    }
+    const int32_t status = advance_twists(s, twists, count > kShortSkipLimit);
+    if (status < 0) return status;
+    s.mti = mti;
+    return QOR_RNG_STATUS_OK;
+}
+
+int32_t init(uint32_t method, qor_rng_stream* stream, int32_t n, const uint32_t* params) {
+    if (!stream) return QOR_RNG_STATUS_BAD_ARGUMENT;
+    MtState& s = *state_of<MtState>(stream);
+    switch (method) {
+    case 0: {
+        if (n >= 1 && !params) return QOR_RNG_STATUS_BAD_ARGUMENT;
+        static constexpr uint32_t kDefaultKey[1] = {1};
+        if (n < 1)
+            seed_by_array(s, kDefaultKey, 1);
+        else
+            seed_by_array(s, params, n);
+        return QOR_RNG_STATUS_OK;
+    }
+    case 1:
+        return QOR_RNG_STATUS_NO_LEAPFROG;
+    case 2:  // the 64-bit count in params[0..1]
+        if (!params) return QOR_RNG_STATUS_BAD_ARGUMENT;
+        return skip_ahead(s, params[0] | (uint64_t{params[1]} << 32));
+    case 3:
+        return QOR_RNG_STATUS_NO_SKIP_AHEAD_EX;
+    default:
+        return QOR_RNG_STATUS_BAD_METHOD;
+    }
+}
+
+}  // namespace
+}  // namespace qor::rng
+
+using namespace qor::rng;
+
+QOR_EXTERN_C {
+
+QOR_EXPORT int32_t __rixBRngMT19937InitStream(uint32_t method, qor_rng_stream* stream, int32_t n,
+                                              const uint32_t* params) {
+    return init(method, stream, n, params);
+}
+
+QOR_EXPORT int32_t __rixiBRngMT19937(qor_rng_stream* stream, int32_t n, void* r) {
+    fill(*state_of<MtState>(stream), n, IntSink<uint32_t>{static_cast<uint32_t*>(r)});
+    return QOR_RNG_STATUS_OK;
+}
+
+QOR_EXPORT int32_t __rixdBRngMT19937(qor_rng_stream* stream, int32_t n, double* r, double a, double b) {
+    fill(*state_of<MtState>(stream), n, DoubleU32Sink{r, Affine(a, b, kTwoPowMinus32)});
+    return QOR_RNG_STATUS_OK;
+}
+
+QOR_EXPORT int32_t __rixsBRngMT19937(qor_rng_stream* stream, int32_t n, float* r, float a, float b) {
+    fill(*state_of<MtState>(stream), n, SingleU32Sink{r, Affine(a, b, kTwoPowMinus32)});
+    return QOR_RNG_STATUS_OK;
+}
+
+}  // extern "C"
+
+namespace qor::rng {
+
+extern const qor_rng_brng_properties kMt19937Row = {
+    2520, 625, 1, 4, 32, __rixBRngMT19937InitStream, __rixsBRngMT19937, __rixdBRngMT19937, __rixiBRngMT19937};
+
+}  // namespace qor::rng

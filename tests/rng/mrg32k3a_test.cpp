@@ -106,7 +106,7 @@ struct Published {
 };
 
 Published published() {
-    std::ifstream in(QOR_TEST_DATA_DIR "/../../../shared/vectors/MRG32k3a_test2RngStream.res");
+    std::ifstream in(QOR_TEST_VECTORS_DIR "/MRG32k3a_test2RngStream.res");
     EXPECT_TRUE(in) << "reference file missing";
     Published p;
     std::string line;
