@@ -80,27 +80,41 @@ struct Affine {
     __m128d apply(__m128d v) const { return _mm_add_pd(_mm_mul_pd(v, vscale), vshift); }
 };
 
-// Double and single outputs of MCG31m1 (four 32-bit values per vector).
-struct Double31Sink {
+// The low two of four 32-bit lanes as doubles, exactly: read as signed
+// (values below 2^31, as MCG31m1's), or as unsigned (whole 32-bit words:
+// the top bit flipped, converted as signed, 2^31 added back).
+inline __m128d low_i32_to_double(__m128i v) { return _mm_cvtepi32_pd(v); }
+inline __m128d low_u32_to_double(__m128i v) {
+    return _mm_add_pd(_mm_cvtepi32_pd(_mm_xor_si128(v, _mm_set1_epi32(INT32_MIN))), _mm_set1_pd(2147483648.0));
+}
+
+// Double and single outputs of generators of 32-bit values, four per
+// vector, converted by ToDouble.
+template <__m128d (*ToDouble)(__m128i)>
+struct Double32Sink {
     double* r;
     Affine f;
     void one(int32_t i, uint32_t x) const { r[i] = f.apply(static_cast<double>(x)); }
     void vec(int32_t i, __m128i v) const {
-        _mm_storeu_pd(r + i, f.apply(_mm_cvtepi32_pd(v)));
-        _mm_storeu_pd(r + i + 2, f.apply(_mm_cvtepi32_pd(_mm_unpackhi_epi64(v, v))));
+        _mm_storeu_pd(r + i, f.apply(ToDouble(v)));
+        _mm_storeu_pd(r + i + 2, f.apply(ToDouble(_mm_unpackhi_epi64(v, v))));
     }
 };
 
-struct Single31Sink {
+template <__m128d (*ToDouble)(__m128i)>
+struct Single32Sink {
     float* r;
     Affine f;
     void one(int32_t i, uint32_t x) const { r[i] = static_cast<float>(f.apply(static_cast<double>(x))); }
     void vec(int32_t i, __m128i v) const {
-        const __m128 lo = _mm_cvtpd_ps(f.apply(_mm_cvtepi32_pd(v)));
-        const __m128 hi = _mm_cvtpd_ps(f.apply(_mm_cvtepi32_pd(_mm_unpackhi_epi64(v, v))));
+        const __m128 lo = _mm_cvtpd_ps(f.apply(ToDouble(v)));
+        const __m128 hi = _mm_cvtpd_ps(f.apply(ToDouble(_mm_unpackhi_epi64(v, v))));
         _mm_storeu_ps(r + i, _mm_movelh_ps(lo, hi));
     }
 };
+
+using Double31Sink = Double32Sink<low_i32_to_double>;
+using Single31Sink = Single32Sink<low_i32_to_double>;
 
 // Double and single outputs of MCG59 (two 64-bit values per vector).
 struct Double59Sink {

@@ -77,34 +77,6 @@ inline __m128i temper_x4(__m128i y) {
     return _mm_xor_si128(y, _mm_srli_epi32(y, 18));
 }
 
-// Unsigned 32-bit words to double, exactly: flip the top bit, convert as
-// signed, add 2^31 back.
-inline __m128d u32_to_double_x2(__m128i v) {
-    return _mm_add_pd(_mm_cvtepi32_pd(_mm_xor_si128(v, _mm_set1_epi32(static_cast<int>(kUpper)))),
-                      _mm_set1_pd(2147483648.0));
-}
-
-struct DoubleU32Sink {
-    double* r;
-    Affine f;
-    void one(int32_t i, uint32_t x) const { r[i] = f.apply(static_cast<double>(x)); }
-    void vec(int32_t i, __m128i v) const {
-        _mm_storeu_pd(r + i, f.apply(u32_to_double_x2(v)));
-        _mm_storeu_pd(r + i + 2, f.apply(u32_to_double_x2(_mm_unpackhi_epi64(v, v))));
-    }
-};
-
-struct SingleU32Sink {
-    float* r;
-    Affine f;
-    void one(int32_t i, uint32_t x) const { r[i] = static_cast<float>(f.apply(static_cast<double>(x))); }
-    void vec(int32_t i, __m128i v) const {
-        const __m128 lo = _mm_cvtpd_ps(f.apply(u32_to_double_x2(v)));
-        const __m128 hi = _mm_cvtpd_ps(f.apply(u32_to_double_x2(_mm_unpackhi_epi64(v, v))));
-        _mm_storeu_ps(r + i, _mm_movelh_ps(lo, hi));
-    }
-};
-
 template <class Sink>
 void fill(MtState& s, int32_t n, const Sink& out) {
     int32_t i = 0;
@@ -271,12 +243,12 @@ QOR_EXPORT int32_t __rixiBRngMT19937(qor_rng_stream* stream, int32_t n, void* r)
 }
 
 QOR_EXPORT int32_t __rixdBRngMT19937(qor_rng_stream* stream, int32_t n, double* r, double a, double b) {
-    fill(*state_of<MtState>(stream), n, DoubleU32Sink{r, Affine(a, b, kTwoPowMinus32)});
+    fill(*state_of<MtState>(stream), n, Double32Sink<low_u32_to_double>{r, Affine(a, b, kTwoPowMinus32)});
     return QOR_RNG_STATUS_OK;
 }
 
 QOR_EXPORT int32_t __rixsBRngMT19937(qor_rng_stream* stream, int32_t n, float* r, float a, float b) {
-    fill(*state_of<MtState>(stream), n, SingleU32Sink{r, Affine(a, b, kTwoPowMinus32)});
+    fill(*state_of<MtState>(stream), n, Single32Sink<low_u32_to_double>{r, Affine(a, b, kTwoPowMinus32)});
     return QOR_RNG_STATUS_OK;
 }
 
