@@ -12,14 +12,7 @@
 
 namespace {
 
-struct StreamOwner {
-    qor_rng_stream* s = nullptr;
-    explicit StreamOwner(int32_t brng) {
-        const uint32_t seed = 20240601;
-        __rixNewStreamEx(&s, brng, 1, &seed);
-    }
-    ~StreamOwner() { __rixDeleteStream(&s); }
-};
+using qor::bench::StreamOwner;
 
 template <class T, class Fill>
 void run(benchmark::State& state, Fill fill) {

@@ -24,11 +24,7 @@ void run(benchmark::State& state, Fill fill) {
     qor::bench::time_fill<double>(state, state.range(0), [&](double* r, int64_t n) { fill(r, static_cast<int32_t>(n)); });
 }
 
-struct StreamOwner {
-    qor_rng_stream* s = nullptr;
-    explicit StreamOwner(int32_t brng) { __rixNewStreamEx(&s, brng, 1, &kSeed); }
-    ~StreamOwner() { __rixDeleteStream(&s); }
-};
+using qor::bench::StreamOwner;
 
 // qor's kernel export over a fresh stream of brng.
 template <class Draw>

@@ -17,14 +17,7 @@ namespace {
 
 constexpr int32_t kN = 10000;
 
-struct StreamOwner {
-    qor_rng_stream* s = nullptr;
-    explicit StreamOwner(int32_t brng) {
-        const uint32_t seed = 20240601;
-        __rixNewStreamEx(&s, brng, 1, &seed);
-    }
-    ~StreamOwner() { __rixDeleteStream(&s); }
-};
+using qor::bench::StreamOwner;
 
 struct GslOwner {
     gsl_rng* g = gsl_rng_alloc(gsl_rng_mt19937);

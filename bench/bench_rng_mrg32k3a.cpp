@@ -26,14 +26,7 @@ struct PlainMrg32k3a {
     }
 };
 
-struct StreamOwner {
-    qor_rng_stream* s = nullptr;
-    StreamOwner() {
-        const uint32_t seed[6] = {12345, 12345, 12345, 12345, 12345, 12345};
-        __rixNewStreamEx(&s, QOR_RNG_BRNG_MRG32K3A, 6, seed);
-    }
-    ~StreamOwner() { __rixDeleteStream(&s); }
-};
+using qor::bench::StreamOwner;
 
 template <class T, class Fill>
 void run(benchmark::State& state, Fill fill) {
@@ -42,17 +35,17 @@ void run(benchmark::State& state, Fill fill) {
 }
 
 void MrgIntFill(benchmark::State& state) {
-    StreamOwner g;
+    StreamOwner g(QOR_RNG_BRNG_MRG32K3A, {12345, 12345, 12345, 12345, 12345, 12345});
     run<uint32_t>(state, [&](uint32_t* r, std::size_t n) { __rixiBRngMRG32K3A(g.s, int32_t(n), r); });
 }
 
 void MrgDoubleFill(benchmark::State& state) {
-    StreamOwner g;
+    StreamOwner g(QOR_RNG_BRNG_MRG32K3A, {12345, 12345, 12345, 12345, 12345, 12345});
     run<double>(state, [&](double* r, std::size_t n) { __rixdBRngMRG32K3A(g.s, int32_t(n), r, 0.0, 1.0); });
 }
 
 void MrgSingleFill(benchmark::State& state) {
-    StreamOwner g;
+    StreamOwner g(QOR_RNG_BRNG_MRG32K3A, {12345, 12345, 12345, 12345, 12345, 12345});
     run<float>(state, [&](float* r, std::size_t n) { __rixsBRngMRG32K3A(g.s, int32_t(n), r, 0.0f, 1.0f); });
 }
 
@@ -75,7 +68,7 @@ void PlainScalarDouble(benchmark::State& state) {
 // same as restarting it.
 template <class Skip>
 void time_skip(benchmark::State& state, Skip skip) {
-    StreamOwner g;
+    StreamOwner g(QOR_RNG_BRNG_MRG32K3A, {12345, 12345, 12345, 12345, 12345, 12345});
     for (auto _ : state) {
         skip(g.s);
         benchmark::ClobberMemory();

@@ -13,14 +13,7 @@ namespace {
 
 constexpr int64_t kInCache = 1000, kOutOfCache = 1000000;
 
-struct MtStream {
-    qor_rng_stream* s = nullptr;
-    MtStream() {
-        const uint32_t seed = 20240601;
-        __rixNewStreamEx(&s, QOR_RNG_BRNG_MT19937, 1, &seed);
-    }
-    ~MtStream() { __rixDeleteStream(&s); }
-};
+using qor::bench::StreamOwner;
 
 template <class T, class Fill>
 void run(benchmark::State& state, Fill fill) {
@@ -29,12 +22,12 @@ void run(benchmark::State& state, Fill fill) {
 }
 
 void Mt19937IntFill(benchmark::State& state) {
-    MtStream g;
+    StreamOwner g(QOR_RNG_BRNG_MT19937);
     run<uint32_t>(state, [&](uint32_t* r, std::size_t n) { __rixiBRngMT19937(g.s, int32_t(n), r); });
 }
 
 void Mt19937DoubleFill(benchmark::State& state) {
-    MtStream g;
+    StreamOwner g(QOR_RNG_BRNG_MT19937);
     run<double>(state, [&](double* r, std::size_t n) { __rixdBRngMT19937(g.s, int32_t(n), r, 0.0, 1.0); });
 }
 
@@ -54,7 +47,7 @@ void StdMt19937UniformReal(benchmark::State& state) {
 }
 
 void Mt19937SkipAhead(benchmark::State& state) {
-    MtStream g;
+    StreamOwner g(QOR_RNG_BRNG_MT19937);
     const uint64_t count = state.range(0) == 64 ? ~uint64_t{0} : uint64_t{1} << state.range(0);
     for (auto _ : state) benchmark::DoNotOptimize(__rixSkipAheadStream(g.s, count));
 }

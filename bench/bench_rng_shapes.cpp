@@ -21,11 +21,7 @@ namespace {
 constexpr int32_t kN = 10000;
 constexpr uint32_t kSeed = 20240601;
 
-struct StreamOwner {
-    qor_rng_stream* s = nullptr;
-    explicit StreamOwner(int32_t brng) { __rixNewStreamEx(&s, brng, 1, &kSeed); }
-    ~StreamOwner() { __rixDeleteStream(&s); }
-};
+using qor::bench::StreamOwner;
 
 struct GslOwner {
     gsl_rng* g = gsl_rng_alloc(gsl_rng_mt19937);

@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "qor/qor_rng.h"
 #include "qor/qor_vm.h"
 
 namespace qor::bench {
@@ -29,6 +30,18 @@ public:
 
 private:
     uint64_t t0_ = 0, ticks_ = 0;
+};
+
+// A stream of generator brng seeded with the given words, deleted at the
+// end of the scope.
+struct StreamOwner {
+    qor_rng_stream* s = nullptr;
+    explicit StreamOwner(int32_t brng, std::vector<uint32_t> seed = {20240601}) {
+        __rixNewStreamEx(&s, brng, static_cast<int32_t>(seed.size()), seed.data());
+    }
+    ~StreamOwner() { __rixDeleteStream(&s); }
+    StreamOwner(const StreamOwner&) = delete;
+    StreamOwner& operator=(const StreamOwner&) = delete;
 };
 
 // Times fill(out, count) into one array of count * width values per

@@ -236,18 +236,6 @@ TEST(Continuous, UniformOfZeroGivesFiniteValues) {
 
 int32_t caller_callback(qor_vm_error_record*) { return 1; }
 
-struct ControlState {
-    uint32_t mode, mxcsr;
-    uint16_t x87;
-    qor_vm_error_callback callback;
-    static ControlState now() {
-        ControlState c{qor_lum_kernel_GetMode(), _mm_getcsr() & ~0x3Fu, 0, qor_lum_kernel_GetErrorCallBack()};
-        asm volatile("fnstcw %0" : "=m"(c.x87));
-        return c;
-    }
-    bool operator==(const ControlState&) const = default;
-};
-
 // The distributions that mask the floating-point exceptions run with the
 // inexact and division-by-zero exceptions unmasked by the caller: any
 // rounding inside would trap if they did not mask it.  The others only

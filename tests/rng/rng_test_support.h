@@ -4,6 +4,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <xmmintrin.h>
 
 #ifdef _WIN32
 #include <process.h>
@@ -17,6 +18,7 @@
 #include <vector>
 
 #include "qor/qor_rng.h"
+#include "qor/qor_vm.h"
 
 namespace rng_test {
 
@@ -94,6 +96,20 @@ inline uint64_t reference_pow_mod(unsigned __int128 base, uint64_t e, unsigned _
     }
     return static_cast<uint64_t>(r);
 }
+
+// What a distribution call must give back to its caller: the vector-math
+// mode and callback, and the control bits of MXCSR and of the x87 unit.
+struct ControlState {
+    uint32_t mode, mxcsr;
+    uint16_t x87;
+    qor_vm_error_callback callback;
+    static ControlState now() {
+        ControlState c{qor_lum_kernel_GetMode(), _mm_getcsr() & ~0x3Fu, 0, qor_lum_kernel_GetErrorCallBack()};
+        asm volatile("fnstcw %0" : "=m"(c.x87));
+        return c;
+    }
+    bool operator==(const ControlState&) const = default;
+};
 
 // A registered generator for edge cases: its real fills hand out
 // a + (b - a) v for v running over the script, its integer fill nothing,

@@ -267,18 +267,6 @@ TEST(GaussianMV, StoragesAgreeAndSplitCallsContinueOneAnother) {
 
 namespace {
 
-struct State {
-    uint32_t mode, mxcsr;
-    uint16_t x87;
-    qor_vm_error_callback callback;
-    static State now() {
-        State s{qor_lum_kernel_GetMode(), _mm_getcsr() & ~0x3Fu, 0, qor_lum_kernel_GetErrorCallBack()};
-        asm volatile("fnstcw %0" : "=m"(s.x87));
-        return s;
-    }
-    bool operator==(const State&) const = default;
-};
-
 int32_t some_callback(qor_vm_error_record*) { return 0; }
 
 }  // namespace
@@ -292,7 +280,7 @@ TEST(Shapes, CallsRestoreModeCallbackAndControlsAndPassFailuresOn) {
     qor_lum_kernel_SetErrorCallBack(some_callback);
     const uint32_t mxcsr = _mm_getcsr();
     _mm_setcsr((mxcsr & ~0x1F80u) | 0x1D80);  // divide-by-zero unmasked
-    const State before = State::now();
+    const ControlState before = ControlState::now();
     std::vector<double> d(3000);
     std::vector<float> f(3000);
     for (qor_rng_stream* s : {good.get(), bad.get()}) {
@@ -303,7 +291,7 @@ TEST(Shapes, CallsRestoreModeCallbackAndControlsAndPassFailuresOn) {
         EXPECT_EQ(_rixsRngBeta(0, s, 3000, f.data(), 0.5f, 30, 0, 1), want);
         EXPECT_EQ(_rixdRngChiSquare(0, s, 3000, d.data(), 4), want);
         EXPECT_EQ(_rixsRngGaussianMV(1, s, 1000, f.data(), 3, QOR_RNG_MATRIX_DIAGONAL, mean, factor), want);
-        EXPECT_TRUE(State::now() == before);
+        EXPECT_TRUE(ControlState::now() == before);
     }
     _mm_setcsr(mxcsr);
     qor_lum_kernel_SetErrorCallBack(nullptr);
