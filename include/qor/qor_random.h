@@ -58,7 +58,10 @@ QOR_CORE_API int qor_rng_leapfrog_stream(qor_rng_stream* stream, int k, int nstr
 QOR_CORE_API int qor_rng_skip_ahead_stream(qor_rng_stream* stream, uint64_t nskip);
 /* Advances the stream by the count held in n 64-bit words, least
  * significant first (more than 2^31 - 1 words: QOR_RNG_STATUS_BAD_ARGUMENT);
- * a generator without it answers QOR_RNG_STATUS_NO_SKIP_AHEAD_EX. */
+ * MRG32k3a and MT19937 take any count (MT19937 reduces it modulo its
+ * period, so a skip costs at most as much as one of 2^19937: about 0.7 s;
+ * 2^128 takes milliseconds); the MCG generators answer
+ * QOR_RNG_STATUS_NO_SKIP_AHEAD_EX. */
 QOR_CORE_API int qor_rng_skip_ahead_stream_ex(qor_rng_stream* stream, int64_t n, const uint64_t* nskip);
 /* The identifier the stream was made with (0 or more), or a status. */
 QOR_CORE_API int qor_rng_get_stream_brng(const qor_rng_stream* stream);

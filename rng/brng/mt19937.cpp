@@ -2,7 +2,7 @@
 // 32-bit words regenerated 624 words at a time (the twist), each output one
 // word of the vector passed through the tempering.  Skip-ahead steps the
 // recurrence for short distances and uses the polynomial method for long
-// ones.
+// ones; a count of many words is first reduced modulo the period.
 #include <smmintrin.h>
 
 #include <cstring>
@@ -200,6 +200,106 @@ int32_t skip_ahead(MtState& s, uint64_t count) {
     return QOR_RNG_STATUS_OK;
 }
 
+// ---- Skip-ahead by a count of many words ---------------------------------------
+
+constexpr int32_t kPeriodBits = kMt19937Degree;                  // the period is 2^19937 - 1
+constexpr int32_t kPeriodWords = (kPeriodBits + 63) / 64;        // 312
+
+// c mod 624 for c in `words` 64-bit words, least significant first.
+uint32_t mod_vector_length(const uint64_t* c, int32_t words) {
+    const uint64_t word_mod = static_cast<uint64_t>((static_cast<unsigned __int128>(1) << 64) % kN);
+    uint64_t r = 0;
+    for (int32_t i = words - 1; i >= 0; --i) r = (r * word_mod + c[i] % kN) % kN;
+    return static_cast<uint32_t>(r);
+}
+
+// Bits [at, at + 64) of c (words 64-bit words), zero beyond its end.
+uint64_t bits_at(const uint64_t* c, int32_t words, int64_t at) {
+    const int64_t w = at >> 6;
+    const int shift = static_cast<int>(at & 63);
+    const uint64_t lo = w < words ? c[w] : 0;
+    const uint64_t hi = w + 1 < words ? c[w + 1] : 0;
+    return shift ? (lo >> shift) | (hi << (64 - shift)) : lo;
+}
+
+// r = c mod 2^19937 - 1 (r has kPeriodWords words): the 19937-bit pieces of
+// c summed with end-around carry.  x^c and x^r agree modulo the primitive
+// characteristic polynomial, so a skip by any count costs at most 19937
+// squarings.
+void mod_period(uint64_t* r, const uint64_t* c, int32_t words) {
+    constexpr uint64_t kTopMask = (uint64_t{1} << (kPeriodBits % 64)) - 1;
+    std::memset(r, 0, kPeriodWords * sizeof(uint64_t));
+    const int64_t bits = int64_t{words} * 64;
+    auto fold_carry = [&] {  // 2^19937 = 1: move the bits above into bit 0
+        while (r[kPeriodWords - 1] >> (kPeriodBits % 64)) {
+            uint64_t carry = r[kPeriodWords - 1] >> (kPeriodBits % 64);
+            r[kPeriodWords - 1] &= kTopMask;
+            for (int32_t i = 0; i < kPeriodWords && carry; ++i) {
+                r[i] += carry;
+                carry = r[i] < carry;
+            }
+        }
+    };
+    for (int64_t at = 0; at < bits; at += kPeriodBits) {
+        unsigned __int128 carry = 0;
+        for (int32_t i = 0; i < kPeriodWords; ++i) {
+            uint64_t piece = bits_at(c, words, at + int64_t{i} * 64);
+            if (i == kPeriodWords - 1) piece &= kTopMask;  // the piece ends at bit 19937
+            carry += static_cast<unsigned __int128>(r[i]) + piece;
+            r[i] = static_cast<uint64_t>(carry);
+            carry >>= 64;
+        }
+        fold_carry();
+    }
+    // The all-ones value is the period itself: zero.
+    bool all_ones = r[kPeriodWords - 1] == kTopMask;
+    for (int32_t i = 0; all_ones && i < kPeriodWords - 1; ++i) all_ones = r[i] == ~uint64_t{0};
+    if (all_ones) std::memset(r, 0, kPeriodWords * sizeof(uint64_t));
+}
+
+// Skipping c outputs, c in `words` 64-bit words: as skip_ahead, with the
+// number of word steps (c + mti - new mti, a multiple of 624) reduced
+// modulo the period before the polynomial method.
+int32_t skip_ahead_words(MtState& s, const uint64_t* c, int32_t words) {
+    int32_t used = words;
+    while (used > 0 && c[used - 1] == 0) --used;
+    if (used <= 1) return skip_ahead(s, used ? c[0] : 0);
+    uint32_t mti = (mod_vector_length(c, used) + s.mti) % kN;
+    if (mti == 0) mti = kN;
+    // The word steps are c + delta with delta = s.mti - mti in (-624, 624].
+    // Modulo the period that is r + delta, with r = c mod (2^19937 - 1);
+    // when that is negative, the period is added once more.  The sum stays
+    // below 2^19938, inside kPeriodWords words.
+    uint64_t steps[kPeriodWords];
+    mod_period(steps, c, used);
+    const int64_t delta = static_cast<int64_t>(s.mti) - static_cast<int64_t>(mti);
+    bool small = steps[0] < 624;
+    for (int32_t i = 1; small && i < kPeriodWords; ++i) small = steps[i] == 0;
+    const bool add_period = small && static_cast<int64_t>(steps[0]) + delta < 0;
+    // steps += delta (+ 2^19937 - 1): a signed low word, its sign extended.
+    const int64_t low = delta - (add_period ? 1 : 0);
+    const uint64_t high_fill = low < 0 ? ~uint64_t{0} : 0;
+    unsigned __int128 sum = 0;
+    for (int32_t i = 0; i < kPeriodWords; ++i) {
+        const uint64_t term = i == 0 ? static_cast<uint64_t>(low) : high_fill;
+        const uint64_t period_bit = add_period && i == kPeriodWords - 1 ? uint64_t{1} << (kPeriodBits % 64) : 0;
+        sum += static_cast<unsigned __int128>(steps[i]) + term + period_bit;
+        steps[i] = static_cast<uint64_t>(sum);
+        sum >>= 64;  // the carry out of the top word is the sign's wrap-around
+    }
+    int32_t step_words = kPeriodWords;
+    while (step_words > 1 && steps[step_words - 1] == 0) --step_words;
+    LinearState lin;
+    std::memcpy(lin.w, s.mt, sizeof lin.w);
+    lin.head = 0;
+    const int32_t status = __rix_SkipAheadSWin(&lin, sizeof lin, steps, step_words, kMt19937CharPoly,
+                                               kMt19937Degree, linear_step, linear_copy, linear_add);
+    if (status < 0) return status;
+    for (int32_t k = 0; k < kN; ++k) s.mt[k] = lin.w[(lin.head + static_cast<uint32_t>(k)) % kN];
+    s.mti = mti;
+    return QOR_RNG_STATUS_OK;
+}
+
 int32_t init(uint32_t method, qor_rng_stream* stream, int32_t n, const uint32_t* params) {
     if (!stream) return QOR_RNG_STATUS_BAD_ARGUMENT;
     MtState& s = *state_of<MtState>(stream);
@@ -218,8 +318,9 @@ int32_t init(uint32_t method, qor_rng_stream* stream, int32_t n, const uint32_t*
     case 2:  // the 64-bit count in params[0..1]
         if (!params) return QOR_RNG_STATUS_BAD_ARGUMENT;
         return skip_ahead(s, params[0] | (uint64_t{params[1]} << 32));
-    case 3:
-        return QOR_RNG_STATUS_NO_SKIP_AHEAD_EX;
+    case 3:  // n 64-bit words, least significant first
+        if (n >= 1 && !params) return QOR_RNG_STATUS_BAD_ARGUMENT;
+        return n >= 1 ? skip_ahead_words(s, reinterpret_cast<const uint64_t*>(params), n) : QOR_RNG_STATUS_OK;
     default:
         return QOR_RNG_STATUS_BAD_METHOD;
     }

@@ -110,8 +110,6 @@ TEST(Mt19937, SeedingAndRefusedMethods) {
     Stream empty = make_stream(QOR_RNG_BRNG_MT19937, {}), one = make_stream(QOR_RNG_BRNG_MT19937, {1});
     EXPECT_EQ(ints(empty.get(), 700), ints(one.get(), 700));
     EXPECT_EQ(__rixLeapfrogStream(one.get(), 0, 2), QOR_RNG_STATUS_NO_LEAPFROG);
-    const uint64_t words[2] = {1, 0};
-    EXPECT_EQ(__rixSkipAheadStreamEx(one.get(), 2, words), QOR_RNG_STATUS_NO_SKIP_AHEAD_EX);
     EXPECT_EQ(__rixBRngMT19937InitStream(4, one.get(), 0, nullptr), QOR_RNG_STATUS_BAD_METHOD);
 }
 
@@ -150,6 +148,37 @@ TEST(Mt19937, LongSkipsComposeByDoubling) {
     skip(b.get(), 1ull << 40);
     ints(b.get(), 5);
     EXPECT_EQ(ints(a.get(), 700), ints(b.get(), 700));
+}
+
+TEST(Mt19937, SkipsByManyWordsEqualSkipsByOne) {
+    Stream base = drawn_stream({17}, 300);
+    auto after_words = [&](std::vector<uint64_t> words) {
+        Stream s = copy_of(base);
+        EXPECT_EQ(__rixSkipAheadStreamEx(s.get(), static_cast<int32_t>(words.size()), words.data()), 0);
+        return ints(s.get(), 700);
+    };
+    auto after_skips = [&](std::initializer_list<uint64_t> counts) {
+        Stream s = copy_of(base);
+        for (uint64_t c : counts) skip(s.get(), c);
+        return ints(s.get(), 700);
+    };
+    EXPECT_EQ(after_words({2097152, 0, 0}), after_skips({2097152}));
+    EXPECT_EQ(after_words({}), after_skips({}));
+    // 3 * 2^64 + 12345 as six skips of 2^63 and the rest.
+    const uint64_t half = 1ull << 63;
+    EXPECT_EQ(after_words({12345, 3}), after_skips({half, half, half, half, half, half, 12345}));
+    // 624 periods and 5000 outputs: 624 * (2^19937 - 1) + 5000 = 624 * 2^19937 + 4376,
+    // the same as 5000 outputs (the vector returns after whole periods).
+    std::vector<uint64_t> periods(313, 0);
+    periods[311] = 624ull << (19937 - 311 * 64);
+    periods[0] = 4376;
+    EXPECT_EQ(after_words(periods), after_skips({5000}));
+    // 124 periods and 3 outputs, 124 * 2^19937 - 121: the count reduces to 3
+    // while the vector position moves by 103 (124 * period = 100 mod 624).
+    std::vector<uint64_t> wrapped(312, ~0ull);
+    wrapped[311] = (124ull << (19937 - 311 * 64)) - 1;
+    wrapped[0] = -121ull;
+    EXPECT_EQ(after_words(wrapped), after_skips({3}));
 }
 
 TEST(Mt19937, SaveLoadAndCopyContinueTheStream) {
