@@ -52,6 +52,15 @@ void Mt19937SkipAhead(benchmark::State& state) {
     for (auto _ : state) benchmark::DoNotOptimize(__rixSkipAheadStream(g.s, count));
 }
 
+// Arg w: a count of w 64-bit words of mixed bits (312 words: a count of
+// the period's size, the longest the reduction leaves).
+void Mt19937SkipAheadWords(benchmark::State& state) {
+    StreamOwner g(QOR_RNG_BRNG_MT19937);
+    const std::vector<uint64_t> count(static_cast<size_t>(state.range(0)), 0x9E3779B97F4A7C15);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(__rixSkipAheadStreamEx(g.s, static_cast<int32_t>(count.size()), count.data()));
+}
+
 }  // namespace
 
 BENCHMARK(Mt19937IntFill)->Arg(kInCache)->Arg(kOutOfCache);
@@ -61,4 +70,5 @@ BENCHMARK(StdMt19937UniformReal)->Arg(kInCache)->Arg(kOutOfCache);
 // Arg k: skip 2^k (64: 2^64 - 1).  2^20 steps; 2^40 and 2^64 - 1 take the
 // polynomial path.
 BENCHMARK(Mt19937SkipAhead)->Arg(20)->Arg(40)->Arg(64)->Unit(benchmark::kMillisecond);
+BENCHMARK(Mt19937SkipAheadWords)->Arg(2)->Arg(312)->Unit(benchmark::kMillisecond);
 BENCHMARK_MAIN();
