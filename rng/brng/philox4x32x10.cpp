@@ -1,4 +1,178 @@
-// Philox4x32-10, the counter-based generator: registry row only; the recurrence is not part of this build.
-#include "rng/brng/unavailable_brng.h"
+// Philox4x32-10, the counter-based generator of Salmon, Moraes, Dror and
+// Shaw: each block of four 32-bit outputs is ten rounds of two 32x32->64-bit
+// products and xors applied to a 128-bit counter under a 64-bit key, the
+// key bumped by two Weyl constants between rounds.  Seeding takes the key
+// from the first two words and the counter from the next four (missing
+// words zero); the outputs are the blocks of counters c, c + 1, ... in
+// order, word 0 first.  Skip-ahead is exact counter arithmetic; there is no
+// leapfrog.
+#include <smmintrin.h>
 
-QOR_RNG_UNAVAILABLE_BRNG(PHILOX4X32X10, kPhilox4x32x10Row, 64, 11, 1, 4, 32)
+#include "qor/qor_rng.h"
+#include "rng/brng/brng_rows.h"
+#include "rng/brng/counter_blocks.h"
+#include "rng/brng/mcg_lanes.h"
+#include "rng/stream/stream_layout.h"
+
+namespace qor::rng {
+namespace {
+
+constexpr uint32_t kMul0 = 0xD2511F53, kMul1 = 0xCD9E8D57;  // round multipliers
+constexpr uint32_t kWeyl0 = 0x9E3779B9, kWeyl1 = 0xBB67AE85;  // key bumps
+constexpr int kRounds = 10;
+// 2^-32.
+constexpr uint64_t kTwoPowMinus32Bits = 0x3DF0000000000000;
+const double kTwoPowMinus32 = __builtin_bit_cast(double, kTwoPowMinus32Bits);
+
+struct PhiloxState {
+    uint32_t key[2];
+    CounterBlock cb;
+};
+static_assert(sizeof(PhiloxState) == 11 * 4);
+static_assert(sizeof(PhiloxState) + kStreamHeaderBytes <= 64);
+
+// The round keys of one key, as scalars and broadcast for the vector rounds.
+struct Philox {
+    static constexpr int32_t kGroup = 8;
+    uint32_t k0[kRounds], k1[kRounds];
+    __m128i v0[kRounds], v1[kRounds];
+
+    explicit Philox(const uint32_t* key) {
+        for (int r = 0; r < kRounds; ++r) {
+            k0[r] = key[0] + static_cast<uint32_t>(r) * kWeyl0;
+            k1[r] = key[1] + static_cast<uint32_t>(r) * kWeyl1;
+            v0[r] = _mm_set1_epi32(static_cast<int>(k0[r]));
+            v1[r] = _mm_set1_epi32(static_cast<int>(k1[r]));
+        }
+    }
+
+    void block(Counter128 c, uint32_t* out) const {
+        uint32_t x0 = static_cast<uint32_t>(c), x1 = static_cast<uint32_t>(c >> 32);
+        uint32_t x2 = static_cast<uint32_t>(c >> 64), x3 = static_cast<uint32_t>(c >> 96);
+        for (int r = 0; r < kRounds; ++r) {
+            const uint64_t p0 = uint64_t{kMul0} * x0, p1 = uint64_t{kMul1} * x2;
+            x0 = static_cast<uint32_t>(p1 >> 32) ^ x1 ^ k0[r];
+            x1 = static_cast<uint32_t>(p1);
+            x2 = static_cast<uint32_t>(p0 >> 32) ^ x3 ^ k1[r];
+            x3 = static_cast<uint32_t>(p0);
+        }
+        out[0] = x0, out[1] = x1, out[2] = x2, out[3] = x3;
+    }
+
+    // Eight blocks as two sets of four, each set word-sliced: register w of
+    // a set holds word w of its four blocks.
+    void group(Counter128 c, __m128i* out) const {
+        __m128i x[2][4];
+        for (int set = 0; set < 2; ++set) load_counters(c + 4 * set, x[set]);
+        const __m128i m0 = _mm_set1_epi64x(kMul0), m1 = _mm_set1_epi64x(kMul1);
+        for (int r = 0; r < kRounds; ++r) {
+            for (auto& s : x) {
+                __m128i hi0, lo0, hi1, lo1;
+                mul_hi_lo(s[0], m0, hi0, lo0);
+                mul_hi_lo(s[2], m1, hi1, lo1);
+                s[0] = _mm_xor_si128(_mm_xor_si128(hi1, s[1]), v0[r]);
+                s[1] = lo1;
+                s[2] = _mm_xor_si128(_mm_xor_si128(hi0, s[3]), v1[r]);
+                s[3] = lo0;
+            }
+        }
+        for (int set = 0; set < 2; ++set) transpose(x[set], out + 4 * set);
+    }
+
+private:
+    // Words of counters c to c + 3 sliced by word; the carry out of the low
+    // word, rare, takes the word-by-word path.
+    static void load_counters(Counter128 c, __m128i* x) {
+        const uint32_t low = static_cast<uint32_t>(c);
+        if (low <= 0xFFFFFFFCu) {
+            x[0] = _mm_add_epi32(_mm_set1_epi32(static_cast<int>(low)), _mm_setr_epi32(0, 1, 2, 3));
+            for (int w = 1; w < 4; ++w) x[w] = _mm_set1_epi32(static_cast<int>(static_cast<uint32_t>(c >> (32 * w))));
+            return;
+        }
+        alignas(16) uint32_t words[4][4];
+        for (int j = 0; j < 4; ++j)
+            for (int w = 0; w < 4; ++w) words[w][j] = static_cast<uint32_t>((c + static_cast<unsigned>(j)) >> (32 * w));
+        for (int w = 0; w < 4; ++w) x[w] = _mm_load_si128(reinterpret_cast<const __m128i*>(words[w]));
+    }
+
+    // High and low halves of the four products v * m (m in the low dword of
+    // each 64-bit lane).
+    static void mul_hi_lo(__m128i v, __m128i m, __m128i& hi, __m128i& lo) {
+        const __m128i even = _mm_mul_epu32(v, m);
+        const __m128i odd = _mm_mul_epu32(_mm_srli_epi64(v, 32), m);
+        lo = _mm_blend_epi16(even, _mm_slli_epi64(odd, 32), 0xCC);
+        hi = _mm_blend_epi16(_mm_srli_epi64(even, 32), odd, 0xCC);
+    }
+
+    static void transpose(const __m128i* x, __m128i* out) {
+        const __m128i t0 = _mm_unpacklo_epi32(x[0], x[1]), t1 = _mm_unpacklo_epi32(x[2], x[3]);
+        const __m128i t2 = _mm_unpackhi_epi32(x[0], x[1]), t3 = _mm_unpackhi_epi32(x[2], x[3]);
+        out[0] = _mm_unpacklo_epi64(t0, t1);
+        out[1] = _mm_unpackhi_epi64(t0, t1);
+        out[2] = _mm_unpacklo_epi64(t2, t3);
+        out[3] = _mm_unpackhi_epi64(t2, t3);
+    }
+};
+
+template <class Sink>
+int32_t fill(qor_rng_stream* stream, int32_t n, const Sink& out) {
+    PhiloxState& s = *state_of<PhiloxState>(stream);
+    fill_blocks(s.cb, Philox(s.key), n, out);
+    return QOR_RNG_STATUS_OK;
+}
+
+int32_t init(uint32_t method, qor_rng_stream* stream, int32_t n, const uint32_t* params) {
+    if (!stream) return QOR_RNG_STATUS_BAD_ARGUMENT;
+    PhiloxState& s = *state_of<PhiloxState>(stream);
+    switch (method) {
+    case 0:
+        if (n >= 1 && !params) return QOR_RNG_STATUS_BAD_ARGUMENT;
+        s.key[0] = n >= 1 ? params[0] : 0;
+        s.key[1] = n >= 2 ? params[1] : 0;
+        seed_counter(s.cb, n - 2, n > 2 ? params + 2 : nullptr, 0);
+        return QOR_RNG_STATUS_OK;
+    case 1:
+        return QOR_RNG_STATUS_NO_LEAPFROG;
+    case 2:
+    case 3: {
+        const Philox p(s.key);
+        return counter_skip_method(method, s.cb, n, params, [&](Counter128 c, uint32_t* b) { p.block(c, b); });
+    }
+    default:
+        return QOR_RNG_STATUS_BAD_METHOD;
+    }
+}
+
+}  // namespace
+}  // namespace qor::rng
+
+using namespace qor::rng;
+
+QOR_EXTERN_C {
+
+QOR_EXPORT int32_t __rixBRngPHILOX4X32X10InitStream(uint32_t method, qor_rng_stream* stream, int32_t n,
+                                                    const uint32_t* params) {
+    return init(method, stream, n, params);
+}
+
+QOR_EXPORT int32_t __rixiBRngPHILOX4X32X10(qor_rng_stream* stream, int32_t n, void* r) {
+    return fill(stream, n, IntSink<uint32_t>{static_cast<uint32_t*>(r)});
+}
+
+QOR_EXPORT int32_t __rixdBRngPHILOX4X32X10(qor_rng_stream* stream, int32_t n, double* r, double a, double b) {
+    return fill(stream, n, Double32Sink<low_u32_to_double>{r, Affine(a, b, kTwoPowMinus32)});
+}
+
+QOR_EXPORT int32_t __rixsBRngPHILOX4X32X10(qor_rng_stream* stream, int32_t n, float* r, float a, float b) {
+    return fill(stream, n, Single32Sink<low_u32_to_double>{r, Affine(a, b, kTwoPowMinus32)});
+}
+
+}  // extern "C"
+
+namespace qor::rng {
+
+extern const qor_rng_brng_properties kPhilox4x32x10Row = {
+    64, 11, 1, 4, 32, __rixBRngPHILOX4X32X10InitStream, __rixsBRngPHILOX4X32X10, __rixdBRngPHILOX4X32X10,
+    __rixiBRngPHILOX4X32X10};
+
+}  // namespace qor::rng
