@@ -74,9 +74,14 @@ struct Ars {
     // latency of the AES unit.
     QOR_AES_TARGET void group(Counter128 c, __m128i* out) const {
         __m128i v[kGroup];
+#pragma GCC unroll 8
         for (int b = 0; b < kGroup; ++b) v[b] = _mm_xor_si128(counter_vector(c + static_cast<unsigned>(b)), k[0]);
-        for (int j = 1; j < kArs5Rounds; ++j)
-            for (auto& x : v) x = _mm_aesenc_si128(x, k[j]);
+#pragma GCC unroll 4
+        for (int j = 1; j < kArs5Rounds; ++j) {
+#pragma GCC unroll 8
+            for (int b = 0; b < kGroup; ++b) v[b] = _mm_aesenc_si128(v[b], k[j]);
+        }
+#pragma GCC unroll 8
         for (int b = 0; b < kGroup; ++b) out[b] = _mm_aesenclast_si128(v[b], k[kArs5Rounds]);
     }
 };

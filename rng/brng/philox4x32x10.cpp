@@ -6,12 +6,13 @@
 // words zero); the outputs are the blocks of counters c, c + 1, ... in
 // order, word 0 first.  Skip-ahead is exact counter arithmetic; there is no
 // leapfrog.
-#include <smmintrin.h>
+#include <immintrin.h>
 
 #include "qor/qor_rng.h"
 #include "rng/brng/brng_rows.h"
 #include "rng/brng/counter_blocks.h"
 #include "rng/brng/mcg_lanes.h"
+#include "rng/brng/philox_rounds.h"
 #include "rng/stream/stream_layout.h"
 
 namespace qor::rng {
@@ -31,13 +32,20 @@ struct PhiloxState {
 static_assert(sizeof(PhiloxState) == 11 * 4);
 static_assert(sizeof(PhiloxState) + kStreamHeaderBytes <= 64);
 
+struct Philox;
+void group_avx2(const Philox& p, Counter128 c, __m128i* out);
+
 // The round keys of one key, as scalars and broadcast for the vector rounds.
+// Groups of blocks run in 256-bit registers where the processor has AVX2
+// (a function compiled for it alone), else in 128-bit ones.
 struct Philox {
-    static constexpr int32_t kGroup = 8;
+    static constexpr int32_t kGroup = kPhiloxGroupBlocks;
     uint32_t k0[kRounds], k1[kRounds];
     __m128i v0[kRounds], v1[kRounds];
+    bool wide;
 
-    explicit Philox(const uint32_t* key) {
+    explicit Philox(const uint32_t* key, bool allow_wide = true)
+        : wide(allow_wide && __builtin_cpu_supports("avx2")) {
         for (int r = 0; r < kRounds; ++r) {
             k0[r] = key[0] + static_cast<uint32_t>(r) * kWeyl0;
             k1[r] = key[1] + static_cast<uint32_t>(r) * kWeyl1;
@@ -59,60 +67,82 @@ struct Philox {
         out[0] = x0, out[1] = x1, out[2] = x2, out[3] = x3;
     }
 
-    // Eight blocks as two sets of four, each set word-sliced: register w of
-    // a set holds word w of its four blocks.
+    // Eight blocks as two passes over four, two blocks per register: each
+    // 32-bit word sits in the low half of a 64-bit lane, where
+    // _mm_mul_epu32 reads it and leaves the full product, low half in place
+    // and high half one shift away.  The high halves of the lanes carry
+    // leftovers that no product or output reads.
     void group(Counter128 c, __m128i* out) const {
-        __m128i x[2][4];
-        for (int set = 0; set < 2; ++set) load_counters(c + 4 * set, x[set]);
-        const __m128i m0 = _mm_set1_epi64x(kMul0), m1 = _mm_set1_epi64x(kMul1);
-        for (int r = 0; r < kRounds; ++r) {
-            for (auto& s : x) {
-                __m128i hi0, lo0, hi1, lo1;
-                mul_hi_lo(s[0], m0, hi0, lo0);
-                mul_hi_lo(s[2], m1, hi1, lo1);
-                s[0] = _mm_xor_si128(_mm_xor_si128(hi1, s[1]), v0[r]);
-                s[1] = lo1;
-                s[2] = _mm_xor_si128(_mm_xor_si128(hi0, s[3]), v1[r]);
-                s[3] = lo0;
-            }
-        }
-        for (int set = 0; set < 2; ++set) transpose(x[set], out + 4 * set);
+        if (wide) return group_avx2(*this, c, out);
+        for (int pass = 0; pass < 2; ++pass) quad(c + static_cast<unsigned>(4 * pass), out + 4 * pass);
     }
 
 private:
-    // Words of counters c to c + 3 sliced by word; the carry out of the low
-    // word, rare, takes the word-by-word path.
-    static void load_counters(Counter128 c, __m128i* x) {
-        const uint32_t low = static_cast<uint32_t>(c);
-        if (low <= 0xFFFFFFFCu) {
-            x[0] = _mm_add_epi32(_mm_set1_epi32(static_cast<int>(low)), _mm_setr_epi32(0, 1, 2, 3));
-            for (int w = 1; w < 4; ++w) x[w] = _mm_set1_epi32(static_cast<int>(static_cast<uint32_t>(c >> (32 * w))));
-            return;
+    void quad(Counter128 c, __m128i* out) const {
+        __m128i x[4][2];  // [word][pair of blocks]
+#pragma GCC unroll 4
+        for (int w = 0; w < 4; ++w) {
+            const int shift = 32 * w;
+            x[w][0] = _mm_set_epi64x(static_cast<uint32_t>((c + 1) >> shift), static_cast<uint32_t>(c >> shift));
+            x[w][1] = _mm_set_epi64x(static_cast<uint32_t>((c + 3) >> shift), static_cast<uint32_t>((c + 2) >> shift));
         }
-        alignas(16) uint32_t words[4][4];
-        for (int j = 0; j < 4; ++j)
-            for (int w = 0; w < 4; ++w) words[w][j] = static_cast<uint32_t>((c + static_cast<unsigned>(j)) >> (32 * w));
-        for (int w = 0; w < 4; ++w) x[w] = _mm_load_si128(reinterpret_cast<const __m128i*>(words[w]));
-    }
-
-    // High and low halves of the four products v * m (m in the low dword of
-    // each 64-bit lane).
-    static void mul_hi_lo(__m128i v, __m128i m, __m128i& hi, __m128i& lo) {
-        const __m128i even = _mm_mul_epu32(v, m);
-        const __m128i odd = _mm_mul_epu32(_mm_srli_epi64(v, 32), m);
-        lo = _mm_blend_epi16(even, _mm_slli_epi64(odd, 32), 0xCC);
-        hi = _mm_blend_epi16(_mm_srli_epi64(even, 32), odd, 0xCC);
-    }
-
-    static void transpose(const __m128i* x, __m128i* out) {
-        const __m128i t0 = _mm_unpacklo_epi32(x[0], x[1]), t1 = _mm_unpacklo_epi32(x[2], x[3]);
-        const __m128i t2 = _mm_unpackhi_epi32(x[0], x[1]), t3 = _mm_unpackhi_epi32(x[2], x[3]);
-        out[0] = _mm_unpacklo_epi64(t0, t1);
-        out[1] = _mm_unpackhi_epi64(t0, t1);
-        out[2] = _mm_unpacklo_epi64(t2, t3);
-        out[3] = _mm_unpackhi_epi64(t2, t3);
+        const __m128i m0 = _mm_set1_epi64x(kMul0), m1 = _mm_set1_epi64x(kMul1);
+#pragma GCC unroll 10
+        for (int r = 0; r < kRounds; ++r) {
+#pragma GCC unroll 2
+            for (int q = 0; q < 2; ++q) {
+                const __m128i p0 = _mm_mul_epu32(x[0][q], m0), p1 = _mm_mul_epu32(x[2][q], m1);
+                x[0][q] = _mm_xor_si128(_mm_xor_si128(_mm_srli_epi64(p1, 32), x[1][q]), v0[r]);
+                x[1][q] = p1;
+                x[2][q] = _mm_xor_si128(_mm_xor_si128(_mm_srli_epi64(p0, 32), x[3][q]), v1[r]);
+                x[3][q] = p0;
+            }
+        }
+#pragma GCC unroll 2
+        for (int q = 0; q < 2; ++q) {
+            const __m128i w01 = _mm_blend_epi16(x[0][q], _mm_slli_epi64(x[1][q], 32), 0xCC);
+            const __m128i w23 = _mm_blend_epi16(x[2][q], _mm_slli_epi64(x[3][q], 32), 0xCC);
+            out[2 * q] = _mm_unpacklo_epi64(w01, w23);
+            out[2 * q + 1] = _mm_unpackhi_epi64(w01, w23);
+        }
     }
 };
+
+// The same rounds as Philox::group, four blocks per register.
+__attribute__((target("avx2"))) void group_avx2(const Philox& p, Counter128 c, __m128i* out) {
+    __m256i x[4][2];  // [word][four blocks]
+#pragma GCC unroll 2
+    for (int h = 0; h < 2; ++h) {
+        const Counter128 b = c + static_cast<unsigned>(4 * h);
+#pragma GCC unroll 4
+        for (int w = 0; w < 4; ++w)
+            x[w][h] = _mm256_set_epi64x(static_cast<uint32_t>((b + 3) >> (32 * w)), static_cast<uint32_t>((b + 2) >> (32 * w)),
+                                        static_cast<uint32_t>((b + 1) >> (32 * w)), static_cast<uint32_t>(b >> (32 * w)));
+    }
+    const __m256i m0 = _mm256_set1_epi64x(kMul0), m1 = _mm256_set1_epi64x(kMul1);
+#pragma GCC unroll 10
+    for (int r = 0; r < kRounds; ++r) {
+        const __m256i k0 = _mm256_broadcastsi128_si256(p.v0[r]), k1 = _mm256_broadcastsi128_si256(p.v1[r]);
+#pragma GCC unroll 2
+        for (int h = 0; h < 2; ++h) {
+            const __m256i p0 = _mm256_mul_epu32(x[0][h], m0), p1 = _mm256_mul_epu32(x[2][h], m1);
+            x[0][h] = _mm256_xor_si256(_mm256_xor_si256(_mm256_srli_epi64(p1, 32), x[1][h]), k0);
+            x[1][h] = p1;
+            x[2][h] = _mm256_xor_si256(_mm256_xor_si256(_mm256_srli_epi64(p0, 32), x[3][h]), k1);
+            x[3][h] = p0;
+        }
+    }
+    // Per 128-bit half, blocks 4h + j and 4h + j + 1 become two registers.
+    for (int h = 0; h < 2; ++h) {
+        const __m256i w01 = _mm256_blend_epi32(x[0][h], _mm256_slli_epi64(x[1][h], 32), 0xAA);
+        const __m256i w23 = _mm256_blend_epi32(x[2][h], _mm256_slli_epi64(x[3][h], 32), 0xAA);
+        const __m256i even = _mm256_unpacklo_epi64(w01, w23), odd = _mm256_unpackhi_epi64(w01, w23);
+        out[4 * h] = _mm256_castsi256_si128(even);
+        out[4 * h + 1] = _mm256_castsi256_si128(odd);
+        out[4 * h + 2] = _mm256_extracti128_si256(even, 1);
+        out[4 * h + 3] = _mm256_extracti128_si256(odd, 1);
+    }
+}
 
 template <class Sink>
 int32_t fill(qor_rng_stream* stream, int32_t n, const Sink& out) {
@@ -144,6 +174,13 @@ int32_t init(uint32_t method, qor_rng_stream* stream, int32_t n, const uint32_t*
 }
 
 }  // namespace
+
+void philox_group(const uint32_t* key, const uint32_t* counter, bool allow_wide, uint32_t* out) {
+    __m128i blocks[Philox::kGroup];
+    Philox(key, allow_wide).group(load_counter(counter), blocks);
+    for (int32_t b = 0; b < Philox::kGroup; ++b) _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 4 * b), blocks[b]);
+}
+
 }  // namespace qor::rng
 
 using namespace qor::rng;

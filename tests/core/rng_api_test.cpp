@@ -151,7 +151,7 @@ TEST_F(RngApi, UnknownAndUnavailableGeneratorsAreRefused) {
     // past the table, an empty legacy slot, an abstract generator, a
     // generator this build does not provide.
     for (int brng : {int{QOR_RNG_BRNG_MCG31M1} + 1, 0x1F000000, -1, 281, 279, int{QOR_RNG_BRNG_IABSTRACT},
-                     int{QOR_RNG_BRNG_R250}}) {
+                     int{QOR_RNG_BRNG_WH}}) {
         qor_rng_stream* s = reinterpret_cast<qor_rng_stream*>(&p);
         EXPECT_EQ(qor_rng_new_stream(&s, brng, 1), QOR_RNG_STATUS_BAD_BRNG) << brng;
         EXPECT_EQ(s, nullptr) << brng;
