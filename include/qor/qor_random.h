@@ -38,7 +38,21 @@ QOR_CORE_API int qor_rng_new_stream(qor_rng_stream** stream, int brng, uint32_t 
 /* A stream seeded with n words (n of 0: the generator's default seed; more
  * than 2^31 - 1 words give QOR_RNG_STATUS_BAD_ARGUMENT).  The abstract
  * generators are not made here (QOR_RNG_STATUS_BAD_BRNG), nor is a
- * generator this build does not provide. */
+ * generator this build does not provide.
+ *
+ * Seed words of the counter-based, shift-register and hardware generators:
+ * PHILOX4X32X10 takes its 64-bit key from words 0 and 1 and its 128-bit
+ * counter from words 2 to 5 (least significant first; missing words 0), and
+ * ARS5 its 128-bit key from words 0 to 3 and its counter from words 4 to 7;
+ * both then hand out the four words of the block of each counter in turn,
+ * the Random123 blocks of the same counter and key.  ARS5 needs the AES
+ * instructions (QOR_RNG_STATUS_NO_AES without them).  R250 fills its 250
+ * words from word 0 (0 counts as 1) through the congruential generator
+ * s' = 69069 s mod 2^32, as GSL's r250 does.  NONDETERM (RDRAND) takes no
+ * words, gives QOR_RNG_STATUS_NO_RDRAND on a processor without RDRAND, and
+ * a fill whose requests keep failing returns QOR_RNG_STATUS_NO_RDRAND with
+ * the outputs it could not get left untouched; it has no skip-ahead
+ * (QOR_RNG_STATUS_NO_SKIP_AHEAD_EX) and no leapfrog. */
 QOR_CORE_API int qor_rng_new_stream_ex(qor_rng_stream** stream, int brng, int64_t n, const uint32_t* params);
 /* A new stream with the source's generator, state and attached data. */
 QOR_CORE_API int qor_rng_copy_stream(qor_rng_stream** copy, const qor_rng_stream* source);
@@ -58,7 +72,9 @@ QOR_CORE_API int qor_rng_leapfrog_stream(qor_rng_stream* stream, int k, int nstr
 QOR_CORE_API int qor_rng_skip_ahead_stream(qor_rng_stream* stream, uint64_t nskip);
 /* Advances the stream by the count held in n 64-bit words, least
  * significant first (more than 2^31 - 1 words: QOR_RNG_STATUS_BAD_ARGUMENT);
- * MRG32k3a and MT19937 take any count (MT19937 reduces it modulo its
+ * MRG32k3a, MT19937, R250, PHILOX4X32X10 and ARS5 take any count (the
+ * counter-based generators use its low 130 bits, a whole number of counter
+ * periods above; MT19937 reduces it modulo its
  * period, so a skip costs at most as much as one of 2^19937: about 0.7 s;
  * 2^128 takes milliseconds); the MCG generators answer
  * QOR_RNG_STATUS_NO_SKIP_AHEAD_EX. */
