@@ -32,20 +32,13 @@ struct PhiloxState {
 static_assert(sizeof(PhiloxState) == 11 * 4);
 static_assert(sizeof(PhiloxState) + kStreamHeaderBytes <= 64);
 
-struct Philox;
-void group_avx2(const Philox& p, Counter128 c, __m128i* out);
-
 // The round keys of one key, as scalars and broadcast for the vector rounds.
-// Groups of blocks run in 256-bit registers where the processor has AVX2
-// (a function compiled for it alone), else in 128-bit ones.
 struct Philox {
     static constexpr int32_t kGroup = kPhiloxGroupBlocks;
     uint32_t k0[kRounds], k1[kRounds];
     __m128i v0[kRounds], v1[kRounds];
-    bool wide;
 
-    explicit Philox(const uint32_t* key, bool allow_wide = true)
-        : wide(allow_wide && __builtin_cpu_supports("avx2")) {
+    explicit Philox(const uint32_t* key) {
         for (int r = 0; r < kRounds; ++r) {
             k0[r] = key[0] + static_cast<uint32_t>(r) * kWeyl0;
             k1[r] = key[1] + static_cast<uint32_t>(r) * kWeyl1;
@@ -73,7 +66,6 @@ struct Philox {
     // and high half one shift away.  The high halves of the lanes carry
     // leftovers that no product or output reads.
     void group(Counter128 c, __m128i* out) const {
-        if (wide) return group_avx2(*this, c, out);
         for (int pass = 0; pass < 2; ++pass) quad(c + static_cast<unsigned>(4 * pass), out + 4 * pass);
     }
 
@@ -108,42 +100,6 @@ private:
     }
 };
 
-// The same rounds as Philox::group, four blocks per register.
-__attribute__((target("avx2"))) void group_avx2(const Philox& p, Counter128 c, __m128i* out) {
-    __m256i x[4][2];  // [word][four blocks]
-#pragma GCC unroll 2
-    for (int h = 0; h < 2; ++h) {
-        const Counter128 b = c + static_cast<unsigned>(4 * h);
-#pragma GCC unroll 4
-        for (int w = 0; w < 4; ++w)
-            x[w][h] = _mm256_set_epi64x(static_cast<uint32_t>((b + 3) >> (32 * w)), static_cast<uint32_t>((b + 2) >> (32 * w)),
-                                        static_cast<uint32_t>((b + 1) >> (32 * w)), static_cast<uint32_t>(b >> (32 * w)));
-    }
-    const __m256i m0 = _mm256_set1_epi64x(kMul0), m1 = _mm256_set1_epi64x(kMul1);
-#pragma GCC unroll 10
-    for (int r = 0; r < kRounds; ++r) {
-        const __m256i k0 = _mm256_broadcastsi128_si256(p.v0[r]), k1 = _mm256_broadcastsi128_si256(p.v1[r]);
-#pragma GCC unroll 2
-        for (int h = 0; h < 2; ++h) {
-            const __m256i p0 = _mm256_mul_epu32(x[0][h], m0), p1 = _mm256_mul_epu32(x[2][h], m1);
-            x[0][h] = _mm256_xor_si256(_mm256_xor_si256(_mm256_srli_epi64(p1, 32), x[1][h]), k0);
-            x[1][h] = p1;
-            x[2][h] = _mm256_xor_si256(_mm256_xor_si256(_mm256_srli_epi64(p0, 32), x[3][h]), k1);
-            x[3][h] = p0;
-        }
-    }
-    // Per 128-bit half, blocks 4h + j and 4h + j + 1 become two registers.
-    for (int h = 0; h < 2; ++h) {
-        const __m256i w01 = _mm256_blend_epi32(x[0][h], _mm256_slli_epi64(x[1][h], 32), 0xAA);
-        const __m256i w23 = _mm256_blend_epi32(x[2][h], _mm256_slli_epi64(x[3][h], 32), 0xAA);
-        const __m256i even = _mm256_unpacklo_epi64(w01, w23), odd = _mm256_unpackhi_epi64(w01, w23);
-        out[4 * h] = _mm256_castsi256_si128(even);
-        out[4 * h + 1] = _mm256_castsi256_si128(odd);
-        out[4 * h + 2] = _mm256_extracti128_si256(even, 1);
-        out[4 * h + 3] = _mm256_extracti128_si256(odd, 1);
-    }
-}
-
 template <class Sink>
 int32_t fill(qor_rng_stream* stream, int32_t n, const Sink& out) {
     PhiloxState& s = *state_of<PhiloxState>(stream);
@@ -175,9 +131,9 @@ int32_t init(uint32_t method, qor_rng_stream* stream, int32_t n, const uint32_t*
 
 }  // namespace
 
-void philox_group(const uint32_t* key, const uint32_t* counter, bool allow_wide, uint32_t* out) {
+void philox_group(const uint32_t* key, const uint32_t* counter, uint32_t* out) {
     __m128i blocks[Philox::kGroup];
-    Philox(key, allow_wide).group(load_counter(counter), blocks);
+    Philox(key).group(load_counter(counter), blocks);
     for (int32_t b = 0; b < Philox::kGroup; ++b) _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 4 * b), blocks[b]);
 }
 
