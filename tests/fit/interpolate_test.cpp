@@ -180,6 +180,50 @@ void expect_integrals() {
 
 TEST(FitIntegrate, PiecewisePolynomialsInAnyOrderAndOutside) { expect_integrals<double>(), expect_integrals<float>(); }
 
+// A cubic spline whose end conditions hold for every cubic (third
+// derivative continuous at x[1] and x[nx-2]) reproduces cubics: values and
+// derivatives everywhere, integrals against the antiderivative.  Skipped
+// where the kernel set builds no cubic splines.
+TEST(FitInterpolate, ConstructedCubicReproducesCubics) {
+    const double p[2][4] = {{1, -2, 0.5, 0.25}, {-3, 0, 1, -0.5}};  // coefficients of t^0 .. t^3
+    auto poly = [&](int j, double t, int q) {  // derivative q of p[j], and the antiderivative for q = -1
+        double v = 0;
+        for (int m = std::max(q, 0); m < 4; ++m) {
+            double f = p[j][m];
+            for (int r = 0; r < q; ++r) f *= m - r;
+            v += (q < 0 ? f / (m + 1) * t : f) * std::pow(t, m - std::max(q, 0));
+        }
+        return v;
+    };
+    std::vector<double> x, y(100), c(2 * 4 * 49);
+    for (int i = 0; i < 50; ++i) x.push_back(-1 + 4 * std::pow(i / 49.0, 1.3));
+    for (int j = 0; j < 2; ++j)
+        for (int i = 0; i < 50; ++i) y[j * 50 + i] = poly(j, x[i], 0);
+    FitTask* task = nullptr;
+    ASSERT_EQ(qor_kp_kernel_dNewTask1D(&task, 50, x.data(), 1, 2, y.data(), 0, 1), 0);
+    ASSERT_EQ(qor_kp_kernel_dEditPPSpline1D(task, 4, 0, 2, nullptr, 0, nullptr, c.data(), 0), 0);
+    const int32_t built = qor_kp_kernel_dKPDefaultCubicSpline1D(task, 0, 0, nullptr);
+    if (built == statusUnsupportedMethod) {
+        qor_kp_kernel_DeleteTask(&task);
+        GTEST_SKIP() << "no cubic construction in this kernel set";
+    }
+    ASSERT_EQ(built, 0);
+    std::vector<double> site = {-3, -1, 0.3, 1, 2.5, 3, 4.5}, r(2 * 7 * 5);
+    const int64_t dorder[5] = {1, 1, 1, 1, 1};
+    ASSERT_EQ(qor_kp_kernel_dInterpolate1D(task, computeValues, 0, 7, site.data(), 0, 5, dorder, nullptr, r.data(),
+                                           hintResultBySite, nullptr, nullptr), 0);
+    for (int j = 0; j < 2; ++j)
+        for (int i = 0; i < 7; ++i)
+            for (int q = 0; q < 5; ++q)
+                EXPECT_NEAR(r[(i * 2 + j) * 5 + q], poly(j, site[i], q), 1e-9) << j << " " << site[i] << " " << q;
+    const std::vector<double> a = {-1, 3, -3, 0.5}, b = {3, -1, 4.5, 0.7};
+    ASSERT_EQ(qor_kp_kernel_dIntegrate1D(task, 0, 4, a.data(), 0, b.data(), 0, nullptr, nullptr, r.data(), 0), 0);
+    for (int j = 0; j < 2; ++j)
+        for (int k = 0; k < 4; ++k)
+            EXPECT_NEAR(r[j * 4 + k], poly(j, b[k], -1) - poly(j, a[k], -1), 1e-9) << a[k] << " " << b[k];
+    qor_kp_kernel_DeleteTask(&task);
+}
+
 TEST(FitInterpolate, ChecksLeaveTheOutputsUntouched) {
     std::mt19937_64 rng(3);
     Spline<double> sp(10, 2, 4, false, 1, rng);
