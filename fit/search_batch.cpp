@@ -57,7 +57,7 @@ struct Widen {
 
 template <class T, Strategy S>
 int32_t batch_worker(const SearchPlan<T>& plan, int64_t nsite, const T* site, uint32_t width, void* cell) {
-    constexpr bool kUser = S == Strategy::UserDef || S == Strategy::UniUserDef;
+    constexpr bool kUser = is_user_defined(S);
     const bool widen = width && plan.nx <= search::kMaxNx32;
     const int64_t block = std::min(kBlock, nsite);
     const size_t flag_bytes = kUser ? static_cast<size_t>(block) * sizeof(int32_t) : 0;

@@ -107,7 +107,8 @@ int32_t locate_block(const SearchPlan<T>& plan, int64_t first, int64_t n, const 
     C start = 0;
     if (plan.strategy == Strategy::Sorted && first > 0 && site[0] == site[0])
         start = static_cast<C>(std::lower_bound(plan.x, plan.x + plan.nx, site[0]) - plan.x);
-    int32_t flag[kLocateBlock] = {};
+    int32_t flag[kLocateBlock];  // for a user-defined search only, which needs them zeroed
+    if (is_user_defined(plan.strategy)) std::fill(flag, flag + n, 0);
     return search_sites(plan, n, site, cell, &start, flag);
 }
 

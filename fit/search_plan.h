@@ -13,6 +13,8 @@ namespace qor::kp {
 // The strategies, numbered as the search entry's table of batch workers.
 enum class Strategy : int { Uniform, QuasiUniform, Sorted, Peak, Hybrid, UserDef, UniUserDef };
 constexpr int kStrategyCount = 7;
+// The strategies that ask the caller's search function.
+constexpr bool is_user_defined(Strategy s) { return s == Strategy::UserDef || s == Strategy::UniUserDef; }
 
 template <class T>
 struct UserSearchOf;

@@ -73,7 +73,7 @@ void run_thread_block(int block, int, void* context) {
 template <class T, class C>
 int32_t run(Job<T>& job, const qor_threading* threading) {
     const int64_t blocks = (job.nsite + kLocateBlock - 1) / kLocateBlock;
-    const bool user = job.plan.strategy == Strategy::UserDef || job.plan.strategy == Strategy::UniUserDef;
+    const bool user = is_user_defined(job.plan.strategy);
     int limit = 1;
     if (blocks > kBlocksBeforeThreads && !user && blocks <= INT32_MAX && threading && threading->parallel_for &&
         threading->get_num_threads_limit)
