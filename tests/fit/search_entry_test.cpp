@@ -79,6 +79,13 @@ TEST(FitSearchEntry, SmallAndBatchPathsEqualTheKernels) {
                                      << c.hint << " method " << c.method;
             }
         }
+    // The interpolation entry locates sites by the same choice: its cells alone need no coefficients.
+    std::vector<int64_t> by_search(5000), by_interpolation(5000);
+    const auto* user_hint = reinterpret_cast<const double*>(&user);
+    EXPECT_EQ(qor_kp_kernel_dKPSearch1D(t, searchMethodUserDefined, 5000, site.data(), 0, user_hint, by_search.data()), 5);
+    EXPECT_EQ(qor_kp_kernel_dInterpolate1D(t, computeCells, searchMethodUserDefined, 5000, site.data(), 0, 0, nullptr,
+                                           user_hint, nullptr, 0, by_interpolation.data(), nullptr), 5);
+    EXPECT_EQ(by_interpolation, by_search);
     g.result = -9;  // a failing user function's status comes back
     int64_t cell[40];
     EXPECT_EQ(qor_kp_kernel_dKPSearch1D(t, searchMethodUserDefined, 40, site.data(), 0,
