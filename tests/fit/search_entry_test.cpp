@@ -49,7 +49,8 @@ TEST(FitSearchEntry, SmallAndBatchPathsEqualTheKernels) {
             struct Case { int64_t xhint, hint, method; const double* data; const double* s; Kernel k; };
             const Case cases[] = {
                 {1, 0, 0, nullptr, site.data(), [&](const double* s, void* c) {
-                     return qor_kp_kernel_dKPHybridSearch1D(width, nx, x.data(), nsite, s, t->binScale.d, t->binTable, c); }},
+                     return qor_kp_kernel_dKPHybridSearch1D(width, nx, x.data(), nsite, s, t->binScale.d, t->binTable,
+                                                            c); }},
                 {2, 0, 0, nullptr, site.data(), [&](const double* s, void* c) {
                      return qor_kp_kernel_dKPQuasiUniformSearch1D(width, nx, x.data(), nsite, s, scale, c); }},
                 {1, 4, 0, nullptr, sorted.data(), [&](const double* s, void* c) {
@@ -82,7 +83,9 @@ TEST(FitSearchEntry, SmallAndBatchPathsEqualTheKernels) {
     // The interpolation entry locates sites by the same choice: its cells alone need no coefficients.
     std::vector<int64_t> by_search(5000), by_interpolation(5000);
     const auto* user_hint = reinterpret_cast<const double*>(&user);
-    EXPECT_EQ(qor_kp_kernel_dKPSearch1D(t, searchMethodUserDefined, 5000, site.data(), 0, user_hint, by_search.data()), 5);
+    EXPECT_EQ(qor_kp_kernel_dKPSearch1D(t, searchMethodUserDefined, 5000, site.data(), 0, user_hint,
+                                        by_search.data()),
+              5);
     EXPECT_EQ(qor_kp_kernel_dInterpolate1D(t, computeCells, searchMethodUserDefined, 5000, site.data(), 0, 0, nullptr,
                                            user_hint, nullptr, 0, by_interpolation.data(), nullptr), 5);
     EXPECT_EQ(by_interpolation, by_search);
