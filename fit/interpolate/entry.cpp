@@ -30,7 +30,6 @@ struct Job {
     T* r;
     bool by_site;
     void* cell;
-    int32_t status;
 };
 
 template <class T, class C, class X>
@@ -71,18 +70,17 @@ void run_thread_block(int block, int, void* context) {
 }
 
 template <class T, class C>
-int32_t run(Job<T>& job, const qor_threading* threading) {
+int32_t run(const Job<T>& job, const qor_threading* threading) {
     const int64_t blocks = (job.nsite + kLocateBlock - 1) / kLocateBlock;
     const bool user = is_user_defined(job.plan.strategy);
     int limit = 1;
     if (blocks > kBlocksBeforeThreads && !user && blocks <= INT32_MAX && threading && threading->parallel_for &&
         threading->get_num_threads_limit)
         limit = std::max(1, threading->get_num_threads_limit());
-    if (limit > 1) {
-        job.status = 0;
-        threading->parallel_for(static_cast<int>(blocks), static_cast<int>(std::min<int64_t>(limit, blocks)), &job,
-                                run_thread_block<T, C>);
-        return job.status;
+    if (limit > 1) {  // the blocks of a threaded run cannot fail
+        threading->parallel_for(static_cast<int>(blocks), static_cast<int>(std::min<int64_t>(limit, blocks)),
+                                const_cast<Job<T>*>(&job), run_thread_block<T, C>);
+        return 0;
     }
     int32_t status = 0;
     for (int64_t b = 0; b < blocks; ++b)
