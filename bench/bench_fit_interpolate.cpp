@@ -6,13 +6,16 @@
 // data, through the interpolation entry on one thread (and on all, for the
 // record).  Counters: ns_per_site, and vs_gsl, GSL's time over qor's
 // (above 1: qor is faster); max_diff is the largest difference between the
-// two at the sites, a check that both compute the same spline.
+// two at the sites, a check that both compute the same spline.  Times are
+// the thread's processor time (a shared machine's other work does not
+// count), wall time for the runs on all threads.
 // BuildAndEvaluate times qor's own natural cubic construction plus the
 // values at 10^6 sites against GSL's initialisation plus evaluation.
 #include <gsl/gsl_spline.h>
 
+#include <time.h>
+
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <map>
@@ -93,11 +96,17 @@ int32_t qor_values(Data& d, const std::vector<double>& site, bool sorted, const 
                                         1, values, nullptr, d.out.data(), hintResultByFunction, nullptr, threading);
 }
 
+// Seconds of call(): the calling thread's processor time, which a busy
+// machine's other work does not inflate, or (wall) the elapsed time, for
+// runs on several threads.
 template <class Call>
-double seconds(Call call) {
-    const auto t0 = std::chrono::steady_clock::now();
+double seconds(Call call, bool wall = false) {
+    timespec t0, t1;
+    const clockid_t clock = wall ? CLOCK_MONOTONIC : CLOCK_THREAD_CPUTIME_ID;
+    clock_gettime(clock, &t0);
     call();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
+    clock_gettime(clock, &t1);
+    return double(t1.tv_sec - t0.tv_sec) + 1e-9 * double(t1.tv_nsec - t0.tv_nsec);
 }
 
 void report(benchmark::State& state, double total) {
@@ -110,13 +119,15 @@ void Qor(benchmark::State& state) {
     Data& d = data(state.range(0));
     const bool sorted = state.range(1);
     const std::vector<double>& site = sorted ? d.sorted : d.random;
-    const qor_threading* threading = state.range(2) ? &kAllThreads : &kOneThread;
+    const bool threads = state.range(2);
+    const qor_threading* threading = threads ? &kAllThreads : &kOneThread;
     double total = 0;
-    for (auto _ : state) total += seconds([&] { benchmark::DoNotOptimize(qor_values(d, site, sorted, threading)); });
+    for (auto _ : state)
+        total += seconds([&] { benchmark::DoNotOptimize(qor_values(d, site, sorted, threading)); }, threads);
     report(state, total);
     // The peer once, in this run, and the largest difference between the two.
     std::vector<double> peer(kSites);
-    const double gsl = seconds([&] { gsl_values(d, site, peer.data()); });
+    const double gsl = seconds([&] { gsl_values(d, site, peer.data()); }, threads);
     double diff = 0;
     for (int64_t i = 0; i < kSites; ++i) diff = std::max(diff, std::abs(peer[i] - d.out[i]));
     state.counters["vs_gsl"] = gsl / (total / double(state.iterations()));

@@ -78,13 +78,16 @@ T falling(int64_t m, int64_t q) {
     return f;
 }
 
-}  // namespace
-
-template <class T, bool Uniform, class C>
-void evaluate_values(const Breaks<T, Uniform>& x, int64_t nx, int64_t order, const T* c, int64_t n, const T* site,
-                     const C* cell, T* out, int64_t stride) {
+// The sites of whole vectors; returns how many.  Order is the spline's
+// order when fixed at compile time (the cubic), else 0 and order_rt counts.
+// The breakpoints come by value, so that the stores through out cannot
+// change them and they stay in registers.
+template <int Order, class T, class X, class C>
+int64_t vector_values(const X x, int64_t nx, int64_t order_rt, const T* c, int64_t n, const T* site, const C* cell,
+                      T* out, int64_t stride) {
     using W = Vec<T>;
     constexpr int L = W::kWidth;
+    const int64_t order = Order ? Order : order_rt;
     int64_t k = 0;
     for (; k + L <= n; k += L) {
         int64_t i[L];
@@ -92,7 +95,7 @@ void evaluate_values(const Breaks<T, Uniform>& x, int64_t nx, int64_t order, con
         for (int l = 0; l < L; ++l) i[l] = interval_of(cell[k + l], nx), p[l] = c + i[l] * order;
         const auto d = W::sub(W::load(site + k), W::breaks(x, i));
         typename W::V v;
-        if (order == 4) {
+        if constexpr (Order == 4) {
             typename W::V q[4];
             W::cubic(p, q);
             v = W::add(W::mul(W::add(W::mul(W::add(W::mul(q[3], d), q[2]), d), q[1]), d), q[0]);
@@ -102,6 +105,16 @@ void evaluate_values(const Breaks<T, Uniform>& x, int64_t nx, int64_t order, con
         }
         W::store(out + k * stride, stride, v);
     }
+    return k;
+}
+
+}  // namespace
+
+template <class T, bool Uniform, class C>
+void evaluate_values(const Breaks<T, Uniform>& x, int64_t nx, int64_t order, const T* c, int64_t n, const T* site,
+                     const C* cell, T* out, int64_t stride) {
+    int64_t k = order == 4 ? vector_values<4>(x, nx, order, c, n, site, cell, out, stride)
+                           : vector_values<0>(x, nx, order, c, n, site, cell, out, stride);
     for (; k < n; ++k) {
         const int64_t i = interval_of(cell[k], nx);
         out[k * stride] = horner(c + i * order, order, site[k] - x[i]);
