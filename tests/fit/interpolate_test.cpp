@@ -73,17 +73,11 @@ struct Spline {
         std::sort(cut.begin(), cut.end());
         const long double node[2] = {0.3399810435848562648L, 0.8611363115940525752L},
                           weight[2] = {0.6521451548625461426L, 0.3478548451374538574L};
-        long double sum = 0;
+        long double sum = 0, size;
         for (size_t k = 0; k + 1 < cut.size(); ++k) {
             const long double mid = (cut[k] + cut[k + 1]) / 2, half = (cut[k + 1] - cut[k]) / 2;
-            const int64_t i = interval(T(mid));
-            for (int s = 0; s < 2; ++s)
-                for (int sign : {-1, 1}) {
-                    const long double d = mid + sign * half * node[s] - x[i];
-                    long double v = 0;
-                    for (int64_t m = order - 1; m >= 0; --m) v = v * d + c[(j * (nx - 1) + i) * order + m];
-                    sum += weight[s] * half * v;
-                }
+            for (int s = 0; s < 4; ++s)
+                sum += weight[s / 2] * half * at(j, T(mid + (s % 2 ? half : -half) * node[s / 2]), 0, &size);
         }
         return sum;
     }
