@@ -13,7 +13,8 @@ namespace {
 
 constexpr uint32_t kWideIndices = 1;
 
-// The threading services the construction entries split their work with.
+// The threading services the construction and interpolation entries split
+// their work with.
 constexpr qor_threading kThreading = {qor_rix_serv_threader_for, qor_rix_serv_threader_get_num_threads_limit};
 
 // The precision field of a task of each kind.
@@ -34,6 +35,22 @@ int unavailable_status() { return qor::core::process_kernels().status; }
 const FitKernels* usable_fit() {
     const qor::core::KernelSet* k = qor::core::kernels_for_call();
     return k ? &k->fit : nullptr;
+}
+
+// The derivative-order flags of an interpolation: at least one order, each
+// flag 0 or 1, one of them set.
+int check_orders(int64_t ndorder, const int64_t* dorder) {
+    if (ndorder < 1 || !dorder) return statusBadDerivativeOrder;
+    bool any = false;
+    for (int64_t q = 0; q < ndorder; ++q) {
+        if (dorder[q] != 0 && dorder[q] != 1) return statusBadDerivativeOrder;
+        any |= dorder[q] == 1;
+    }
+    return any ? 0 : statusBadDerivativeOrder;
+}
+
+bool is_result_hint(int64_t hint) {
+    return hint == hintResultDefault || hint == hintResultByFunction || hint == hintResultBySite;
 }
 
 int check_task(const qor_fit_task* task, uint32_t precision) {
@@ -104,6 +121,34 @@ int check_task(const qor_fit_task* task, uint32_t precision) {
         if (nsite > 0 && !site) return statusNullSites;                                                           \
         if (nsite > 0 && !cell) return statusNullOutput;                                                          \
         return fit->p##Search(task, method, nsite, site, site_hint, data_hint, cell);                             \
+    }                                                                                                             \
+    QOR_EXPORT int qor_##p##fit_interpolate(qor_fit_task* task, int64_t type, int64_t method, int64_t nsite,      \
+                                            const T* site, int64_t site_hint, int64_t ndorder,                    \
+                                            const int64_t* dorder, const T* data_hint, T* r, int64_t rhint,       \
+                                            int64_t* cell) {                                                      \
+        QOR_CORE_FIT_ENTER(prec)                                                                                  \
+        if (type < 1 || type > (computeValues | computeCells)) return statusBadComputeType;                       \
+        if (nsite < 0) return statusBadSiteCount;                                                                 \
+        if (nsite > 0 && !site) return statusNullSites;                                                           \
+        if (type & computeValues) {                                                                               \
+            if (const int status = check_orders(ndorder, dorder); status != 0) return status;                     \
+            if (!is_result_hint(rhint)) return statusBadResultHint;                                               \
+            if (nsite > 0 && !r) return statusNullOutput;                                                         \
+        }                                                                                                         \
+        if ((type & computeCells) && nsite > 0 && !cell) return statusNullOutput;                                 \
+        return fit->p##Interpolate(task, type, method, nsite, site, site_hint, ndorder, dorder, data_hint, r,     \
+                                   rhint, cell, &kThreading);                                                     \
+    }                                                                                                             \
+    QOR_EXPORT int qor_##p##fit_integrate(qor_fit_task* task, int64_t method, int64_t nlim, const T* llim,        \
+                                          int64_t llim_hint, const T* rlim, int64_t rlim_hint,                    \
+                                          const T* ldata_hint, const T* rdata_hint, T* r, int64_t rhint) {        \
+        QOR_CORE_FIT_ENTER(prec)                                                                                  \
+        if (nlim < 0) return statusBadSiteCount;                                                                  \
+        if (nlim > 0 && (!llim || !rlim)) return statusNullSites;                                                 \
+        if (!is_result_hint(rhint)) return statusBadResultHint;                                                   \
+        if (nlim > 0 && !r) return statusNullOutput;                                                              \
+        return fit->p##Integrate(task, method, nlim, llim, llim_hint, rlim, rlim_hint, ldata_hint, rdata_hint, r, \
+                                 rhint);                                                                          \
     }
 
 QOR_EXTERN_C {

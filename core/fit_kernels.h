@@ -7,7 +7,7 @@
 
 // QOR_CORE_FIT_EXPORT(field, symbol) for every export the core needs: task
 // creation, deletion, edits and queries, the construction entries, then the
-// search entries.
+// search, interpolation and integration entries.
 // Define QOR_CORE_FIT_EXPORT, expand QOR_CORE_FIT_EXPORTS, undefine it.
 #define QOR_CORE_FIT_EXPORTS                                          \
     QOR_CORE_FIT_EXPORT(dNewTask, qor_kp_kernel_dNewTask1D)           \
@@ -27,7 +27,11 @@
     QOR_CORE_FIT_EXPORT(iQueryVal, qor_kp_kernel_iQueryVal)           \
     QOR_CORE_FIT_KINDS(QOR_CORE_FIT_CONSTRUCTION_EXPORTS)             \
     QOR_CORE_FIT_EXPORT(dSearch, qor_kp_kernel_dKPSearch1D)           \
-    QOR_CORE_FIT_EXPORT(sSearch, qor_kp_kernel_sKPSearch1D)
+    QOR_CORE_FIT_EXPORT(sSearch, qor_kp_kernel_sKPSearch1D)           \
+    QOR_CORE_FIT_EXPORT(dInterpolate, qor_kp_kernel_dInterpolate1D)   \
+    QOR_CORE_FIT_EXPORT(sInterpolate, qor_kp_kernel_sInterpolate1D)   \
+    QOR_CORE_FIT_EXPORT(dIntegrate, qor_kp_kernel_dIntegrate1D)       \
+    QOR_CORE_FIT_EXPORT(sIntegrate, qor_kp_kernel_sIntegrate1D)
 
 // The spline kinds in the order of the public kind codes (QOR_FIT_LINEAR,
 // ...): fields d<Kind> and s<Kind>, symbols qor_kp_kernel_<p>KP<Kind>Spline1D.

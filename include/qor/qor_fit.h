@@ -13,6 +13,11 @@
  *   qor_dfit_construct(task, QOR_FIT_LINEAR, 0);   then c = {1, 1, 2, -1}
  *   double t[2] = {0.5, 2};  int64_t cell[2];
  *   qor_dfit_search(task, 0, 2, t, 0, NULL, cell);   then cell = {1, 2}
+ *   int64_t dorder[2] = {1, 1};  double v[4];
+ *   qor_dfit_interpolate(task, computeValues, 0, 2, t, 0, 2, dorder, NULL, v, hintResultByFunction, NULL);
+ *                                                    then v = {1.5, 1, 1, -1} (value, slope per site)
+ *   double a = 0, b = 3, area;
+ *   qor_dfit_integrate(task, 0, 1, &a, 0, &b, 0, NULL, NULL, &area, hintResultByFunction);   then area = 3.5
  *   qor_fit_delete_task(&task);
  *
  * Partition (xhint): hintPartitionUniform means x holds x[0] and x[nx-1]
@@ -109,23 +114,65 @@ QOR_CORE_API int qor_sfit_query_idx_ptr(const qor_fit_task* task, int64_t attrib
                                         const float** out);
 QOR_CORE_API int qor_fit_query_value(const qor_fit_task* task, int64_t attribute, int64_t* out);
 
-/* ---- Construction and search ------------------------------------------------------
+/* ---- Construction, search, interpolation and integration ---------------------------
  * construct builds the coefficients of every function for a kind
- * (QOR_FIT_...; another value gives statusUnsupportedMethod) and a method
- * (0), with the checks and layout that qor_kp.h describes for its entries,
- * on at most qor_get_max_threads() threads.  Only QOR_FIT_LINEAR builds
- * coefficients so far; the other kinds check the task and then give
- * statusUnsupportedMethod.
+ * (QOR_FIT_...; another value gives statusUnsupportedMethod) and a method,
+ * with the checks, boundary conditions and layout that qor_kp.h describes
+ * for its entries, on at most qor_get_max_threads() threads.  A kind whose
+ * construction this kernel set does not provide checks the task and gives
+ * statusUnsupportedMethod, writing nothing.
  *
- * search writes the cells of nsite sites; the strategy follows the task's
- * partition hint and site_hint, data_hint carries a strategy's parameter
- * (may be null). */
+ * search writes the cells of nsite sites; the strategy follows the method
+ * (searchMethodDefault, or searchMethodUserDefined with data_hint pointing
+ * to a FitUserSearchD or FitUserSearchS record), the task's partition hint
+ * and site_hint (hintSitesSorted, hintSitesClustered around breakpoint
+ * data_hint[0]); data_hint may be null.
+ *
+ * interpolate evaluates the constructed spline of every function at nsite
+ * sites, located as search locates them: type is computeValues,
+ * computeCells or both; dorder holds ndorder flags, 0 or 1, flag q asking
+ * for the derivative of order q (q = 0: the value; orders at or above the
+ * spline's order give 0), the nd orders asked for written in ascending
+ * order.  r receives, with rhint hintResultByFunction (or 0), the results
+ * of function j at site i at r[(j*nsite + i)*nd + q], with hintResultBySite
+ * at r[(i*ny + j)*nd + q]; cell (for computeCells) the cells of the sites.
+ * A site outside [x[0], x[nx-1]] takes the end interval's polynomial.
+ * Large batches run on at most qor_get_max_threads() threads.
+ *
+ * integrate writes, for each of nlim pairs, the integral of every
+ * function's spline from llim[k] to rlim[k]: r[j*nlim + k] by function,
+ * r[k*ny + j] by site.  A pair in reverse order gives the negative; limits
+ * outside the partition integrate the end polynomials.  Each side's limits
+ * are located with its own hint and data hint.
+ *
+ * Checks before any kernel runs, in order: the task and its precision; for
+ * interpolate the type (statusBadComputeType), nsite (statusBadSiteCount),
+ * the sites (statusNullSites), for values the orders
+ * (statusBadDerivativeOrder: ndorder below 1, dorder null, a flag other
+ * than 0 or 1, or none set), rhint (statusBadResultHint) and r
+ * (statusNullOutput), for cells the cell array (statusNullOutput); for
+ * integrate nlim (statusBadSiteCount), the limits (statusNullSites), rhint
+ * and r.  Then the kernels check the task: breakpoints, coefficients
+ * present (statusBadCoefficients), order and function count, and the
+ * method. */
 QOR_CORE_API int qor_dfit_construct(qor_fit_task* task, int kind, int64_t method);
 QOR_CORE_API int qor_sfit_construct(qor_fit_task* task, int kind, int64_t method);
 QOR_CORE_API int qor_dfit_search(qor_fit_task* task, int64_t method, int64_t nsite, const double* site,
                                  int64_t site_hint, const double* data_hint, int64_t* cell);
 QOR_CORE_API int qor_sfit_search(qor_fit_task* task, int64_t method, int64_t nsite, const float* site,
                                  int64_t site_hint, const float* data_hint, int64_t* cell);
+QOR_CORE_API int qor_dfit_interpolate(qor_fit_task* task, int64_t type, int64_t method, int64_t nsite,
+                                      const double* site, int64_t site_hint, int64_t ndorder, const int64_t* dorder,
+                                      const double* data_hint, double* r, int64_t rhint, int64_t* cell);
+QOR_CORE_API int qor_sfit_interpolate(qor_fit_task* task, int64_t type, int64_t method, int64_t nsite,
+                                      const float* site, int64_t site_hint, int64_t ndorder, const int64_t* dorder,
+                                      const float* data_hint, float* r, int64_t rhint, int64_t* cell);
+QOR_CORE_API int qor_dfit_integrate(qor_fit_task* task, int64_t method, int64_t nlim, const double* llim,
+                                    int64_t llim_hint, const double* rlim, int64_t rlim_hint,
+                                    const double* ldata_hint, const double* rdata_hint, double* r, int64_t rhint);
+QOR_CORE_API int qor_sfit_integrate(qor_fit_task* task, int64_t method, int64_t nlim, const float* llim,
+                                    int64_t llim_hint, const float* rlim, int64_t rlim_hint, const float* ldata_hint,
+                                    const float* rdata_hint, float* r, int64_t rhint);
 
 QOR_END_C
 

@@ -225,11 +225,14 @@ QOR_KP_CONSTRUCTION_ENTRY(AkimaCubic)
  * (dataHint carries a strategy's parameter, such as the peak breakpoint) and
  * writes nsite cells in the task's integer width.  Site hints: 4 the sites
  * ascend; 64 they cluster around breakpoint dataHint[0]; any other value says
- * nothing.  A uniform partition is computed whatever the site hint.  Checks:
- * statusNullTask, statusBadBreakpoints (no breakpoints),
+ * nothing.  A uniform partition is computed whatever the site hint.  With
+ * searchMethodUserDefined (below) the caller's function suggests the cells.
+ * Checks: statusNullTask, statusBadBreakpoints (no breakpoints),
  * statusBadBreakpointCount (nx below 2), statusUnsupportedMethod (the entry's
  * precision is not the task's), statusBadIndex (nsite negative),
- * statusNullOutput (sites or cells null for a non-empty batch). */
+ * statusNullOutput (sites or cells null for a non-empty batch),
+ * statusUnsupportedMethod (an unknown method, or the user-defined one without
+ * a function), statusNoMemory (a work buffer could not be had). */
 QOR_KP_API int32_t qor_kp_kernel_sKPSearch1D(FitTask* task, int64_t method, int64_t nsite, const float* site,
                                              int64_t siteHint, const float* dataHint, void* cell);
 QOR_KP_API int32_t qor_kp_kernel_dKPSearch1D(FitTask* task, int64_t method, int64_t nsite, const double* site,
@@ -287,6 +290,96 @@ typedef int32_t (*FitSearchFnD)(int64_t* nsite, const double* site, int64_t* cel
 
 QOR_KP_SEARCH_FAMILY(s, float, FitSearchFnS)
 QOR_KP_SEARCH_FAMILY(d, double, FitSearchFnD)
+
+/* ---- Search entry methods, interpolation and integration ------------------------
+ * Site hints of the search, interpolation and integration entries:
+ * hintSitesSorted, the sites ascend; hintSitesClustered, they cluster around
+ * breakpoint dataHint[0]; hintSitesAny (or any other value) says nothing.
+ *
+ * Methods of the search: searchMethodDefault picks the strategy from the
+ * hints; searchMethodUserDefined asks the caller's own search function,
+ * given by a FitUserSearchS or FitUserSearchD record whose address is passed
+ * as dataHint (cast to the entry's pointer type); the function is asked for
+ * at most 1024 sites at a time and its flags start at 0 on every call.
+ *
+ * Results of the interpolation and integration: with hintResultByFunction
+ * (or hintResultDefault) the results of function j come in one run, site
+ * (or limit pair) by site; with hintResultBySite the results of one site
+ * come together, function by function.  Interpolation writes nd results per
+ * site and function, nd the number of derivative orders asked for, in
+ * ascending order:
+ *   by function  r[(j*nsite + i)*nd + q]
+ *   by site      r[(i*ny + j)*nd + q]
+ * integration one per limit pair k: r[j*nlim + k], or r[k*ny + j]. */
+enum {
+    hintSitesAny = 0,
+    hintSitesSorted = 4,
+    hintSitesClustered = 64,
+    searchMethodDefault = 0,
+    searchMethodUserDefined = 1,
+    computeValues = 1,               /* interpolation: values and derivatives */
+    computeCells = 2,                /* interpolation: the cells of the sites */
+    hintResultDefault = 0,
+    hintResultByFunction = 1,
+    hintResultBySite = 2,
+    statusBadComputeType = -1040,    /* interpolation asked for neither values nor cells */
+    statusBadDerivativeOrder = -1041, /* no order, a null order array, or a flag other than 0 and 1 */
+    statusBadResultHint = -1042
+};
+
+typedef struct FitUserSearchS {
+    FitSearchFnS search;
+    FitSearchParams params;
+} FitUserSearchS;
+typedef struct FitUserSearchD {
+    FitSearchFnD search;
+    FitSearchParams params;
+} FitUserSearchD;
+
+/* Values and derivatives of the spline of every function at nsite sites,
+ * and (computeCells in type) the cells of the sites in the task's integer
+ * width.  dorder holds ndorder flags, 0 or 1: flag k asks for the derivative
+ * of order k (0: the value); orders at or above the spline's order are 0.
+ * The sites are located as the search entry does with method, siteHint and
+ * dataHint; a site outside [x[0], x[nx-1]] takes the end polynomial (cell 0
+ * interval 0, cell nx interval nx-2), every coefficient set of any order is
+ * evaluated by Horner's rule.  Batches of more than 4096 sites run in blocks
+ * through the threading services (null: the calling thread); a user-defined
+ * search runs in the calling thread.  Checks, in order, with nothing written
+ * on failure: statusNullTask, statusUnsupportedMethod (the other precision),
+ * statusBadBreakpoints, statusBadBreakpointCount, statusBadComputeType,
+ * statusBadIndex (nsite negative), then for values statusBadDerivativeOrder,
+ * statusBadResultHint, statusBadSplineOrder (order below 1),
+ * statusBadFunctionCount (ny below 1), statusBadCoefficients (a function
+ * without coefficients); then statusNullOutput for null sites, results or
+ * cells of a non-empty batch, and statusUnsupportedMethod for an unknown
+ * method.  A user search function's status is returned as the search entry
+ * returns it. */
+QOR_KP_API int32_t qor_kp_kernel_sInterpolate1D(FitTask* task, int64_t type, int64_t method, int64_t nsite,
+                                                const float* site, int64_t siteHint, int64_t ndorder,
+                                                const int64_t* dorder, const float* dataHint, float* r,
+                                                int64_t rhint, void* cell, const qor_threading* threading);
+QOR_KP_API int32_t qor_kp_kernel_dInterpolate1D(FitTask* task, int64_t type, int64_t method, int64_t nsite,
+                                                const double* site, int64_t siteHint, int64_t ndorder,
+                                                const int64_t* dorder, const double* dataHint, double* r,
+                                                int64_t rhint, void* cell, const qor_threading* threading);
+
+/* The integral of the spline of every function from llim[k] to rlim[k],
+ * k = 0 .. nlim-1.  Limits may come in either order (a reversed pair gives
+ * the negative) and lie outside the partition (the end polynomials
+ * continue).  Each piece is integrated exactly from its antiderivative and
+ * the whole cells between the limits are summed.  Each side's limits are
+ * located as the search entry does with the method, its hint and data hint.
+ * Checks as for the interpolation, with statusBadIndex for a negative nlim
+ * and statusNullOutput for null limits or results. */
+QOR_KP_API int32_t qor_kp_kernel_sIntegrate1D(FitTask* task, int64_t method, int64_t nlim, const float* llim,
+                                              int64_t llimHint, const float* rlim, int64_t rlimHint,
+                                              const float* ldataHint, const float* rdataHint, float* r,
+                                              int64_t rhint);
+QOR_KP_API int32_t qor_kp_kernel_dIntegrate1D(FitTask* task, int64_t method, int64_t nlim, const double* llim,
+                                              int64_t llimHint, const double* rlim, int64_t rlimHint,
+                                              const double* ldataHint, const double* rdataHint, double* r,
+                                              int64_t rhint);
 
 QOR_END_C
 

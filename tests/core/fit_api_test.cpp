@@ -1,8 +1,9 @@
 // The public data-fitting interface seen from an application: the checks
-// the core makes before the kernels see a call, and one linear spline built
-// and searched end to end.
+// the core makes before the kernels see a call, and one linear spline built,
+// searched, interpolated and integrated end to end.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <vector>
 
 #include "qor/qor.h"
@@ -79,6 +80,49 @@ TEST_F(FitApi, LinearSplineBuiltAndSearchedEndToEnd) {
     qor_fit_delete_task(&task);
     ASSERT_EQ(status, 0);
     EXPECT_EQ(std::vector<int64_t>(cell, cell + 7), (std::vector<int64_t>{0, 1, 1, 2, 3, 4, 5}));
+}
+
+TEST_F(FitApi, InterpolationAndIntegrationOfALinearSpline) {
+    // y = 2t - 1 and y = |t - 1| - t on {0, 1, 3}: the first reproduced everywhere, outside too.
+    const double x[3] = {0, 1, 3}, y[6] = {-1, 1, 5, 1, -1, -1};
+    double c[8];
+    qor_fit_task* task = nullptr;
+    ASSERT_EQ(qor_dfit_new_task(&task, 3, x, hintPartitionNonUniform, 2, y, hintValuesDefault), 0);
+    ASSERT_EQ(qor_dfit_edit_pp_spline(task, 2, 0, 0, nullptr, 0, nullptr, c, hintValuesDefault), 0);
+    ASSERT_EQ(qor_dfit_construct(task, QOR_FIT_LINEAR, 0), 0);
+    const double site[3] = {-1, 2, 4};
+    const int64_t dorder[3] = {1, 1, 1};
+    double r[18];
+    int64_t cell[3] = {};
+    ASSERT_EQ(qor_dfit_interpolate(task, computeValues | computeCells, 0, 3, site, 0, 3, dorder, nullptr, r,
+                                   hintResultBySite, cell), 0);
+    EXPECT_EQ(std::vector<double>(r, r + 18),  // site by site: value, slope, 0 for each function
+              (std::vector<double>{-3, 2, 0, 3, -2, 0, 3, 2, 0, -1, 0, 0, 7, 2, 0, -1, 0, 0}));
+    EXPECT_EQ(std::vector<int64_t>(cell, cell + 3), (std::vector<int64_t>{0, 2, 3}));
+    const double a[3] = {-1, 4, 0.5}, b[3] = {4, -1, 0.5};
+    ASSERT_EQ(qor_dfit_integrate(task, 0, 3, a, 0, b, 0, nullptr, nullptr, r, hintResultByFunction), 0);
+    EXPECT_EQ(std::vector<double>(r, r + 6), (std::vector<double>{10, -10, 0, -1, 1, 0}));
+
+    // The core's checks, before any kernel and with nothing written.
+    std::fill(r, r + 18, -7.0);
+    const int64_t bad_order[2] = {0, 2};
+    float fsite[1] = {0};
+    EXPECT_EQ(qor_sfit_interpolate(task, 1, 0, 1, fsite, 0, 1, dorder, nullptr, nullptr, 0, nullptr),
+              statusWrongPrecision);
+    EXPECT_EQ(qor_dfit_interpolate(task, 0, 0, 1, site, 0, 1, dorder, nullptr, r, 0, cell), statusBadComputeType);
+    EXPECT_EQ(qor_dfit_interpolate(task, 1, 0, -1, site, 0, 1, dorder, nullptr, r, 0, cell), statusBadSiteCount);
+    EXPECT_EQ(qor_dfit_interpolate(task, 1, 0, 1, nullptr, 0, 1, dorder, nullptr, r, 0, cell), statusNullSites);
+    EXPECT_EQ(qor_dfit_interpolate(task, 1, 0, 1, site, 0, 2, bad_order, nullptr, r, 0, cell),
+              statusBadDerivativeOrder);
+    EXPECT_EQ(qor_dfit_interpolate(task, 1, 0, 1, site, 0, 1, dorder, nullptr, r, 7, cell), statusBadResultHint);
+    EXPECT_EQ(qor_dfit_interpolate(task, 1, 0, 1, site, 0, 1, dorder, nullptr, nullptr, 0, cell), statusNullOutput);
+    EXPECT_EQ(qor_dfit_interpolate(task, 2, 0, 1, site, 0, 0, nullptr, nullptr, r, 0, nullptr), statusNullOutput);
+    EXPECT_EQ(qor_dfit_integrate(task, 0, -1, a, 0, b, 0, nullptr, nullptr, r, 0), statusBadSiteCount);
+    EXPECT_EQ(qor_dfit_integrate(task, 0, 1, a, 0, nullptr, 0, nullptr, nullptr, r, 0), statusNullSites);
+    EXPECT_EQ(qor_dfit_integrate(task, 0, 1, a, 0, b, 0, nullptr, nullptr, r, 3), statusBadResultHint);
+    EXPECT_EQ(qor_dfit_integrate(task, 0, 1, a, 0, b, 0, nullptr, nullptr, nullptr, 0), statusNullOutput);
+    EXPECT_EQ(r[0], -7.0);
+    qor_fit_delete_task(&task);
 }
 
 }  // namespace
