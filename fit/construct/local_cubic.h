@@ -1,0 +1,99 @@
+// Cubic kinds whose derivative at an inner breakpoint depends on a few
+// neighbouring slopes only (Hermite, Bessel, Akima): the derivatives by a
+// kind's rule, those at the ends by the boundary condition, then the
+// Hermite form per interval.  Blocks of intervals run independently.
+//
+// A rule, Rule::derivative(job, j, i, m, h), gives the derivative at
+// breakpoint i from the slopes m[-2..1] (m[0] the slope of interval i) and
+// the widths h[-1], h[0].  Past the ends the slopes are those of the other
+// end under the periodic condition and otherwise continue linearly
+// (m[-1] = 2m[0] - m[1], Akima's extension); the widths past the ends
+// wrap under the periodic condition and repeat the end width otherwise.
+//
+// Ends: periodic and Akima's code 0 apply the rule at the end itself
+// (periodic: one derivative for both ends); the other conditions set the
+// end derivative from the one (not-a-knot: two) next to it, with
+// not-a-knot over a single inner breakpoint making the two pieces one
+// cubic.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+
+#include "fit/construct/frame.h"
+#include "fit/construct/hermite_form.h"
+
+namespace qor::kp::spline {
+
+template <class T, bool Uniform>
+T extended_slope(const Curve<T, Uniform>& f, const Ends<T>& ends, int64_t k) {
+    const int64_t last = f.n - 2;
+    if (k >= 0 && k <= last) return f.slope(k);
+    if (ends.left == End::Periodic) return f.slope(k < 0 ? k + last + 1 : k - last - 1);
+    if (k < 0) {
+        const T m0 = f.slope(0);
+        return m0 - T(k) * (m0 - f.slope(1));
+    }
+    const T ml = f.slope(last);
+    return ml + T(k - last) * (ml - f.slope(last - 1));
+}
+
+template <class T, bool Uniform>
+T extended_width(const Curve<T, Uniform>& f, const Ends<T>& ends, int64_t k) {
+    const int64_t last = f.n - 2;
+    if (k >= 0 && k <= last) return f.h(k);
+    if (ends.left == End::Periodic) return f.h(k < 0 ? k + last + 1 : k - last - 1);
+    return f.h(k < 0 ? 0 : last);
+}
+
+template <class T, bool Uniform, class Rule>
+struct LocalCubic {
+    static constexpr bool kLocal = true;
+
+    // The rule at breakpoint i, its slopes and widths gathered one by one.
+    static T rule_at(const Job<T, Uniform>& job, const Curve<T, Uniform>& f, int64_t j, int64_t i) {
+        T m[4], h[2];
+        for (int k = 0; k < 4; ++k) m[k] = extended_slope(f, job.ends, i - 2 + k);
+        for (int k = 0; k < 2; ++k) h[k] = extended_width(f, job.ends, i - 1 + k);
+        return Rule::derivative(job, j, i, m + 2, h + 1);
+    }
+
+    // The derivative at x[0] (left) or x[n-1].
+    static T end_derivative(const Job<T, Uniform>& job, const Curve<T, Uniform>& f, int64_t j, bool left) {
+        const Ends<T>& e = job.ends;
+        const int64_t n = f.n;
+        if (e.left == End::Periodic || e.left == End::Extrapolated) return rule_at(job, f, j, left ? 0 : n - 1);
+        const End end = left ? e.left : e.right;
+        const int64_t a = left ? 0 : n - 2, b = left ? 1 : n - 3;  // end interval, its neighbour
+        const T h0 = f.h(a), h1 = f.h(b), m0 = f.slope(a), m1 = f.slope(b);
+        const T d1 = rule_at(job, f, j, left ? 1 : n - 2);
+        if (end == End::NotAKnot && n == 3) {
+            T d0, d2;
+            single_cubic_ends(f.h(0), f.h(1), f.slope(0), f.slope(1), d1, d0, d2);
+            return left ? d0 : d2;
+        }
+        const T d2 = end == End::NotAKnot ? rule_at(job, f, j, left ? 2 : n - 3) : T(0);
+        return left ? left_end_derivative(end, e.left_value, h0, h1, m0, m1, d1, d2)
+                    : right_end_derivative(end, e.right_value, h0, h1, m0, m1, d1, d2);
+    }
+
+    static void build(const Job<T, Uniform>& job, int64_t j, int64_t i0, int64_t i1) {
+        const Curve<T, Uniform> f = job.curve(j);
+        const int64_t n = f.n;
+        T* c = job.coefficients(j);
+        // Slopes of intervals i0-2 .. i1+1, widths of i0-1 .. i1, and the
+        // derivatives at breakpoints i0 .. i1.
+        T m[kBlockIntervals + 4], h[kBlockIntervals + 2], d[kBlockIntervals + 1];
+        for (int64_t k = i0 - 2; k <= i1 + 1; ++k)
+            m[k - i0 + 2] = k >= 0 && k <= n - 2 ? f.slope(k) : extended_slope(f, job.ends, k);
+        for (int64_t k = i0 - 1; k <= i1; ++k) h[k - i0 + 1] = k >= 0 && k <= n - 2 ? f.h(k) : extended_width(f, job.ends, k);
+        for (int64_t i = std::max<int64_t>(i0, 1); i <= std::min(i1, n - 2); ++i)
+            d[i - i0] = Rule::derivative(job, j, i, m + (i - i0 + 2), h + (i - i0 + 1));
+        if (i0 == 0) d[0] = end_derivative(job, f, j, true);
+        if (i1 == n - 1) d[i1 - i0] = end_derivative(job, f, j, false);
+        for (int64_t i = i0; i < i1; ++i)
+            hermite_piece(c + 4 * i, f.at(i), f.at(i + 1), d[i - i0], d[i - i0 + 1], f.inverse_h(i));
+    }
+};
+
+}  // namespace qor::kp::spline
