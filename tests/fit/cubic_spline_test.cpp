@@ -111,3 +111,90 @@ TEST(FitCubic, EveryKindMeetsItsEquationsUnderEveryBoundaryCondition) {
     check_every_kind_and_condition<double>(1e-11L);
     check_every_kind_and_condition<float>(2e-3L);
 }
+
+TEST(FitCubic, ReproducesThePolynomialsItsConditionsAllow) {
+    // A cubic through every kind that takes its exact derivatives (Hermite
+    // given them inside) or solves for them (natural, default); a parabola
+    // through Bessel's three-point rule.  Coefficients are the Taylor
+    // coefficients at each breakpoint.
+    std::mt19937_64 rng(3);
+    Data<> d(12, 1, rng);
+    for (int degree : {3, 2}) {
+        const long double p[4] = {0.4L, -1.1L, 0.7L, degree == 3 ? -0.3L : 0.0L};
+        for (int64_t i = 0; i < d.nx; ++i) d.y[i] = double(derivative(p, 4, 0, d.x[i]));
+        std::vector<double> ic;
+        for (int64_t i = 1; i + 1 < d.nx; ++i) ic.push_back(double(derivative(p, 4, 1, d.x[i])));
+        const double first[2] = {double(derivative(p, 4, 1, d.x[0])), double(derivative(p, 4, 1, d.x.back()))};
+        const double second[2] = {double(derivative(p, 4, 2, d.x[0])), double(derivative(p, 4, 2, d.x.back()))};
+        for (const Kind& kind : kKinds) {
+            const bool bessel = kind.entry == qor_kp_kernel_dKPBesselCubicSpline1D;
+            if ((degree == 3 && bessel) || kind.entry == qor_kp_kernel_dKPAkimaCubicSpline1D || !kind.exact_bc) continue;
+            for (int64_t code : {2, 12, 48}) {
+                SCOPED_TRACE(testing::Message() << kind.name << " degree " << degree << " bcType " << code);
+                Params<> q;
+                q.bcType = code;
+                q.bc = code == 12 ? first : second;
+                q.icType = kind.entry == qor_kp_kernel_dKPHermiteCubicSpline1D ? 1 : 0;
+                q.ic = q.icType ? ic.data() : nullptr;
+                std::vector<double> c;
+                ASSERT_EQ(construct(d, hintValuesDefault, false, q, kind.entry, c), 0);
+                for (int64_t i = 0; i + 1 < d.nx; ++i)
+                    for (int k = 0; k < 4; ++k)
+                        ASSERT_TRUE(close(c[4 * i + k], derivative(p, 4, k, d.x[i]) / std::tgamma(k + 1), 1e-11L))
+                            << "interval " << i << " coefficient " << k << ": " << c[4 * i + k];
+            }
+        }
+    }
+}
+
+TEST(FitCubic, HymanKeepsMonotoneDataMonotone) {
+    std::mt19937_64 rng(11);
+    std::uniform_real_distribution<double> jump(0, 1);
+    for (double sign : {1.0, -1.0})
+        for (int64_t code : {1, 2, 12, 48}) {
+            Data<> d(200, 1, rng);
+            for (int64_t i = 1; i < d.nx; ++i)  // steps of very different sizes, some flat
+                d.y[i] = d.y[i - 1] + sign * (i % 7 == 0 ? 0.0 : std::pow(jump(rng), 4) * 10);
+            const double bc[2] = {-5 * sign, -5 * sign};  // conditions that would break monotonicity
+            Params<> p;
+            p.bcType = code;
+            p.bc = bc;
+            std::vector<double> c;
+            ASSERT_EQ(construct(d, hintValuesDefault, false, p, qor_kp_kernel_dKPHymanCubicSpline1D, c), 0);
+            for (int64_t i = 0; i + 1 < d.nx; ++i) {
+                long double prev = d.y[i];
+                for (int s = 1; s <= 16; ++s) {
+                    const long double v = derivative(c.data() + 4 * i, 4, 0, (d.x[i + 1] - d.x[i]) * s / 16.0L);
+                    ASSERT_GE(sign * (v - prev), -1e-12L) << "interval " << i << " bcType " << code;
+                    prev = v;
+                }
+            }
+        }
+}
+
+TEST(FitCubic, EveryStorageClassPartitionFormAndPathGivesTheSameCoefficients) {
+    // Values by function on one thread (serial or blocks in turn) against
+    // values breakpoint by breakpoint on four threads: the same bits.  A
+    // partition given by its two ends against the same breakpoints given
+    // one by one: the same to rounding.
+    std::mt19937_64 rng(8);
+    const double bc[2] = {0.25, -0.5};
+    for (auto [nx, ny] : {std::pair<int64_t, int64_t>{9, 3}, {2500, 9}, {300, 40}}) {
+        Data<> d(nx, ny, rng, true);
+        std::vector<double> ic(ny * (nx - 2), 0.5);
+        for (const Kind& kind : kKinds) {
+            SCOPED_TRACE(testing::Message() << kind.name << " " << nx << "x" << ny);
+            Params<> p;
+            p.bcType = 36;
+            p.bc = bc;
+            p.icType = kind.entry == qor_kp_kernel_dKPHermiteCubicSpline1D ? 1 : 0;
+            p.ic = p.icType ? ic.data() : nullptr;
+            std::vector<double> by_function, whole, uniform;
+            ASSERT_EQ(construct(d, hintValuesDefault, false, p, kind.entry, by_function, &kOneThread), 0);
+            ASSERT_EQ(construct(d, hintValuesWhole, false, p, kind.entry, whole, &kFourThreads), 0);
+            ASSERT_EQ(construct(d, hintValuesByFunction, true, p, kind.entry, uniform, &kFourThreads), 0);
+            ASSERT_EQ(by_function, whole);
+            for (size_t k = 0; k < whole.size(); ++k) ASSERT_TRUE(close(uniform[k], whole[k], 1e-9L)) << k;
+        }
+    }
+}
