@@ -9,23 +9,17 @@
 
 namespace qor::kp {
 
-// Boundary-condition codes.  The cubic kinds take 1, 2, 64 or one
-// condition at each end with its value in bc: the sum of 4 (first
-// derivative) or 16 (second derivative) at the left end and 8 or 32 at the
-// right end.  The default quadratic takes kBcQuadraticValue.
-constexpr int64_t kBcFreeEnd = 1;      // second derivative zero at both ends
-constexpr int64_t kBcNotAKnot = 2;     // third derivative continuous at x[1] and x[nx-2]
-constexpr int64_t kBcFirstLeft = 4;
-constexpr int64_t kBcFirstRight = 8;
-constexpr int64_t kBcSecondLeft = 16;
-constexpr int64_t kBcSecondRight = 32;
-constexpr int64_t kBcPeriodic = 64;    // first and last values equal; s', s'' periodic
-constexpr int64_t kBcQuadraticValue = 128;
-
-// Internal-condition types: Hermite derivatives at the inner breakpoints,
-// and the knots of the quadratic spline of type 1 (bit 3).
-constexpr int64_t kIcFirstDerivatives = 1;
-constexpr int64_t kIcKnots = 8;
+// Boundary-condition and internal-condition codes (qor_kp.h).
+constexpr int64_t kBcFreeEnd = bcFreeEnd;
+constexpr int64_t kBcNotAKnot = bcNotAKnot;
+constexpr int64_t kBcFirstLeft = bcFirstLeft;
+constexpr int64_t kBcFirstRight = bcFirstRight;
+constexpr int64_t kBcSecondLeft = bcSecondLeft;
+constexpr int64_t kBcSecondRight = bcSecondRight;
+constexpr int64_t kBcPeriodic = bcPeriodic;
+constexpr int64_t kBcQuadraticValue = bcQuadraticMiddleValue;
+constexpr int64_t kIcFirstDerivatives = icFirstDerivatives;
+constexpr int64_t kIcKnots = icKnots;
 
 // A construction worker: builds the coefficients of every function of a
 // task that the entry checks have passed.
