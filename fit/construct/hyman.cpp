@@ -19,26 +19,18 @@
 namespace qor::kp {
 namespace {
 
-using spline::Curve;
-using spline::End;
-using spline::Ends;
-
 template <class T>
 T clip(T d, T m, T bound) {
     if (m > T(0)) return std::min(std::max(T(0), d), bound);
     return std::max(std::min(T(0), d), -bound);
 }
 
+// The filter on the slopes ml, mr left and right of the breakpoint (at an
+// end that is not periodic, the end slope twice).
 struct HymanFilter {
-    template <class T, bool Uniform>
-    static T apply(const Curve<T, Uniform>& f, const Ends<T>& ends, int64_t i, T d) {
-        const int64_t n = f.n;
-        const bool end = i == 0 || i == n - 1;
-        if (end && ends.left != End::Periodic) {
-            const T m = f.slope(i == 0 ? 0 : n - 2);
-            return m == T(0) ? T(0) : clip(d, m, T(3) * std::fabs(m));
-        }
-        const T ml = f.slope(end ? n - 2 : i - 1), mr = f.slope(end ? 0 : i);
+    static constexpr bool kIdentity = false;
+    template <class T>
+    static T apply(T d, T ml, T mr) {
         if (!(ml * mr > T(0))) return T(0);
         return clip(d, mr, T(3) * std::min(std::fabs(ml), std::fabs(mr)));
     }
