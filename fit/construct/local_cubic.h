@@ -83,16 +83,22 @@ struct LocalCubic {
         T* c = job.coefficients(j);
         // Slopes of intervals i0-2 .. i1+1, widths of i0-1 .. i1, and the
         // derivatives at breakpoints i0 .. i1.
-        T m[kBlockIntervals + 4], h[kBlockIntervals + 2], d[kBlockIntervals + 1];
+        // The reciprocal widths of the block's own intervals serve their
+        // slopes and their pieces; every slope inside the partition is
+        // formed the same way, so that blocks agree where they meet.
+        T m[kBlockIntervals + 4], h[kBlockIntervals + 2], d[kBlockIntervals + 1], r[kBlockIntervals];
+        for (int64_t k = i0; k < i1; ++k) r[k - i0] = f.inverse_h(k);
         for (int64_t k = i0 - 2; k <= i1 + 1; ++k)
-            m[k - i0 + 2] = k >= 0 && k <= n - 2 ? f.slope(k) : extended_slope(f, job.ends, k);
+            m[k - i0 + 2] = k >= i0 && k < i1   ? (f.at(k + 1) - f.at(k)) * r[k - i0]
+                            : k >= 0 && k <= n - 2 ? (f.at(k + 1) - f.at(k)) * f.inverse_h(k)
+                                                   : extended_slope(f, job.ends, k);
         for (int64_t k = i0 - 1; k <= i1; ++k) h[k - i0 + 1] = k >= 0 && k <= n - 2 ? f.h(k) : extended_width(f, job.ends, k);
         for (int64_t i = std::max<int64_t>(i0, 1); i <= std::min(i1, n - 2); ++i)
             d[i - i0] = Rule::derivative(job, j, i, m + (i - i0 + 2), h + (i - i0 + 1));
         if (i0 == 0) d[0] = end_derivative(job, f, j, true);
         if (i1 == n - 1) d[i1 - i0] = end_derivative(job, f, j, false);
         for (int64_t i = i0; i < i1; ++i)
-            hermite_piece(c + 4 * i, f.at(i), f.at(i + 1), d[i - i0], d[i - i0 + 1], f.inverse_h(i));
+            hermite_piece(c + 4 * i, f.at(i), f.at(i + 1), d[i - i0], d[i - i0 + 1], r[i - i0]);
     }
 };
 
