@@ -88,10 +88,9 @@ struct LocalCubic {
         // formed the same way, so that blocks agree where they meet.
         T m[kBlockIntervals + 4], h[kBlockIntervals + 2], d[kBlockIntervals + 1], r[kBlockIntervals];
         for (int64_t k = i0; k < i1; ++k) r[k - i0] = f.inverse_h(k);
-        for (int64_t k = i0 - 2; k <= i1 + 1; ++k)
-            m[k - i0 + 2] = k >= i0 && k < i1   ? (f.at(k + 1) - f.at(k)) * r[k - i0]
-                            : k >= 0 && k <= n - 2 ? (f.at(k + 1) - f.at(k)) * f.inverse_h(k)
-                                                   : extended_slope(f, job.ends, k);
+        for (int64_t k = i0; k < i1; ++k) m[k - i0 + 2] = (f.at(k + 1) - f.at(k)) * r[k - i0];
+        for (int64_t k : {i0 - 2, i0 - 1, i1, i1 + 1})
+            m[k - i0 + 2] = k >= 0 && k <= n - 2 ? (f.at(k + 1) - f.at(k)) * f.inverse_h(k) : extended_slope(f, job.ends, k);
         for (int64_t k = i0 - 1; k <= i1; ++k) h[k - i0 + 1] = k >= 0 && k <= n - 2 ? f.h(k) : extended_width(f, job.ends, k);
         for (int64_t i = std::max<int64_t>(i0, 1); i <= std::min(i1, n - 2); ++i)
             d[i - i0] = Rule::derivative(job, j, i, m + (i - i0 + 2), h + (i - i0 + 1));
