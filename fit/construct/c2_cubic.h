@@ -126,7 +126,7 @@ void build_open(const Curve<T, Uniform>& f, const Ends<T>& ends, T* c) {
         p1 = p;
         e1 = e;
         u1 = row.upper;
-        if (!(std::fabs(p) < 0x1p+512) || !(std::fabs(p) > 0x1p-512)) {
+        if ((std::fabs(p) > 0x1p+512 || std::fabs(p) < 0x1p-512) && p != 0 && std::isfinite(p)) {
             const double scale = std::ldexp(1.0, -std::ilogb(p));
             p2 *= scale;
             p1 *= scale;

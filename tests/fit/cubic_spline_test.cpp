@@ -198,3 +198,21 @@ TEST(FitCubic, EveryStorageClassPartitionFormAndPathGivesTheSameCoefficients) {
         }
     }
 }
+
+TEST(FitCubic, PeriodicConditionRefusesUnequalEndsBeforeWritingAnything) {
+    std::mt19937_64 rng(12);
+    Data<> d(600, 3, rng);
+    for (int64_t j = 0; j < d.ny; ++j) d.y[j * d.nx + d.nx - 1] = j == 1 ? std::nan("") : d.y[j * d.nx];
+    const std::vector<double> ic(d.ny * (d.nx - 2)), bc(2);
+    for (const Kind& kind : kKinds)
+        for (int64_t yhint : {hintValuesDefault, hintValuesWhole}) {
+            Params<> p;
+            p.bcType = 64;
+            p.bc = bc.data();
+            p.icType = kind.entry == qor_kp_kernel_dKPHermiteCubicSpline1D ? 1 : 0;
+            p.ic = p.icType ? ic.data() : nullptr;
+            std::vector<double> c;
+            EXPECT_EQ(construct(d, yhint, false, p, kind.entry, c, &kFourThreads), -1018) << kind.name;
+            EXPECT_TRUE(std::all_of(c.begin(), c.end(), [](double v) { return v == 7; })) << kind.name;
+        }
+}
