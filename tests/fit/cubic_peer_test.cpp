@@ -1,12 +1,14 @@
-// Cubic construction against GSL on the same data, where the definitions
-// agree: the natural cubic spline with free ends (gsl cspline) and periodic
+// Cubic construction against peers on the same data, where the definitions
+// agree: GSL's natural cubic spline with free ends (cspline) and periodic
 // (cspline_periodic), and Akima's spline with its own end rule (akima) and
-// periodic (akima_periodic).  Values and first and second derivatives at
-// random sites.
+// periodic (akima_periodic); Boost.Math's cubic Hermite interpolant given
+// every derivative (the Hermite kind with both end derivatives given).
+// Values and derivatives at random sites.
 #include <gsl/gsl_errno.h>
 #include <gsl/gsl_interp.h>
 
 #include <algorithm>
+#include <boost/math/interpolators/cubic_hermite.hpp>
 
 #include "construct_spline.h"
 
@@ -58,4 +60,28 @@ TEST(FitCubicAgainstGsl, NaturalAndPeriodicSplines) {
 TEST(FitCubicAgainstGsl, AkimaWithItsOwnEndsAndPeriodic) {
     expect_like_gsl(gsl_interp_akima, qor_kp_kernel_dKPAkimaCubicSpline1D, 0, false);
     expect_like_gsl(gsl_interp_akima_periodic, qor_kp_kernel_dKPAkimaCubicSpline1D, 64, true);
+}
+
+TEST(FitCubicAgainstBoost, HermiteGivenEveryDerivative) {
+    std::mt19937_64 rng(32);
+    Data<> d(500, 1, rng);
+    std::vector<double> slopes(d.nx);
+    for (double& s : slopes) s = std::uniform_real_distribution<double>(-2, 2)(rng);
+    const double ends[2] = {slopes.front(), slopes.back()};
+    Params<> p;
+    p.bcType = 12;
+    p.bc = ends;
+    p.icType = 1;
+    p.ic = slopes.data() + 1;
+    std::vector<double> c;
+    ASSERT_EQ(construct(d, hintValuesDefault, false, p, qor_kp_kernel_dKPHermiteCubicSpline1D, c), 0);
+    const boost::math::interpolators::cubic_hermite<std::vector<double>> peer(std::vector<double>(d.x),
+                                                                             std::vector<double>(d.y), std::move(slopes));
+    std::uniform_real_distribution<double> site(d.x.front(), d.x.back());
+    for (int s = 0; s < 2000; ++s) {
+        const double t = site(rng);
+        const int64_t i = std::min<int64_t>(std::upper_bound(d.x.begin(), d.x.end(), t) - d.x.begin() - 1, d.nx - 2);
+        ASSERT_TRUE(close(derivative(c.data() + 4 * i, 4, 0, t - d.x[i]), peer(t), 1e-12L)) << t;
+        ASSERT_TRUE(close(derivative(c.data() + 4 * i, 4, 1, t - d.x[i]), peer.prime(t), 1e-11L)) << t;
+    }
 }
