@@ -6,7 +6,8 @@
 // written twice, the size of the coefficients).  The natural cubic spline
 // (free ends) and Akima's spline against GSL's gsl_interp_init of cspline
 // and akima on the same data (its state allocated once, outside the
-// loop).  Counters: items are breakpoints per second, and read_ratio is the
+// loop); on the uniform partition, the natural cubic spline against
+// Boost.Math's cardinal cubic B-spline construction.  Counters: items are breakpoints per second, and read_ratio is the
 // time of one call over the time of one streaming read of the values.
 #include <algorithm>
 #include <chrono>
@@ -14,6 +15,8 @@
 #include <vector>
 
 #include <gsl/gsl_interp.h>
+
+#include <boost/math/interpolators/cardinal_cubic_b_spline.hpp>
 
 #include "bench_util.h"
 #include "read_ratio.h"
@@ -86,11 +89,15 @@ void QorLinear(benchmark::State& state) {
     if (status != 0) state.SkipWithError("construction failed");
 }
 
-// range(0): threads.
+// range(0): threads; range(1): 1 for the uniform partition (two ends).
 void QorCubic(benchmark::State& state, int kind, int64_t bcType) {
     Data& d = data();
+    const bool uniform = state.range(1) != 0;
+    const double ends[2] = {d.x.front(), d.x.back()};
     qor_fit_task* task = nullptr;
-    int status = qor_dfit_new_task(&task, kPoints, d.x.data(), hintPartitionNonUniform, 1, d.y.data(), hintValuesDefault);
+    int status = qor_dfit_new_task(&task, kPoints, uniform ? ends : d.x.data(),
+                                   uniform ? hintPartitionUniform : hintPartitionNonUniform, 1, d.y.data(),
+                                   hintValuesDefault);
     if (status == 0) status = qor_dfit_edit_pp_spline(task, 4, 0, bcType, nullptr, 0, nullptr, d.cubic.data(), 0);
     qor_set_num_threads(static_cast<int>(state.range(0)));
     if (status == 0) measure(state, [&] { status |= qor_dfit_construct(task, kind, 0); });
@@ -107,6 +114,14 @@ void GslInit(benchmark::State& state, const gsl_interp_type* type) {
     measure(state, [&] { benchmark::DoNotOptimize(gsl_interp_init(peer, d.x.data(), d.y.data(), kPoints)); });
     gsl_interp_free(peer);
 }
+void BoostCardinalCubicBSpline(benchmark::State& state) {
+    Data& d = data();
+    const double step = (d.x.back() - d.x.front()) / double(kPoints - 1);
+    measure(state, [&] {
+        boost::math::interpolators::cardinal_cubic_b_spline<double> peer(d.y.data(), kPoints, d.x.front(), step);
+        benchmark::DoNotOptimize(peer);
+    });
+}
 void GslCspline(benchmark::State& state) { GslInit(state, gsl_interp_cspline); }
 void GslAkima(benchmark::State& state) { GslInit(state, gsl_interp_akima); }
 
@@ -115,9 +130,10 @@ BENCHMARK(ValuesWrittenTwice)->Unit(benchmark::kMicrosecond);
 BENCHMARK(PlainLoop)->Unit(benchmark::kMicrosecond);
 BENCHMARK(QorLinear)->ArgNames({"threads", "uniform"})->ArgsProduct({{1, 2}, {0, 1}})->Unit(benchmark::kMicrosecond);
 BENCHMARK(GslCspline)->Unit(benchmark::kMicrosecond);
-BENCHMARK(QorNaturalCubic)->ArgName("threads")->Arg(1)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BoostCardinalCubicBSpline)->Unit(benchmark::kMicrosecond);
+BENCHMARK(QorNaturalCubic)->ArgNames({"threads", "uniform"})->Args({1, 0})->Args({1, 1})->Unit(benchmark::kMicrosecond);
 BENCHMARK(GslAkima)->Unit(benchmark::kMicrosecond);
-BENCHMARK(QorAkimaCubic)->ArgName("threads")->Arg(1)->Arg(2)->Unit(benchmark::kMicrosecond);
+BENCHMARK(QorAkimaCubic)->ArgNames({"threads", "uniform"})->Args({1, 0})->Args({2, 0})->Unit(benchmark::kMicrosecond);
 
 }  // namespace
 
