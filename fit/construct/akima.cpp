@@ -7,23 +7,23 @@
 // ends take the rule too (Akima's own end treatment), with the periodic
 // condition the slopes wrap around, and the other conditions set the end
 // derivatives.
-#include <cmath>
-
 #include "fit/construct/local_cubic.h"
 
 namespace qor::kp {
 namespace {
 
-template <class T, bool Uniform>
 struct AkimaWeights {
-    static T derivative(const spline::Job<T, Uniform>&, int64_t, int64_t, const T* m, const T*) {
-        const T w1 = std::fabs(m[1] - m[0]), w2 = std::fabs(m[-1] - m[-2]), w = w1 + w2;
-        return w == T(0) ? (m[-1] + m[0]) / T(2) : (w1 * m[-1] + w2 * m[0]) / w;
+    static constexpr bool kFormula = true;
+    template <class U>
+    static U formula(U m2, U m1, U m0, U p1, U, U) {  // m[i-2], m[i-1], m[i], m[i+1]
+        const U w1 = spline::magnitude(p1 - m0), w2 = spline::magnitude(m1 - m2), w = w1 + w2;
+        const auto flat = w == 0;
+        return spline::choose(flat, (m1 + m0) / 2, (w1 * m1 + w2 * m0) / spline::choose(flat, w + 1, w));
     }
 };
 
 template <class T, bool Uniform>
-using Akima = spline::LocalCubic<T, Uniform, AkimaWeights<T, Uniform>>;
+using Akima = spline::LocalCubic<T, Uniform, AkimaWeights>;
 
 }  // namespace
 

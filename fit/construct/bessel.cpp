@@ -8,15 +8,16 @@
 namespace qor::kp {
 namespace {
 
-template <class T, bool Uniform>
 struct ThreePoint {
-    static T derivative(const spline::Job<T, Uniform>&, int64_t, int64_t, const T* m, const T* h) {
-        return (h[0] * m[-1] + h[-1] * m[0]) / (h[-1] + h[0]);
+    static constexpr bool kFormula = true;
+    template <class U>
+    static U formula(U, U m1, U m0, U, U h1, U h0) {  // m[i-1], m[i], h[i-1], h[i]
+        return (h0 * m1 + h1 * m0) / (h1 + h0);
     }
 };
 
 template <class T, bool Uniform>
-using Bessel = spline::LocalCubic<T, Uniform, ThreePoint<T, Uniform>>;
+using Bessel = spline::LocalCubic<T, Uniform, ThreePoint>;
 
 }  // namespace
 

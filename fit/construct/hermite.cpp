@@ -10,7 +10,8 @@ namespace {
 
 template <class T, bool Uniform>
 struct GivenDerivatives {
-    static T derivative(const spline::Job<T, Uniform>& job, int64_t j, int64_t i, const T*, const T*) {
+    static constexpr bool kFormula = false;
+    static T derivative(const spline::Job<T, Uniform>& job, int64_t j, int64_t i) {
         const int64_t n = job.n;
         if (i == 0 || i == n - 1) return job.ends.left_value;  // periodic only
         return static_cast<const T*>(job.task->ic)[j * (n - 2) + i - 1];

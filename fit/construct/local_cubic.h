@@ -3,9 +3,12 @@
 // kind's rule, those at the ends by the boundary condition, then the
 // Hermite form per interval.  Blocks of intervals run independently.
 //
-// A rule, Rule::derivative(job, j, i, m, h), gives the derivative at
-// breakpoint i from the slopes m[-2..1] (m[0] the slope of interval i) and
-// the widths h[-1], h[0].  Past the ends the slopes are those of the other
+// A rule gives the derivative at breakpoint i either from the data of
+// function j (Rule::derivative(job, j, i)) or by a formula,
+// Rule::formula(m[-2], m[-1], m[0], m[1], h[-1], h[0]), of the slopes
+// around it (m[0] the slope of interval i) and the widths of its two
+// intervals, written once for a number and for a vector of them: a block
+// applies it to a vector of breakpoints per step.  Past the ends the slopes are those of the other
 // end under the periodic condition and otherwise continue linearly
 // (m[-1] = 2m[0] - m[1], Akima's extension); the widths past the ends
 // wrap under the periodic condition and repeat the end width otherwise.
@@ -18,12 +21,50 @@
 #pragma once
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
+#include <cstring>
 
 #include "fit/construct/frame.h"
 #include "fit/construct/hermite_form.h"
 
 namespace qor::kp::spline {
+
+// One SSE register of elements (GCC vector extensions), unaligned loads
+// and stores, and the operations the formulas need on numbers and vectors
+// alike.
+template <class T>
+struct Lanes;
+template <>
+struct Lanes<double> {
+    typedef double V __attribute__((vector_size(16)));
+};
+template <>
+struct Lanes<float> {
+    typedef float V __attribute__((vector_size(16)));
+};
+template <class T>
+constexpr int64_t kLanes = 16 / sizeof(T);
+
+template <class T>
+typename Lanes<T>::V load_lanes(const T* p) {
+    typename Lanes<T>::V v;
+    std::memcpy(&v, p, sizeof v);
+    return v;
+}
+template <class T>
+void store_lanes(T* p, typename Lanes<T>::V v) {
+    std::memcpy(p, &v, sizeof v);
+}
+
+inline double magnitude(double v) { return std::fabs(v); }
+inline float magnitude(float v) { return std::fabs(v); }
+template <class V>
+V magnitude(V v) { return v < 0 ? -v : v; }
+inline double choose(bool c, double a, double b) { return c ? a : b; }
+inline float choose(bool c, float a, float b) { return c ? a : b; }
+template <class M, class V>
+V choose(M mask, V a, V b) { return mask ? a : b; }
 
 template <class T, bool Uniform>
 T extended_slope(const Curve<T, Uniform>& f, const Ends<T>& ends, int64_t k) {
@@ -55,7 +96,12 @@ struct LocalCubic {
         T m[4], h[2];
         for (int k = 0; k < 4; ++k) m[k] = extended_slope(f, job.ends, i - 2 + k);
         for (int k = 0; k < 2; ++k) h[k] = extended_width(f, job.ends, i - 1 + k);
-        return Rule::derivative(job, j, i, m + 2, h + 1);
+        return point(job, j, i, m + 2, h + 1);
+    }
+
+    static T point(const Job<T, Uniform>& job, int64_t j, int64_t i, const T* m, const T* h) {
+        if constexpr (Rule::kFormula) return Rule::formula(m[-2], m[-1], m[0], m[1], h[-1], h[0]);
+        else return Rule::derivative(job, j, i);
     }
 
     // The derivative at x[0] (left) or x[n-1].
@@ -86,14 +132,32 @@ struct LocalCubic {
         // The reciprocal widths of the block's own intervals serve their
         // slopes and their pieces; every slope inside the partition is
         // formed the same way, so that blocks agree where they meet.
+        // Vector steps give the same bits as single ones (no fused
+        // operations), so results do not depend on where blocks start.
+        constexpr int64_t W = kLanes<T>;
         T m[kBlockIntervals + 4], h[kBlockIntervals + 2], d[kBlockIntervals + 1], r[kBlockIntervals];
-        for (int64_t k = i0; k < i1; ++k) r[k - i0] = f.inverse_h(k);
-        for (int64_t k = i0; k < i1; ++k) m[k - i0 + 2] = (f.at(k + 1) - f.at(k)) * r[k - i0];
-        for (int64_t k : {i0 - 2, i0 - 1, i1, i1 + 1})
-            m[k - i0 + 2] = k >= 0 && k <= n - 2 ? (f.at(k + 1) - f.at(k)) * f.inverse_h(k) : extended_slope(f, job.ends, k);
-        for (int64_t k = i0 - 1; k <= i1; ++k) h[k - i0 + 1] = k >= 0 && k <= n - 2 ? f.h(k) : extended_width(f, job.ends, k);
-        for (int64_t i = std::max<int64_t>(i0, 1); i <= std::min(i1, n - 2); ++i)
-            d[i - i0] = Rule::derivative(job, j, i, m + (i - i0 + 2), h + (i - i0 + 1));
+        int64_t k = i0;
+        if constexpr (!Uniform)
+            for (; k + W <= i1; k += W) store_lanes(r + (k - i0), T(1) / (load_lanes(f.x + k + 1) - load_lanes(f.x + k)));
+        for (; k < i1; ++k) r[k - i0] = f.inverse_h(k);
+        k = i0;
+        if (f.stride == 1)
+            for (; k + W <= i1; k += W)
+                store_lanes(m + (k - i0 + 2), (load_lanes(f.y + k + 1) - load_lanes(f.y + k)) * load_lanes(r + (k - i0)));
+        for (; k < i1; ++k) m[k - i0 + 2] = (f.at(k + 1) - f.at(k)) * r[k - i0];
+        for (int64_t e : {i0 - 2, i0 - 1, i1, i1 + 1})
+            m[e - i0 + 2] = e >= 0 && e <= n - 2 ? (f.at(e + 1) - f.at(e)) * f.inverse_h(e) : extended_slope(f, job.ends, e);
+        for (int64_t e = i0 - 1; e <= i1; ++e) h[e - i0 + 1] = e >= 0 && e <= n - 2 ? f.h(e) : extended_width(f, job.ends, e);
+        const int64_t last = std::min(i1, n - 2);
+        int64_t i = std::max<int64_t>(i0, 1);
+        if constexpr (Rule::kFormula)
+            for (; i + W - 1 <= last; i += W) {
+                const T* mi = m + (i - i0 + 2);
+                const T* hi = h + (i - i0 + 1);
+                store_lanes(d + (i - i0), Rule::formula(load_lanes(mi - 2), load_lanes(mi - 1), load_lanes(mi),
+                                                        load_lanes(mi + 1), load_lanes(hi - 1), load_lanes(hi)));
+            }
+        for (; i <= last; ++i) d[i - i0] = point(job, j, i, m + (i - i0 + 2), h + (i - i0 + 1));
         if (i0 == 0) d[0] = end_derivative(job, f, j, true);
         if (i1 == n - 1) d[i1 - i0] = end_derivative(job, f, j, false);
         for (int64_t i = i0; i < i1; ++i)
