@@ -66,6 +66,40 @@ inline float choose(bool c, float a, float b) { return c ? a : b; }
 template <class M, class V>
 V choose(M mask, V a, V b) { return mask ? a : b; }
 
+// Element l of each of four vectors to the four consecutive elements
+// p[4l .. 4l+3]: a transpose, then whole-register stores.
+inline void store_transposed(double* p, Lanes<double>::V a, Lanes<double>::V b, Lanes<double>::V c,
+                             Lanes<double>::V d) {
+    using M = long long __attribute__((vector_size(16)));
+    store_lanes(p, __builtin_shuffle(a, b, M{0, 2}));
+    store_lanes(p + 2, __builtin_shuffle(c, d, M{0, 2}));
+    store_lanes(p + 4, __builtin_shuffle(a, b, M{1, 3}));
+    store_lanes(p + 6, __builtin_shuffle(c, d, M{1, 3}));
+}
+inline void store_transposed(float* p, Lanes<float>::V a, Lanes<float>::V b, Lanes<float>::V c, Lanes<float>::V d) {
+    using M = int __attribute__((vector_size(16)));
+    const auto ab_low = __builtin_shuffle(a, b, M{0, 4, 1, 5}), cd_low = __builtin_shuffle(c, d, M{0, 4, 1, 5});
+    const auto ab_high = __builtin_shuffle(a, b, M{2, 6, 3, 7}), cd_high = __builtin_shuffle(c, d, M{2, 6, 3, 7});
+    store_lanes(p, __builtin_shuffle(ab_low, cd_low, M{0, 1, 4, 5}));
+    store_lanes(p + 4, __builtin_shuffle(ab_low, cd_low, M{2, 3, 6, 7}));
+    store_lanes(p + 8, __builtin_shuffle(ab_high, cd_high, M{0, 1, 4, 5}));
+    store_lanes(p + 12, __builtin_shuffle(ab_high, cd_high, M{2, 3, 6, 7}));
+}
+
+// The pieces of `count` consecutive intervals from contiguous values y,
+// derivatives d and reciprocal widths r, as hermite_piece writes them
+// (the same operations in the same order, so the same bits).
+template <class T>
+void hermite_pieces(T* c, const T* y, const T* d, const T* r, int64_t count) {
+    int64_t i = 0;
+    for (; i + kLanes<T> <= count; i += kLanes<T>) {
+        const auto y0 = load_lanes(y + i), y1 = load_lanes(y + i + 1), d0 = load_lanes(d + i), d1 = load_lanes(d + i + 1);
+        const auto ri = load_lanes(r + i), m = (y1 - y0) * ri;
+        store_transposed(c + 4 * i, y0, d0, (T(3) * m - T(2) * d0 - d1) * ri, (d0 + d1 - T(2) * m) * ri * ri);
+    }
+    for (; i < count; ++i) hermite_piece(c + 4 * i, y[i], y[i + 1], d[i], d[i + 1], r[i]);
+}
+
 template <class T, bool Uniform>
 T extended_slope(const Curve<T, Uniform>& f, const Ends<T>& ends, int64_t k) {
     const int64_t last = f.n - 2;
@@ -160,6 +194,7 @@ struct LocalCubic {
         for (; i <= last; ++i) d[i - i0] = point(job, j, i, m + (i - i0 + 2), h + (i - i0 + 1));
         if (i0 == 0) d[0] = end_derivative(job, f, j, true);
         if (i1 == n - 1) d[i1 - i0] = end_derivative(job, f, j, false);
+        if (f.stride == 1) return hermite_pieces(c + 4 * i0, f.y + i0, d, r, i1 - i0);
         for (int64_t i = i0; i < i1; ++i)
             hermite_piece(c + 4 * i, f.at(i), f.at(i + 1), d[i - i0], d[i - i0 + 1], r[i - i0]);
     }
