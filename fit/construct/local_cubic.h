@@ -8,10 +8,11 @@
 // Rule::formula(m[-2], m[-1], m[0], m[1], h[-1], h[0]), of the slopes
 // around it (m[0] the slope of interval i) and the widths of its two
 // intervals, written once for a number and for a vector of them: a block
-// applies it to a vector of breakpoints per step.  Past the ends the slopes are those of the other
-// end under the periodic condition and otherwise continue linearly
-// (m[-1] = 2m[0] - m[1], Akima's extension); the widths past the ends
-// wrap under the periodic condition and repeat the end width otherwise.
+// applies it to a vector of breakpoints per step.  Past the ends the
+// slopes are those of the other end under the periodic condition and
+// otherwise continue linearly (m[-1] = 2m[0] - m[1], Akima's extension);
+// the widths past the ends wrap under the periodic condition and repeat
+// the end width otherwise.
 //
 // Ends: periodic and Akima's code 0 apply the rule at the end itself
 // (periodic: one derivative for both ends); the other conditions set the
@@ -161,13 +162,12 @@ struct LocalCubic {
         const Curve<T, Uniform> f = job.curve(j);
         const int64_t n = f.n;
         T* c = job.coefficients(j);
-        // Slopes of intervals i0-2 .. i1+1, widths of i0-1 .. i1, and the
-        // derivatives at breakpoints i0 .. i1.
-        // The reciprocal widths of the block's own intervals serve their
-        // slopes and their pieces; every slope inside the partition is
-        // formed the same way, so that blocks agree where they meet.
-        // Vector steps give the same bits as single ones (no fused
-        // operations), so results do not depend on where blocks start.
+        // Slopes of intervals i0-2 .. i1+1, widths of i0-1 .. i1, the
+        // derivatives at breakpoints i0 .. i1, and the reciprocal widths of
+        // the block's own intervals, which serve their slopes and pieces.
+        // Every slope inside the partition is formed the same way, and a
+        // vector step gives the same bits as single ones (no fused
+        // operations), so the results do not depend on where blocks start.
         constexpr int64_t W = kLanes<T>;
         T m[kBlockIntervals + 4], h[kBlockIntervals + 2], d[kBlockIntervals + 1], r[kBlockIntervals];
         int64_t k = i0;
@@ -195,8 +195,8 @@ struct LocalCubic {
         if (i0 == 0) d[0] = end_derivative(job, f, j, true);
         if (i1 == n - 1) d[i1 - i0] = end_derivative(job, f, j, false);
         if (f.stride == 1) return hermite_pieces(c + 4 * i0, f.y + i0, d, r, i1 - i0);
-        for (int64_t i = i0; i < i1; ++i)
-            hermite_piece(c + 4 * i, f.at(i), f.at(i + 1), d[i - i0], d[i - i0 + 1], r[i - i0]);
+        for (int64_t q = i0; q < i1; ++q)
+            hermite_piece(c + 4 * q, f.at(q), f.at(q + 1), d[q - i0], d[q - i0 + 1], r[q - i0]);
     }
 };
 
