@@ -39,19 +39,24 @@ struct Ends {
 };
 
 // The ends a cubic boundary-condition code (or Akima's code 0) sets, with
-// the values of bc.  The codes have passed the entry checks.
+// the values of bc that the code reads (two for a condition at each end,
+// at most one, the common end derivative, for the periodic condition).
+// The codes have passed the entry checks.
 template <class T>
 Ends<T> ends_of(const FitTask& task) {
     const T* bc = static_cast<const T*>(task.bc);
-    const T v0 = bc ? bc[0] : T(0), v1 = bc ? bc[1] : T(0);
+    auto with_values = [bc](End left, End right) { return Ends<T>{left, right, bc[0], bc[1]}; };
     switch (task.bcType) {
         case kBcFreeEnd: return {End::SecondDerivative, End::SecondDerivative, T(0), T(0)};
         case kBcNotAKnot: return {End::NotAKnot, End::NotAKnot, T(0), T(0)};
-        case kBcFirstLeft + kBcFirstRight: return {End::FirstDerivative, End::FirstDerivative, v0, v1};
-        case kBcFirstLeft + kBcSecondRight: return {End::FirstDerivative, End::SecondDerivative, v0, v1};
-        case kBcSecondLeft + kBcFirstRight: return {End::SecondDerivative, End::FirstDerivative, v0, v1};
-        case kBcSecondLeft + kBcSecondRight: return {End::SecondDerivative, End::SecondDerivative, v0, v1};
-        case kBcPeriodic: return {End::Periodic, End::Periodic, v0, v0};
+        case kBcFirstLeft + kBcFirstRight: return with_values(End::FirstDerivative, End::FirstDerivative);
+        case kBcFirstLeft + kBcSecondRight: return with_values(End::FirstDerivative, End::SecondDerivative);
+        case kBcSecondLeft + kBcFirstRight: return with_values(End::SecondDerivative, End::FirstDerivative);
+        case kBcSecondLeft + kBcSecondRight: return with_values(End::SecondDerivative, End::SecondDerivative);
+        case kBcPeriodic: {
+            const T v = bc ? bc[0] : T(0);
+            return {End::Periodic, End::Periodic, v, v};
+        }
         default: return {End::Extrapolated, End::Extrapolated, T(0), T(0)};
     }
 }
