@@ -29,7 +29,7 @@ if(CMAKE_CROSSCOMPILING)
 endif()
 
 # Test and tool sources that need an oracle library with no Windows build here
-# (MPFR, GMP, SLEEF), directly or through the project headers they include,
+# (MPFR, GMP, SLEEF, Boost, GSL), directly or through the project headers they include,
 # are left out of the Windows build; they run on Linux.
 function(qor_exclude_host_oracle_sources sources_var)
   set(kept)
@@ -50,7 +50,7 @@ function(qor_needs_host_oracle file out_var)
   file(STRINGS ${file} includes REGEX "^[ \t]*#[ \t]*include[ \t]*[<\"]")
   get_filename_component(dir ${file} DIRECTORY)
   foreach(line ${includes})
-    if(line MATCHES "[<\"](mpfr|mpc|gmp|sleef)[a-z0-9_]*\\.h[>\"]" OR line MATCHES "<boost/")
+    if(line MATCHES "[<\"](mpfr|mpc|gmp|sleef)[a-z0-9_]*\.h[>\"]" OR line MATCHES "<(boost|gsl)/")
       set(${out_var} TRUE PARENT_SCOPE)
       return()
     endif()

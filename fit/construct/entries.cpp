@@ -1,7 +1,7 @@
 // The construction entries: each checks the task for its spline kind, in a
-// fixed order, then hands it to the worker its hints select.  Only the
-// linear kind has workers so far; a quadratic or cubic task that passes its
-// checks gets statusUnsupportedMethod and nothing is written.
+// fixed order, then hands it to the worker its hints select.  A kind's own
+// checks that go beyond the common ones (the default cubic's method, the
+// Hermite derivatives, the quadratic knots) come after them.
 #include <cstdint>
 
 #include "fit/construct/workers.h"
@@ -12,19 +12,15 @@ namespace {
 // Boundary-condition codes of the cubic kinds: 1 and 2 take no values; a
 // condition at each end with values is the sum of 4 or 16 (left) and 8 or
 // 32 (right); kBcPeriodic is the last.
-constexpr int64_t kBcNoValuesFirst = 1;
-constexpr int64_t kBcNoValuesSecond = 2;
-constexpr int64_t kBcQuadraticDefault = 128;
 constexpr int64_t kAkimaNoCondition = 0;
-constexpr int64_t kInternalCondBit = 8;
 
 // The worker variant a cubic boundary-condition code selects, or the
 // refusal (negative).  Variant 7 is Akima's code 0, accepted by the caller.
 int32_t cubic_variant(const FitTask& task) {
     if (task.bcType < 1 || task.bcType > kBcPeriodic) return statusBadBoundaryCondType;
     switch (task.bcType) {
-        case kBcNoValuesFirst: return 0;
-        case kBcNoValuesSecond: return 1;
+        case kBcFreeEnd: return 0;
+        case kBcNotAKnot: return 1;
         case 12: return task.bc ? 2 : statusBadBoundaryCondValues;
         case 36: return task.bc ? 3 : statusBadBoundaryCondValues;
         case 24: return task.bc ? 4 : statusBadBoundaryCondValues;
@@ -46,11 +42,11 @@ int32_t check_cubic(const FitTask& task, bool akima) {
 int32_t check_quadratic(const FitTask& task) {
     if (!is_values_hint(task.yhint)) return statusBadValuesHint;
     if (task.type == 0) {
-        if (task.bcType != kBcQuadraticDefault) return statusBadBoundaryCondType;
+        if (task.bcType != kBcQuadraticValue) return statusBadBoundaryCondType;
         return task.bc ? 0 : statusBadBoundaryCondValues;
     }
     if (task.type == 1) {
-        if (!(task.icType & kInternalCondBit)) return statusBadInternalCondType;
+        if (!(task.icType & kIcKnots)) return statusBadInternalCondType;
         const int32_t variant = cubic_variant(task);
         return variant < 0 ? variant : 0;
     }
@@ -69,7 +65,7 @@ int32_t check(const FitTask& task, Kind kind, int64_t method) {
             return is_values_hint(task.yhint) ? 0 : statusBadValuesHint;
         case Kind::Quadratic: return check_quadratic(task);
         case Kind::NaturalCubic:
-            if (!at_least(2) || (task.nx == 2 && task.bcType == kBcNoValuesFirst)) return statusBadBreakpointCount;
+            if (!at_least(2) || (task.nx == 2 && task.bcType == kBcFreeEnd)) return statusBadBreakpointCount;
             if (method != 0) return statusUnsupportedMethod;
             return check_cubic(task, false);
         case Kind::DefaultCubic:  // the method goes to the worker
@@ -81,16 +77,47 @@ int32_t check(const FitTask& task, Kind kind, int64_t method) {
     return statusUnsupportedMethod;
 }
 
-// The quadratic and cubic workers are not built yet.
-int32_t not_built(FitTask&, const qor_threading*) { return statusUnsupportedMethod; }
+// What a kind checks after the common checks: the default cubic takes
+// method 0 only; the Hermite kind needs its derivatives (and, periodic, the
+// common end derivative); the quadratic needs an interval, and its type 1
+// its knots.
+int32_t check_own(const FitTask& task, Kind kind, int64_t method) {
+    switch (kind) {
+        case Kind::DefaultCubic: return method == 0 ? 0 : statusUnsupportedMethod;
+        case Kind::HermiteCubic:
+            if (task.icType != kIcFirstDerivatives) return statusBadInternalCondType;
+            if (!task.ic) return statusBadInternalCondValues;
+            return task.bcType == kBcPeriodic && !task.bc ? statusBadBoundaryCondValues : 0;
+        case Kind::Quadratic:
+            if (task.nx < 2) return statusBadBreakpointCount;
+            return task.type == 1 && !task.ic ? statusBadInternalCondValues : 0;
+        default: return 0;
+    }
+}
+
+template <class T>
+ConstructionWorker worker(const FitTask& task, Kind kind) {
+    constexpr bool d = sizeof(T) == sizeof(double);
+    const int index = worker_index(task);
+    switch (kind) {
+        case Kind::Linear: return (d ? kLinearWorkersD : kLinearWorkersS)[index];
+        case Kind::Quadratic: return (d ? kQuadraticWorkersD : kQuadraticWorkersS)[task.type][index];
+        case Kind::NaturalCubic:
+        case Kind::DefaultCubic: return (d ? kC2CubicWorkersD : kC2CubicWorkersS)[index];
+        case Kind::HermiteCubic: return (d ? kHermiteWorkersD : kHermiteWorkersS)[index];
+        case Kind::BesselCubic: return (d ? kBesselWorkersD : kBesselWorkersS)[index];
+        case Kind::HymanCubic: return (d ? kHymanWorkersD : kHymanWorkersS)[index];
+        case Kind::AkimaCubic: return (d ? kAkimaWorkersD : kAkimaWorkersS)[index];
+    }
+    return nullptr;
+}
 
 template <class T>
 int32_t construct(FitTask* task, Kind kind, int64_t method, const qor_threading* threading) {
     if (!task) return statusNullTask;
     if (const int32_t status = check(*task, kind, method); status != 0) return status;
-    if (kind != Kind::Linear) return not_built(*task, threading);
-    const ConstructionWorker* linear = sizeof(T) == sizeof(double) ? kLinearWorkersD : kLinearWorkersS;
-    return linear[worker_index(*task)](*task, threading);
+    if (const int32_t status = check_own(*task, kind, method); status != 0) return status;
+    return worker<T>(*task, kind)(*task, threading);
 }
 
 }  // namespace

@@ -21,15 +21,16 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "fit/construct/workers.h"
+#include "fit/construct/frame.h"
 
 namespace qor::kp {
 namespace {
 
-constexpr int64_t kSerialLimit = 127;       // values (nx * functions) built serially
-constexpr int64_t kBlockFunctions = 4;
-constexpr int64_t kBlockIntervals = 1024;
-constexpr int64_t kBlocksBeforeThreads = 4;  // threads only for more blocks than this
+using spline::kBlockFunctions;
+using spline::kBlockIntervals;
+using spline::kBlocksBeforeThreads;
+using spline::kSerialLimit;
+using spline::table_complete;
 
 // Intervals per vector step and the vector operations of each precision.
 template <class T>
@@ -148,22 +149,11 @@ struct Span {
     bool meets(const Span& o) const { return lo < o.hi && o.lo < hi; }
 };
 
-// Whether the tables hold every entry the functions need: values (one
-// entry for class 0) and coefficients.
-bool values_present(const FitTask& task, int64_t entries) {
-    if (!task.yTable || pointer_table_capacity(task.yTable) < entries) return false;
-    return std::all_of(task.yTable, task.yTable + entries, [](const void* p) { return p != nullptr; });
-}
-bool coefficients_present(const FitTask& task, int64_t entries) {
-    if (!task.coeffTable || pointer_table_capacity(task.coeffTable) < entries) return false;
-    return std::all_of(task.coeffTable, task.coeffTable + entries, [](const void* p) { return p != nullptr; });
-}
-
 template <class T, int Class, bool Uniform>
 int32_t linear_worker(FitTask& task, const qor_threading* threading) {
     const int64_t nx = task.nx, m = std::max<int64_t>(task.ny, 1);
     const int64_t s = value_stride<Class>(m);
-    if (!values_present(task, Class == 0 ? 1 : m)) return statusBadFunctionValues;
+    if (!table_complete(task.yTable, Class == 0 ? 1 : m)) return statusBadFunctionValues;
     // A periodic condition needs equal ends in every function (NaN fails),
     // checked before anything is written.
     if (task.bcType == kBcPeriodic) {
@@ -172,7 +162,7 @@ int32_t linear_worker(FitTask& task, const qor_threading* threading) {
             if (!(v[0] == v[(nx - 1) * s])) return statusBadPeriodicValues;
         }
     }
-    if (!coefficients_present(task, m)) return statusBadCoefficients;
+    if (!table_complete(task.coeffTable, m)) return statusBadCoefficients;
 
     Job<T> job{};
     job.x = breakpoints<T>(task);

@@ -198,9 +198,50 @@ QOR_KP_API int32_t qor_kp_kernel_iQueryVal(const FitTask* task, int64_t attribut
  * values in the last nx elements of its own coefficients (built in place,
  * serially); any other overlap leaves the coefficients undefined.
  *
- * The quadratic and cubic entries run all their checks but have no workers
- * yet: a task that passes them gets statusUnsupportedMethod and nothing is
- * written. */
+ * Quadratic and cubic splines (order 3 and 4): piece i is
+ * sum_k c[i*order + k] * (t - x[i])^k.  Their coefficients must not overlap
+ * the values or breakpoints.  Every kind interpolates the values.
+ *   Natural, Default  cubic with continuous second derivative under the
+ *                     boundary condition (one tridiagonal solve, cyclic when
+ *                     periodic); Default takes method 0 only.
+ *   Hermite           derivatives at x[1..nx-2] given: icType
+ *                     icFirstDerivatives, nx-2 values per function in ic
+ *                     (function j's from ic + j*(nx-2)); periodic takes the
+ *                     common end derivative from bc[0].
+ *   Bessel            derivative at x[i] of the parabola through x[i-1..i+1].
+ *   Akima             Akima's (1970) weighted slopes; bcType 0: Akima's own
+ *                     ends (slopes continued linearly past them).
+ *   Hyman             the Natural spline's derivatives through Hyman's
+ *                     monotonicity filter (clipped to [0, 3 min|m|] with the
+ *                     slopes' sign, 0 at an extremum): monotone data give a
+ *                     monotone spline; the filter may override an end
+ *                     condition.
+ * The cubic boundary conditions, bcType: bcFreeEnd, bcNotAKnot, bcPeriodic
+ * (first == last value in every function, else statusBadPeriodicValues;
+ * s' and s'' periodic) or one condition per end with its value in bc: the
+ * sum of bcFirstLeft or bcSecondLeft (bc[0]) and bcFirstRight or
+ * bcSecondRight (bc[1]).  Hermite, Bessel and Akima set an end derivative
+ * from the condition and the derivatives next to it.
+ * The quadratic: type 0, knots at the breakpoints, continuous first
+ * derivative, bcType bcQuadraticMiddleValue with bc[0] the value at the
+ * middle of the first interval; type 1, knots between the breakpoints in ic
+ * (icType with bit icKnots, ic[k] strictly inside (x[k], x[k+1])), continuous
+ * first derivative, a cubic boundary condition (bcFreeEnd: second
+ * derivative 0; bcNotAKnot: the first and last knots inactive).  Type 1 has
+ * nx pieces: piece i, around x[i], runs from knot i-1 (or x[0]) to knot i
+ * (or x[nx-1]), so a site between knot i and x[i+1] takes piece i+1. */
+enum {
+    bcFreeEnd = 1,
+    bcNotAKnot = 2,
+    bcFirstLeft = 4,
+    bcFirstRight = 8,
+    bcSecondLeft = 16,
+    bcSecondRight = 32,
+    bcPeriodic = 64,
+    bcQuadraticMiddleValue = 128,
+    icFirstDerivatives = 1,
+    icKnots = 8
+};
 #define QOR_KP_CONSTRUCTION_ENTRY(kind)                                                                    \
     QOR_KP_API int32_t qor_kp_kernel_sKP##kind##Spline1D(FitTask* task, int64_t reserved, int64_t method, \
                                                          const qor_threading* threading);                  \

@@ -142,28 +142,32 @@ TEST(FitConstruct, EveryKindChecksItsTaskInOrder) {
         {linear, 1, 1, 5, 0, 0, 0, false, -1004}, {linear, 2, 1, 5, 0, 0, 0, false, -1002},
         {linear, 2, 0, 5, 0, 0, 0, false, -1009}, {linear, 2, 0, 0, 0, 0, 0, false, -1016},  // no coefficients
         {quadratic, 1, 1, 5, 0, 0, 0, false, -1009}, {quadratic, 1, 1, 0, 0, 0, 1, true, -1014},
-        {quadratic, 1, 1, 0, 0, 0, 128, false, -1015}, {quadratic, 1, 1, 0, 0, 0, 128, true, -1002},
+        {quadratic, 1, 1, 0, 0, 0, 128, false, -1015}, {quadratic, 1, 1, 0, 0, 0, 128, true, -1004},
         {quadratic, 8, 0, 0, 1, 4, 0, false, -1012}, {quadratic, 8, 0, 0, 1, 8, 3, false, -1014},
-        {quadratic, 8, 0, 0, 1, 8, 12, false, -1015}, {quadratic, 8, 0, 0, 1, 12, 2, false, -1002},
+        {quadratic, 8, 0, 0, 1, 8, 12, false, -1015}, {quadratic, 8, 0, 0, 1, 12, 2, false, -1013},
         {quadratic, 8, 0, 0, 2, 8, 2, true, -1002}, {natural, 1, 0, 0, 0, 0, 2, false, -1004},
         {natural, 2, 1, 5, 0, 0, 1, false, -1004}, {natural, 2, 1, 5, 0, 0, 2, false, -1002},
         {natural, 2, 0, 5, 0, 0, 2, false, -1009}, {natural, 2, 0, 0, 0, 0, 0, false, -1014},
-        {akima, 5, 0, 0, 0, 0, 0, false, -1002}};
+        {akima, 5, 0, 0, 0, 0, 0, false, -1016}, {qor_kp_kernel_dKPDefaultCubicSpline1D, 5, 1, 0, 0, 0, 1, false, -1002},
+        {qor_kp_kernel_dKPHermiteCubicSpline1D, 5, 0, 0, 0, 1, 1, false, -1013},
+        {qor_kp_kernel_dKPHermiteCubicSpline1D, 5, 0, 0, 0, 2, 1, false, -1012}};
     const struct { Entry entry; int64_t least; } cubic[] = {
         {natural, 2}, {qor_kp_kernel_dKPDefaultCubicSpline1D, 3}, {qor_kp_kernel_dKPHermiteCubicSpline1D, 3},
         {qor_kp_kernel_dKPBesselCubicSpline1D, 4}, {qor_kp_kernel_dKPHymanCubicSpline1D, 4}, {akima, 5}};
-    for (const auto& k : cubic) {  // minimum nx, values hint, then the boundary codes; the workers are not built
+    for (const auto& k : cubic) {  // minimum nx, values hint, the boundary codes, then the missing coefficients
         if (k.least > 2) cases.push_back({k.entry, k.least - 1, 0, 5, 0, 0, 3, false, -1004});
         cases.push_back({k.entry, 5, 0, 5, 0, 0, 3, false, -1009});
         for (int64_t code : {-1, 3, 63, 65, 128}) cases.push_back({k.entry, 5, 0, 0, 0, 0, code, true, -1014});
-        for (int64_t code : {1, 2, 64}) cases.push_back({k.entry, 5, 0, 0, 2, 0, code, false, -1002});
+        const int64_t ic = k.entry == qor_kp_kernel_dKPHermiteCubicSpline1D ? 1 : 0;
+        const int32_t built = ic ? -1013 : -1016;  // values 0..7: periodic ends unequal
+        for (int64_t code : {1, 2, 64}) cases.push_back({k.entry, 5, 0, 0, 2, ic, code, false, code == 64 && !ic ? -1018 : built});
         for (int64_t code : {12, 24, 36, 48}) {
             cases.push_back({k.entry, 5, 0, 0, 0, 0, code, false, -1015});
-            cases.push_back({k.entry, 5, 0, 0, 0, 0, code, true, -1002});
+            cases.push_back({k.entry, 5, 0, 0, 0, ic, code, true, built});
         }
         for (int64_t type : {0, 3}) cases.push_back({k.entry, 5, 0, 0, type, 0, 64, false, -1015});
     }
-    for (const Case& c : cases) {
+    for (const Case& c : cases) {  // ic stays null: no Hermite derivatives, no quadratic knots
         SCOPED_TRACE(testing::Message() << "case " << (&c - cases.data()));
         FitTask* t = nullptr;
         ASSERT_EQ(qor_kp_kernel_dNewTask1D(&t, 8, x, 1, 1, x, 0, 1), 0);
