@@ -114,6 +114,17 @@ bool directions_independent(const uint32_t* v, uint32_t stride) {
     return true;
 }
 
+int32_t build_user_directions(uint32_t* v, uint32_t dimension, const void* context) {
+    const auto& in = *static_cast<const UserWords*>(context);
+    if (in.count < int64_t{dimension} * kDirectionBits) return QOR_RNG_STATUS_BAD_ARGUMENT;
+    for (uint32_t j = 0; j < dimension; ++j)
+        for (int32_t k = 0; k < kDirectionBits; ++k)
+            v[static_cast<size_t>(k) * dimension + j] = in.words[int64_t{j} * kDirectionBits + k];
+    for (uint32_t j = 0; j < dimension; ++j)
+        if (!directions_independent(v + j, dimension)) return QOR_RNG_STATUS_BAD_ARGUMENT;
+    return QOR_RNG_STATUS_OK;
+}
+
 int32_t digital_method(uint32_t method, qor_rng_stream* stream, DigitalHeader& h, uint32_t* point, uint32_t id,
                        int32_t n, const uint32_t* params) {
     if (method > 3) return QOR_RNG_STATUS_BAD_METHOD;

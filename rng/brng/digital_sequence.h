@@ -60,6 +60,16 @@ const uint32_t* find_directions(const qor_rng_stream* stream, uint32_t id, uint3
 // True when the 32 numbers (stride apart) are linearly independent.
 bool directions_independent(const uint32_t* v, uint32_t stride);
 
+// Seeding words that follow the dimension and the kind.
+struct UserWords {
+    const uint32_t* words;
+    int64_t count;
+};
+
+// A builder from UserWords holding each coordinate's 32 direction numbers
+// in turn (bit b's first); refuses too few words or dependent numbers.
+int32_t build_user_directions(uint32_t* v, uint32_t dimension, const void* context);
+
 // Methods 1 to 3 of the initialiser: leapfrog (nstreams must equal the
 // width, and the stream then gives one coordinate of each point), skip-ahead
 // by one 64-bit count, and by a count of many 64-bit words.

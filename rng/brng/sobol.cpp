@@ -71,13 +71,8 @@ int32_t build_joe_kuo(uint32_t* v, uint32_t dimension, const void*) {
     return QOR_RNG_STATUS_OK;
 }
 
-struct UserData {
-    const uint32_t* words;
-    int64_t count;
-};
-
 int32_t build_from_polynomials(uint32_t* v, uint32_t dimension, const void* context) {
-    const auto& in = *static_cast<const UserData*>(context);
+    const auto& in = *static_cast<const UserWords*>(context);
     int64_t at = 0;
     for (uint32_t j = 0; j < dimension; ++j) {
         if (in.count - at < 2) return QOR_RNG_STATUS_BAD_ARGUMENT;
@@ -93,22 +88,11 @@ int32_t build_from_polynomials(uint32_t* v, uint32_t dimension, const void* cont
     return QOR_RNG_STATUS_OK;
 }
 
-int32_t build_from_directions(uint32_t* v, uint32_t dimension, const void* context) {
-    const auto& in = *static_cast<const UserData*>(context);
-    if (in.count < int64_t{dimension} * kDirectionBits) return QOR_RNG_STATUS_BAD_ARGUMENT;
-    for (uint32_t j = 0; j < dimension; ++j)
-        for (int32_t k = 0; k < kDirectionBits; ++k)
-            v[static_cast<size_t>(k) * dimension + j] = in.words[int64_t{j} * kDirectionBits + k];
-    for (uint32_t j = 0; j < dimension; ++j)
-        if (!directions_independent(v + j, dimension)) return QOR_RNG_STATUS_BAD_ARGUMENT;
-    return QOR_RNG_STATUS_OK;
-}
-
 int32_t seed(qor_rng_stream* stream, SobolState& s, int32_t n, const uint32_t* params) {
     if (n >= 1 && !params) return QOR_RNG_STATUS_BAD_ARGUMENT;
     const uint32_t dimension = n >= 1 ? params[0] : 1;
     const uint32_t kind = n >= 2 ? params[1] : kDefaultKind;
-    const UserData user{n >= 2 ? params + 2 : nullptr, n - 2};
+    const UserWords user{n >= 2 ? params + 2 : nullptr, n - 2};
     int32_t status = QOR_RNG_STATUS_BAD_ARGUMENT;
     if (kind == kDefaultKind) {
         if (dimension < 1 || dimension > kJoeKuoDimensions) return QOR_RNG_STATUS_BAD_ARGUMENT;
@@ -117,7 +101,7 @@ int32_t seed(qor_rng_stream* stream, SobolState& s, int32_t n, const uint32_t* p
     } else if (kind == kPolynomialKind || kind == kDirectionKind) {
         if (dimension < 1 || dimension > kSobolMaxDimension) return QOR_RNG_STATUS_BAD_ARGUMENT;
         status = attach_directions(stream, kDirectionsChunk, nullptr, dimension,
-                                   kind == kPolynomialKind ? build_from_polynomials : build_from_directions, &user);
+                                   kind == kPolynomialKind ? build_from_polynomials : build_user_directions, &user);
     }
     if (status == QOR_RNG_STATUS_OK) digital_start(s.h, s.point, dimension);
     return status;
