@@ -20,6 +20,11 @@
 #include <string>
 #include <vector>
 
+#ifdef _WIN32
+#include <fcntl.h>
+#include <io.h>
+#endif
+
 #include "qor/qor.h"
 
 namespace {
@@ -92,6 +97,9 @@ int write_std_mt19937(uint32_t seed) {
 }  // namespace
 
 int main(int argc, char** argv) {
+#ifdef _WIN32
+    _setmode(_fileno(stdout), _O_BINARY);  // raw words, no line-end translation
+#endif
     if (argc == 2 && std::strcmp(argv[1], "--list") == 0) {
         const int registered = qor_rng_get_brng_count();
         for (int i = 0; i < registered && i < static_cast<int>(std::size(kRows)); ++i)
