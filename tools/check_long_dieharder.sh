@@ -11,7 +11,8 @@
 # STS runs and serial 45 s together, the generalised minimum distance and
 # the DAB tests), the ones dieharder itself marks suspect or unusable (OPSO,
 # OQSO, DNA, sums), and runs each test with its default number of
-# p-samples: about a minute per generator.
+# p-samples: a minute per generator on an idle core, 2.5 minutes on a
+# loaded machine.
 #
 # Usage: tools/check_long_dieharder.sh [PATH/TO/rng_to_stdout] [SEED]
 set -uo pipefail
@@ -19,9 +20,9 @@ tool=${1:-build/release/tools/rng_to_stdout}
 seed=${2:-20261124}
 # birthdays, OPERM5, 6x8 binary rank, bitstream, count-the-1s (stream and
 # byte), parking lot, 2d circle, 3d sphere, squeeze, runs, craps, STS
-# monobit, RGB bit distribution, permutations, lagged sums and
-# Kolmogorov-Smirnov, byte distribution.
-TESTS=(0 1 3 4 8 9 10 11 12 13 15 16 100 200 202 203 204 205)
+# monobit, RGB permutations, lagged sums and Kolmogorov-Smirnov, byte
+# distribution.
+TESTS=(0 1 3 4 8 9 10 11 12 13 15 16 100 202 203 204 205)
 
 command -v dieharder >/dev/null || { echo "check-long: dieharder is not installed" >&2; exit 2; }
 [ -x "$tool" ] || { echo "check-long: $tool not built" >&2; exit 2; }
