@@ -126,9 +126,9 @@ int32_t build_user_directions(uint32_t* v, uint32_t dimension, const void* conte
 }
 
 int32_t digital_method(uint32_t method, qor_rng_stream* stream, DigitalHeader& h, uint32_t* point, uint32_t id,
-                       int32_t n, const uint32_t* params) {
+                       uint32_t capacity, int32_t n, const uint32_t* params) {
     if (method > 3) return QOR_RNG_STATUS_BAD_METHOD;
-    const uint32_t* v = find_directions(stream, id, h.dimension);
+    const uint32_t* v = digital_valid(h, capacity) ? find_directions(stream, id, h.dimension) : nullptr;
     if (!v) return QOR_RNG_STATUS_BAD_ARGUMENT;
     if (method == 3 && n < 1) return QOR_RNG_STATUS_OK;
     if (!params) return QOR_RNG_STATUS_BAD_ARGUMENT;

@@ -40,6 +40,13 @@ struct DigitalHeader {
     uint32_t index;       // the current point; 0 only before the first output
 };
 
+// True when the header describes a sequence of at most `capacity`
+// coordinates (a loaded image is checked before use).
+inline bool digital_valid(const DigitalHeader& h, uint32_t capacity) {
+    return h.dimension >= 1 && h.dimension <= capacity && h.width >= 1 && h.first < h.dimension &&
+           h.width <= h.dimension - h.first && h.coordinate <= h.width;
+}
+
 // Sets a fresh sequence of `dimension` coordinates: point 0, spent.
 void digital_start(DigitalHeader& h, uint32_t* point, uint32_t dimension);
 
@@ -74,7 +81,7 @@ int32_t build_user_directions(uint32_t* v, uint32_t dimension, const void* conte
 // width, and the stream then gives one coordinate of each point), skip-ahead
 // by one 64-bit count, and by a count of many 64-bit words.
 int32_t digital_method(uint32_t method, qor_rng_stream* stream, DigitalHeader& h, uint32_t* point, uint32_t id,
-                       int32_t n, const uint32_t* params);
+                       uint32_t capacity, int32_t n, const uint32_t* params);
 
 // ---- The fill ------------------------------------------------------------------
 
@@ -82,7 +89,7 @@ int32_t digital_method(uint32_t method, qor_rng_stream* stream, DigitalHeader& h
 // point 2^32 - 1 comes point 0 (so point 1 follows).
 inline uint32_t next_point_bit(DigitalHeader& h, uint32_t* x, const uint32_t* v) {
     if (h.index == UINT32_MAX) {  // point 2^32 - 1 is bit 31's numbers alone
-        const uint32_t* top = v + static_cast<size_t>(kDirectionBits - 1) * h.dimension;
+        const uint32_t* top = v + static_cast<size_t>(kDirectionBits - 1) * h.dimension + h.first;
         for (uint32_t j = 0; j < h.width; ++j) x[j] ^= top[j];
         h.index = 0;
     }

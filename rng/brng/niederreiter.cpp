@@ -157,8 +157,9 @@ struct NonZero {
 template <class Sink>
 int32_t fill(qor_rng_stream* stream, int32_t n, const Sink& out) {
     NiederrState& s = *state_of<NiederrState>(stream);
-    const uint32_t* v = find_directions(stream, kDirectionsChunk, s.h.dimension);
-    if (!v || s.h.dimension > kNiederrMaxDimension) return QOR_RNG_STATUS_BAD_ARGUMENT;
+    const uint32_t* v =
+        digital_valid(s.h, kNiederrMaxDimension) ? find_directions(stream, kDirectionsChunk, s.h.dimension) : nullptr;
+    if (!v) return QOR_RNG_STATUS_BAD_ARGUMENT;
     if (n > 0) digital_fill(s.h, s.point, v, n, NonZero<Sink>{out});
     return QOR_RNG_STATUS_OK;
 }
@@ -175,7 +176,7 @@ QOR_EXPORT int32_t __rixBRngNiederrInitStream(uint32_t method, qor_rng_stream* s
     if (!stream) return QOR_RNG_STATUS_BAD_ARGUMENT;
     NiederrState& s = *state_of<NiederrState>(stream);
     if (method == 0) return seed(stream, s, n, params);
-    return digital_method(method, stream, s.h, s.point, kDirectionsChunk, n, params);
+    return digital_method(method, stream, s.h, s.point, kDirectionsChunk, kNiederrMaxDimension, n, params);
 }
 
 QOR_EXPORT int32_t __rixiBRngNiederr(qor_rng_stream* stream, int32_t n, void* r) {

@@ -112,8 +112,9 @@ int32_t seed(qor_rng_stream* stream, SobolState& s, int32_t n, const uint32_t* p
 template <class Sink>
 int32_t fill(qor_rng_stream* stream, int32_t n, const Sink& out) {
     SobolState& s = *state_of<SobolState>(stream);
-    const uint32_t* v = find_directions(stream, kDirectionsChunk, s.h.dimension);
-    if (!v || s.h.dimension > kSobolMaxDimension) return QOR_RNG_STATUS_BAD_ARGUMENT;
+    const uint32_t* v =
+        digital_valid(s.h, kSobolMaxDimension) ? find_directions(stream, kDirectionsChunk, s.h.dimension) : nullptr;
+    if (!v) return QOR_RNG_STATUS_BAD_ARGUMENT;
     if (n > 0) digital_fill(s.h, s.point, v, n, out);
     return QOR_RNG_STATUS_OK;
 }
@@ -130,7 +131,7 @@ QOR_EXPORT int32_t __rixBRngSobolInitStream(uint32_t method, qor_rng_stream* str
     if (!stream) return QOR_RNG_STATUS_BAD_ARGUMENT;
     SobolState& s = *state_of<SobolState>(stream);
     if (method == 0) return seed(stream, s, n, params);
-    return digital_method(method, stream, s.h, s.point, kDirectionsChunk, n, params);
+    return digital_method(method, stream, s.h, s.point, kDirectionsChunk, kSobolMaxDimension, n, params);
 }
 
 QOR_EXPORT int32_t __rixiBRngSobol(qor_rng_stream* stream, int32_t n, void* r) {

@@ -82,8 +82,8 @@ TEST(Niederreiter, EveryDefaultCoordinateIsATOneSequence) {
     EXPECT_EQ(ints(niederr({3, 1, 0b10, 0b11, 0b111}).get(), 300), three);
     // Refused: x^2 + 1 = (x + 1)^2, a repeated polynomial, degree 0, too few
     // words, dimension 319 of the defaults.
-    for (std::vector<uint32_t> bad : {std::vector<uint32_t>{1, 1, 0b101}, {2, 1, 0b11, 0b11}, {1, 1, 1}, {2, 1, 0b11},
-                                      {319}}) {
+    for (std::vector<uint32_t> bad :
+         {std::vector<uint32_t>{1, 1, 0b101}, {2, 1, 0b11, 0b11}, {1, 1, 1}, {2, 1, 0b11}, {319}}) {
         qor_rng_stream* raw = nullptr;
         EXPECT_EQ(__rixNewStreamEx(&raw, QOR_RNG_BRNG_NIEDERR, int32_t(bad.size()), bad.data()),
                   QOR_RNG_STATUS_BAD_ARGUMENT);

@@ -166,6 +166,13 @@ TEST(Sobol, LeapfrogGivesOneCoordinateOfEachPoint) {
                 ASSERT_EQ(got[i], all[at]) << drawn << " " << k << " " << i;
             }
         }
+    // One coordinate through the wrap: point 2^32 - 1, then points 1 and 2.
+    Stream wrap = sobol(kDims);
+    ASSERT_EQ(__rixLeapfrogStream(wrap.get(), 4, kDims), 0);
+    ASSERT_EQ(__rixSkipAheadStream(wrap.get(), 0xFFFFFFFEull), 0);
+    const auto around = ints(wrap.get(), 3);
+    EXPECT_EQ(around[1], all[4]);
+    EXPECT_EQ(around[2], all[4 + kDims]);
     Stream s = sobol(kDims);
     EXPECT_EQ(__rixLeapfrogStream(s.get(), 0, kDims - 1), QOR_RNG_STATUS_NO_LEAPFROG);
     EXPECT_EQ(ints(s.get(), 20), std::vector<uint32_t>(all.begin(), all.begin() + 20));
