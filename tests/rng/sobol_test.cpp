@@ -200,6 +200,12 @@ TEST(Sobol, CopiesAndImagesContinueAndDefaultTablesAreShared) {
     s.reset();
     const auto published = published_words();
     EXPECT_EQ(ints(a.get(), 20), std::vector<uint32_t>(published.begin(), published.begin() + 20));
+    // Without its table (a damaged image) a stream writes nothing.
+    ASSERT_EQ(__rixDeleteChunks(a.get()), 0);
+    uint32_t word = 9;
+    EXPECT_EQ(__rixiBRngSobol(a.get(), 1, &word), QOR_RNG_STATUS_BAD_ARGUMENT);
+    EXPECT_EQ(__rixSkipAheadStream(a.get(), 1), QOR_RNG_STATUS_BAD_ARGUMENT);
+    EXPECT_EQ(word, 9u);
 }
 
 }  // namespace
