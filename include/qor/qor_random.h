@@ -76,7 +76,8 @@ QOR_CORE_API int qor_rng_skip_ahead_stream(qor_rng_stream* stream, uint64_t nski
  * counter-based generators use its low 130 bits, a whole number of counter
  * periods above; MT19937 reduces it modulo its
  * period, so a skip costs at most as much as one of 2^19937: about 0.7 s;
- * 2^128 takes milliseconds); the MCG generators answer
+ * 2^128 takes milliseconds); Sobol and Niederr take any count, reduced
+ * modulo their period of 2^32 - 1 points; the MCG generators answer
  * QOR_RNG_STATUS_NO_SKIP_AHEAD_EX. */
 QOR_CORE_API int qor_rng_skip_ahead_stream_ex(qor_rng_stream* stream, int64_t n, const uint64_t* nskip);
 /* The identifier the stream was made with (0 or more), or a status. */

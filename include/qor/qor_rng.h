@@ -262,6 +262,25 @@ QOR_RNG_BRNG_FUNCTIONS(R250)
 QOR_RNG_BRNG_FUNCTIONS(MRG32K3A)
 QOR_RNG_BRNG_FUNCTIONS(MCG59)
 QOR_RNG_BRNG_FUNCTIONS(WH)
+/* Sobol and Niederr: quasi-random points in base 2, Gray-code order, from
+ * point 1 (point 0 is all zeros); one point is `dimension` consecutive
+ * uint32 words, never 0, and the real fills give word * 2^-32 on [a, b).
+ * Seeding words: dimension, kind, data.  No words: dimension 1.  Kind 0 (or
+ * no second word): the built-in tables, Sobol with Joe and Kuo's direction
+ * numbers (new-joe-kuo-6.21201) for dimensions 1 to 1112, Niederr with the
+ * Bratley-Fox-Niederreiter matrices of the irreducible polynomials in order
+ * of degree for dimensions 1 to 318.  Kind 1: per coordinate, Sobol the
+ * words s, a, m_1 ... m_s (degree s of the primitive polynomial up to 32,
+ * 0 for the van der Corput coordinate; a its interior coefficients,
+ * x^(s-1)'s the most significant of s - 1 bits; odd m_k below 2^k), Niederr
+ * one irreducible polynomial of degree 1 to 31 (bit k: x^k), no two equal.
+ * Kind 2: per coordinate its 32 direction numbers, linearly independent.
+ * Bad or missing words: QOR_RNG_STATUS_BAD_ARGUMENT.  Skip-ahead counts
+ * words (exactly, the point computed directly; the period is 2^32 - 1
+ * points); leapfrog needs nstreams equal to the dimension, and stream k then
+ * gives one coordinate of each point (QOR_RNG_STATUS_NO_LEAPFROG otherwise).
+ * A Niederr coordinate whose 32 digits vanish (a few points per coordinate
+ * before 2^32) is written as 1. */
 QOR_RNG_BRNG_FUNCTIONS(Sobol)
 QOR_RNG_BRNG_FUNCTIONS(Niederr)
 QOR_RNG_BRNG_FUNCTIONS(MT19937)
