@@ -58,4 +58,23 @@ decltype(auto) with_breaks(const FitTask& task, F&& f) {
 // The interval whose polynomial holds the sites of a cell.
 inline int64_t interval_of(int64_t cell, int64_t nx) { return std::clamp<int64_t>(cell - 1, 0, nx - 2); }
 
+// A quadratic spline of type 1 changes piece at knots between the
+// breakpoints: piece i, around x[i], runs from knot[i-1] (x[0] for i = 0)
+// to knot[i] (x[nx-1] for i = nx-1), nx pieces in all.  The knots of such a
+// task (its internal-condition values), or null for every other spline.
+template <class T>
+const T* piece_knots(const FitTask& task) {
+    constexpr int64_t kQuadraticOrder = 3, kKnotsBetweenBreakpoints = 1;
+    if (task.order != kQuadraticOrder || task.type != kKnotsBetweenBreakpoints) return nullptr;
+    return static_cast<const T*>(task.ic);
+}
+
+// The piece that serves site t of a cell: its interval, or the next piece
+// past the interval's knot.
+template <class T>
+int64_t piece_of(int64_t cell, int64_t nx, const T* knots, T t) {
+    const int64_t i = interval_of(cell, nx);
+    return knots && t >= knots[i] ? i + 1 : i;
+}
+
 }  // namespace qor::kp

@@ -6,7 +6,8 @@
 // P_i(x[i+1] - x[i]) of every whole cell between them, summed in order.
 // Limits outside the partition fall in the end intervals, whose
 // polynomials continue; a reversed pair is integrated the right way round
-// and negated.
+// and negated.  A quadratic whose knots lie between the breakpoints is
+// summed over its pieces, knot to knot, the same way.
 //
 // Pairs go in blocks of kLocateBlock; both sides' limits are located as the
 // search entry would, each with its own hint, in the calling thread.
@@ -36,6 +37,18 @@ T integral(const X& x, int64_t order, const T* c, T a, int64_t ia, T b, int64_t 
     return sum + antiderivative(c + ib * order, order, b - x[ib]);
 }
 
+// The same with pieces that change at knots between the breakpoints: pieces
+// pa <= pb, piece p running from knot[p-1] (x[0] for p = 0) to knot[p].
+template <class T, class X>
+T integral_by_knots(const X& x, const T* knots, const T* c, T a, int64_t pa, T b, int64_t pb) {
+    constexpr int64_t kOrder = 3;
+    auto at = [&](int64_t p, T t) { return antiderivative(c + p * kOrder, kOrder, t - x[p]); };
+    if (pa == pb) return at(pa, b) - at(pa, a);
+    T sum = at(pa, knots[pa]) - at(pa, a);
+    for (int64_t p = pa + 1; p < pb; ++p) sum += at(p, knots[p]) - at(p, knots[p - 1]);
+    return sum + at(pb, b) - at(pb, knots[pb - 1]);
+}
+
 template <class T>
 struct Request {
     const FitTask* task;
@@ -44,6 +57,7 @@ struct Request {
     const T *llim, *rlim;
     T* r;
     bool by_site;
+    const T* knots;  // a quadratic of type 1: pieces change at these
 };
 
 template <class T, class C, class X>
@@ -60,9 +74,16 @@ int32_t integrate_blocks(const Request<T>& q, const X& x) {
             const T* c = coefficients_of<T>(task, j);
             for (int64_t k = 0; k < n; ++k) {
                 const T a = q.llim[first + k], e = q.rlim[first + k];
-                const int64_t ia = interval_of(lcell[k], nx), ie = interval_of(rcell[k], nx);
-                // Cells ascend with the limits, so the larger limit has the later interval.
-                const T v = e >= a ? integral(x, order, c, a, ia, e, ie) : -integral(x, order, c, e, ie, a, ia);
+                T v;
+                if (q.knots) {
+                    const int64_t pa = piece_of(lcell[k], nx, q.knots, a), pe = piece_of(rcell[k], nx, q.knots, e);
+                    v = e >= a ? integral_by_knots(x, q.knots, c, a, pa, e, pe)
+                               : -integral_by_knots(x, q.knots, c, e, pe, a, pa);
+                } else {
+                    const int64_t ia = interval_of(lcell[k], nx), ie = interval_of(rcell[k], nx);
+                    // Cells ascend with the limits, so the larger limit has the later interval.
+                    v = e >= a ? integral(x, order, c, a, ia, e, ie) : -integral(x, order, c, e, ie, a, ia);
+                }
                 q.r[q.by_site ? (first + k) * ny + j : j * q.nlim + first + k] = v;
             }
         }
@@ -83,7 +104,7 @@ int32_t integrate(FitTask* task, int64_t method, int64_t nlim, const T* llim, in
     if (const int32_t status = check_coefficients(*task); status != 0) return status;
     if (nlim == 0) return 0;
     if (!llim || !rlim || !r) return statusNullOutput;
-    Request<T> q{task, {}, {}, nlim, llim, rlim, r, rhint == hintResultBySite};
+    Request<T> q{task, {}, {}, nlim, llim, rlim, r, rhint == hintResultBySite, piece_knots<T>(*task)};
     if (const int32_t status = plan_search(*task, method, llim_hint, ldata_hint, q.left); status != 0) return status;
     if (const int32_t status = plan_search(*task, method, rlim_hint, rdata_hint, q.right); status != 0) return status;
     return with_breaks<T>(*task, [&](const auto& x) {

@@ -30,21 +30,24 @@ struct Job {
     T* r;
     bool by_site;
     void* cell;
+    const T* knots;  // a quadratic of type 1: pieces change at these
 };
 
 template <class T, class C, class X>
 void evaluate_block(const Job<T>& job, const X& x, int64_t first, int64_t n, const C* cells) {
     const FitTask& task = *job.task;
     const int64_t ny = task.ny, nd = job.nd;
+    // With knots the cells name pieces (see run_block): one more than intervals.
+    const int64_t pieces_nx = task.nx + (job.knots ? 1 : 0);
     for (int64_t j = 0; j < ny; ++j) {
         // The results of site `first` for function j, and the distance between sites.
         T* out = job.r + (job.by_site ? first * ny + j : j * job.nsite + first) * nd;
         const int64_t stride = job.by_site ? ny * nd : nd;
         const T* c = coefficients_of<T>(task, j);
         if (job.values_only)
-            evaluate_values(x, task.nx, task.order, c, n, job.site + first, cells, out, stride);
+            evaluate_values(x, pieces_nx, task.order, c, n, job.site + first, cells, out, stride);
         else
-            evaluate_derivatives(x, task.nx, task.order, c, n, job.site + first, cells, job.dorder, job.ndorder, out,
+            evaluate_derivatives(x, pieces_nx, task.order, c, n, job.site + first, cells, job.dorder, job.ndorder, out,
                                  stride);
     }
 }
@@ -59,8 +62,12 @@ int32_t run_block(const Job<T>& job, int64_t block) {
         if (job.task->indexWidth) std::copy(cells, cells + n, static_cast<int64_t*>(job.cell) + first);
         else std::copy(cells, cells + n, static_cast<int32_t*>(job.cell) + first);
     }
-    if (job.type & computeValues)
+    if (job.type & computeValues) {
+        if (job.knots)  // cell p + 1 for piece p, so that the evaluation reads piece p
+            for (int64_t k = 0; k < n; ++k)
+                cells[k] = static_cast<C>(piece_of(cells[k], job.task->nx, job.knots, job.site[first + k]) + 1);
         with_breaks<T>(*job.task, [&](const auto& x) { evaluate_block(job, x, first, n, cells); });
+    }
     return status;
 }
 
@@ -130,6 +137,7 @@ int32_t interpolate(FitTask* task, int64_t type, int64_t method, int64_t nsite, 
     job.r = r;
     job.by_site = rhint == hintResultBySite;
     job.cell = cell;
+    job.knots = piece_knots<T>(*task);
     return fits_32bit_cells(task->nx) ? run<T, int32_t>(job, threading) : run<T, int64_t>(job, threading);
 }
 

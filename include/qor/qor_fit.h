@@ -31,7 +31,11 @@
  * elements after the array given (j*order*nx for spline type 1; with the
  * coefficient hint hintValuesPerFunction each function's array is set by
  * qor_?fit_edit_idx_ptr).  A linear spline (order 2) stores the value and
- * the slope: on interval i it is c[2i] + c[2i+1]*(t - x[i]).
+ * the slope: on interval i it is c[2i] + c[2i+1]*(t - x[i]).  The
+ * quadratic of type 1 has knots ic[i] inside (x[i], x[i+1]) and nx pieces:
+ * piece i, around x[i], serves the sites from ic[i-1] (from x[0] or below
+ * for i = 0) to ic[i] (to x[nx-1] or above for i = nx-1); interpolation and
+ * integration follow the knots.
  *
  * Cells: the cell of a site t is the number of breakpoints not greater than
  * t (0 below x[0], nx above x[nx-1]; a site equal to x[i] is in cell i+1),

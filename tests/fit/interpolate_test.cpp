@@ -260,3 +260,60 @@ TEST(FitInterpolate, ChecksLeaveTheOutputsUntouched) {
 }
 
 }  // namespace
+
+// A quadratic spline whose knots lie between the breakpoints changes piece
+// at each knot: it interpolates at every breakpoint (the last one and the
+// sites just below each breakpoint included), is continuous at the knots,
+// and its integral equals Simpson's rule over the stretches between knots
+// and breakpoints, on each of which it is one parabola.
+TEST(FitInterpolate, QuadraticWithKnotsBetweenBreakpointsUsesThePieceOfEachSite) {
+    constexpr int n = 30;
+    std::mt19937_64 rng(5);
+    std::uniform_real_distribution<double> unit(0, 1);
+    std::vector<double> x(n), y(n), knot(n - 1), c(3 * n);
+    for (int i = 0; i < n; ++i) x[i] = i + 0.5 * unit(rng), y[i] = unit(rng);
+    for (int i = 0; i + 1 < n; ++i) knot[i] = x[i] + (0.3 + 0.4 * unit(rng)) * (x[i + 1] - x[i]);
+    FitTask* task = nullptr;
+    ASSERT_EQ(qor_kp_kernel_dNewTask1D(&task, n, x.data(), 1, 1, y.data(), 0, 1), 0);
+    ASSERT_EQ(qor_kp_kernel_dEditPPSpline1D(task, 3, 1, 1, nullptr, 8, knot.data(), c.data(), 0), 0);
+    const int32_t built = qor_kp_kernel_dKPQuadraticSpline1D(task, 0, 0, nullptr);
+    if (built == statusUnsupportedMethod) {
+        qor_kp_kernel_DeleteTask(&task);
+        GTEST_SKIP() << "no quadratic construction in this kernel set";
+    }
+    ASSERT_EQ(built, 0);
+    auto values = [&](std::vector<double> site) {
+        const int64_t dorder[1] = {1};
+        std::vector<double> r(site.size());
+        EXPECT_EQ(qor_kp_kernel_dInterpolate1D(task, computeValues, 0, int64_t(site.size()), site.data(), 0, 1, dorder,
+                                               nullptr, r.data(), 0, nullptr, nullptr), 0);
+        return r;
+    };
+    std::vector<double> at_breaks = values(x), below, above_knot, below_knot;
+    for (int i = 0; i + 1 < n; ++i) {
+        below.push_back(std::nextafter(x[i + 1], 0.0));
+        below_knot.push_back(std::nextafter(knot[i], 0.0));
+        above_knot.push_back(knot[i]);
+    }
+    const std::vector<double> v_below = values(below), v_lk = values(below_knot), v_k = values(above_knot);
+    for (int i = 0; i < n; ++i) EXPECT_NEAR(at_breaks[i], y[i], 1e-14) << i;
+    for (int i = 0; i + 1 < n; ++i) {
+        EXPECT_NEAR(v_below[i], y[i + 1], 1e-12) << i;
+        EXPECT_NEAR(v_lk[i], v_k[i], 1e-12) << i;
+    }
+    // Simpson over [x0, k0], [k0, x1], [x1, k1], ...: exact for each parabola.
+    std::vector<double> ends = {x[0]};
+    for (int i = 0; i + 1 < n; ++i) ends.push_back(knot[i]), ends.push_back(x[i + 1]);
+    std::vector<double> mids;
+    for (size_t s = 0; s + 1 < ends.size(); ++s) mids.push_back(0.5 * (ends[s] + ends[s + 1]));
+    const std::vector<double> fe = values(ends), fm = values(mids);
+    double simpson = 0;
+    for (size_t s = 0; s + 1 < ends.size(); ++s) simpson += (ends[s + 1] - ends[s]) / 6 * (fe[s] + 4 * fm[s] + fe[s + 1]);
+    const double a[3] = {x[0], x[n - 1], x[3]}, b[3] = {x[n - 1], x[0], knot[3]};
+    double r[3];
+    ASSERT_EQ(qor_kp_kernel_dIntegrate1D(task, 0, 3, a, 0, b, 0, nullptr, nullptr, r, 0), 0);
+    EXPECT_NEAR(r[0], simpson, 1e-11);
+    EXPECT_NEAR(r[1], -simpson, 1e-11);
+    EXPECT_NEAR(r[2], (knot[3] - x[3]) / 6 * (fe[6] + 4 * fm[6] + fe[7]), 1e-13);
+    qor_kp_kernel_DeleteTask(&task);
+}
