@@ -1,12 +1,16 @@
-// Complex Asin, Acos, Asinh, Acosh: scores against MPC over wide sweeps,
-// near the branch points and along the cuts, for huge and tiny parts; the
-// strided forms against the contiguous ones; and C's special values, bit
-// for bit with the signs of zeros.
+// Complex Asin, Acos, Asinh, Acosh, Atan, Atanh, Tan, Tanh: scores against
+// MPC over wide sweeps, near the branch points and along the cuts, for huge
+// and tiny parts; the strided forms against the contiguous ones; C's
+// special values, bit for bit with the signs of zeros; and the reports of
+// the poles and of tangents of an infinity.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <random>
+#include <string>
+#include <thread>
 #include <vector>
 
 #include "qor/qor_vm.h"
@@ -32,19 +36,22 @@ struct Function {
 
 template <class C> std::vector<Function<C>> functions();
 template <> std::vector<Function<qor_complex16>> functions() {
-    return {FN(z, Asin, mpc_asin), FN(z, Acos, mpc_acos), FN(z, Asinh, mpc_asinh), FN(z, Acosh, mpc_acosh)};
+    return {FN(z, Asin, mpc_asin), FN(z, Acos, mpc_acos), FN(z, Asinh, mpc_asinh), FN(z, Acosh, mpc_acosh),
+            FN(z, Atan, mpc_atan), FN(z, Atanh, mpc_atanh), FN(z, Tan, mpc_tan),     FN(z, Tanh, mpc_tanh)};
 }
 template <> std::vector<Function<qor_complex8>> functions() {
-    return {FN(c, Asin, mpc_asin), FN(c, Acos, mpc_acos), FN(c, Asinh, mpc_asinh), FN(c, Acosh, mpc_acosh)};
+    return {FN(c, Asin, mpc_asin), FN(c, Acos, mpc_acos), FN(c, Asinh, mpc_asinh), FN(c, Acosh, mpc_acosh),
+            FN(c, Atan, mpc_atan), FN(c, Atanh, mpc_atanh), FN(c, Tan, mpc_tan),     FN(c, Tanh, mpc_tanh)};
 }
 
 // Arguments of every kind the methods treat apart: random signs with
 // exponents over the whole range, points near +-1 and +-i, both sides of
 // the cuts on the axes, and huge and tiny parts mixed.
+// Tangents are swept with parts below 2^cap: MPC slows down far out there.
 template <class C>
-std::vector<C> sweep(unsigned seed) {
+std::vector<C> sweep(unsigned seed, int cap) {
     using R = Real<C>;
-    const int emax = std::numeric_limits<R>::max_exponent - 1, emin = std::numeric_limits<R>::min_exponent - 1;
+    const int emax = std::min(std::numeric_limits<R>::max_exponent - 1, cap), emin = std::numeric_limits<R>::min_exponent - 1;
     std::mt19937_64 gen(seed);
     auto unit = [&] { return 1.0 + double(gen() >> 11) * 0x1p-53; };
     auto sign = [&] { return gen() & 1 ? -1.0 : 1.0; };
@@ -62,16 +69,17 @@ std::vector<C> sweep(unsigned seed) {
         v.push_back({R(sign() * 0.0), R(sign() * (1 + std::fabs(d)))});
         v.push_back({any(emin, emax), R(sign() * 0.0)});
         v.push_back({R(sign() * 0.0), any(emin, emax)});
-        v.push_back({any(-30, 30), any(emin, -30)});
-        v.push_back({any(emin, -30), any(-30, 30)});
+        v.push_back({any(-30, std::min(30, emax)), any(emin, -30)});
+        v.push_back({any(emin, -30), any(-30, std::min(30, emax))});
     }
     return v;
 }
 
 template <class C>
 void check_accuracy(double limit) {
-    const auto args = sweep<C>(17);
+    const auto wide = sweep<C>(17, 1 << 12), near = sweep<C>(19, 9);
     for (const auto& fn : functions<C>()) {
+        const auto& args = std::string(fn.name).find("Tan") == 1 ? near : wide;
         const auto worst = measure_complex<C>(fn.kernel, fn.reference, args, limit);
         EXPECT_LE(worst.score, limit) << fn.name << ": " << worst.describe();
         // The strided forms and in-place runs give the same bits.
@@ -88,16 +96,17 @@ void check_accuracy(double limit) {
 
 // ---- special values --------------------------------------------------------------
 constexpr double inf = INFINITY, nan = NAN, pi = 3.141592653589793116, h = pi / 2, q = pi / 4, q3 = 3 * pi / 4;
-constexpr double kAnySign = 42;  // marks a result part whose sign is free (an infinity or zero)
+constexpr double kAnyInf = 42, kAnyZero = 43;  // result parts whose sign is free
 
 struct Row {
     double x, y, re, im;
 };
 
-// Where the sign is free the magnitude must match; NaN matches any NaN.
-bool same(double got, double want, bool free_sign) {
+// NaN matches any NaN; all else bit for bit, save the free signs.
+bool same(double got, double want) {
     if (std::isnan(want)) return std::isnan(got);
-    if (free_sign) return std::fabs(got) == std::fabs(want);
+    if (want == kAnyInf) return std::isinf(got);
+    if (want == kAnyZero) return got == 0;
     return std::memcmp(&got, &want, sizeof got) == 0;
 }
 
@@ -112,10 +121,8 @@ void check_rows(Kernel<C> kernel, const char* name, const std::vector<Row>& rows
             C r[2];
             kernel(1, &a, r);
             // f(sx x + i sy y) = sx re + i sy im for these functions.
-            const bool free_re = row.re == kAnySign, free_im = row.im == kAnySign;
-            const double want_re = free_re ? inf : Real<C>(sx * row.re);
-            const double want_im = free_im ? inf : Real<C>(sy * row.im);
-            EXPECT_TRUE(same(r[0].re, want_re, free_re) && same(r[0].im, want_im, free_im))
+            auto want = [](double v, double sign) { return v == kAnyInf || v == kAnyZero ? v : double(Real<C>(sign * v)); };
+            EXPECT_TRUE(same(r[0].re, want(row.re, sx)) && same(r[0].im, want(row.im, sy)))
                 << name << "(" << a.re << ", " << a.im << ") = (" << r[0].re << ", " << r[0].im << ")";
         }
     }
@@ -125,14 +132,14 @@ void check_rows(Kernel<C> kernel, const char* name, const std::vector<Row>& rows
 const std::vector<Row> kAsinhRows = {
     {0, 0, 0, 0},          {2, inf, inf, h},    {0, inf, inf, h},       {2, nan, nan, nan},  {0, nan, nan, nan},
     {inf, 2, inf, 0},      {inf, 0, inf, 0},    {inf, inf, inf, q},     {inf, nan, inf, nan}, {nan, 0, nan, 0},
-    {nan, 2, nan, nan},    {nan, inf, kAnySign, nan}, {nan, nan, nan, nan},
+    {nan, 2, nan, nan},    {nan, inf, kAnyInf, nan}, {nan, nan, nan, nan},
 };
 // acos: conjugate-symmetric only, given for positive-signed y.
 const std::vector<Row> kAcosRows = {
     {0, 0, h, -0.0},     {-0.0, 0, h, -0.0},  {0, nan, h, nan},      {-0.0, nan, h, nan},    {2, inf, h, -inf},
     {-2, inf, h, -inf},  {0, inf, h, -inf},   {2, nan, nan, nan},    {-inf, 2, pi, -inf},    {-inf, 0, pi, -inf},
-    {inf, 2, 0, -inf},   {inf, 0, 0, -inf},   {-inf, inf, q3, -inf}, {inf, inf, q, -inf},    {inf, nan, nan, kAnySign},
-    {-inf, nan, nan, kAnySign}, {nan, 2, nan, nan}, {nan, 0, nan, nan}, {nan, inf, nan, -inf}, {nan, nan, nan, nan},
+    {inf, 2, 0, -inf},   {inf, 0, 0, -inf},   {-inf, inf, q3, -inf}, {inf, inf, q, -inf},    {inf, nan, nan, kAnyInf},
+    {-inf, nan, nan, kAnyInf}, {nan, 2, nan, nan}, {nan, 0, nan, nan}, {nan, inf, nan, -inf}, {nan, nan, nan, nan},
 };
 // acosh: conjugate-symmetric only.
 const std::vector<Row> kAcoshRows = {
@@ -142,7 +149,22 @@ const std::vector<Row> kAcoshRows = {
     {nan, 2, nan, nan}, {nan, 0, nan, nan},  {nan, inf, inf, nan},   {nan, nan, nan, nan},
 };
 
-// asin z = -i asinh(iz): the asinh rows with the parts swapped.
+// atanh: odd and conjugate-symmetric (the pole is checked with the reports).
+const std::vector<Row> kAtanhRows = {
+    {0, 0, 0, 0},     {0, nan, 0, nan},  {2, inf, 0, h},   {0, inf, 0, h},     {2, nan, nan, nan},
+    {inf, 2, 0, h},   {inf, 0, 0, h},    {inf, inf, 0, h}, {inf, nan, 0, nan}, {nan, 2, nan, nan},
+    {nan, 0, nan, nan}, {nan, inf, kAnyZero, h}, {nan, nan, nan, nan},
+};
+
+// tanh: odd and conjugate-symmetric; tanh(inf + iy) = 1 + i0 sin(2y).
+const std::vector<Row> kTanhRows = {
+    {0, 0, 0, 0},     {2, inf, nan, nan}, {0, inf, nan, nan},        {2, nan, nan, nan},  {0, nan, nan, nan},
+    {inf, 2, 1, -0.0}, {inf, 1, 1, 0},    {inf, 0, 1, 0},            {inf, inf, 1, kAnyZero}, {inf, nan, 1, kAnyZero},
+    {nan, 0, nan, 0}, {nan, 2, nan, nan}, {nan, inf, nan, nan},      {nan, nan, nan, nan},
+};
+
+// asin z = -i asinh(iz): the asinh rows with the parts swapped (atan from
+// atanh likewise).
 std::vector<Row> swapped(const std::vector<Row>& rows) {
     std::vector<Row> out;
     for (const Row& r : rows) out.push_back({r.y, r.x, r.im, r.re});
@@ -156,16 +178,82 @@ void check_special_values() {
     check_rows<C>(f[1].kernel, f[1].name, kAcosRows, false);
     check_rows<C>(f[2].kernel, f[2].name, kAsinhRows, true);
     check_rows<C>(f[3].kernel, f[3].name, kAcoshRows, false);
+    check_rows<C>(f[4].kernel, f[4].name, swapped(kAtanhRows), true);
+    check_rows<C>(f[5].kernel, f[5].name, kAtanhRows, true);
+    check_rows<C>(f[6].kernel, f[6].name, swapped(kTanhRows), true);
+    check_rows<C>(f[7].kernel, f[7].name, kTanhRows, true);
 }
 
 }  // namespace
 
-TEST(ComplexInverse, ArcsinesAndArccosinesAgainstMpc) {
+TEST(ComplexInverse, AgainstMpc) {
     check_accuracy<qor_complex16>(1.6);
     check_accuracy<qor_complex8>(0.51);
 }
 
-TEST(ComplexInverse, ArcsinesAndArccosinesSpecialValues) {
+TEST(ComplexInverse, SpecialValues) {
     check_special_values<qor_complex16>();
     check_special_values<qor_complex8>();
+}
+
+namespace {
+struct Reports {
+    static inline thread_local std::vector<qor_vm_error_record> seen;
+    static int32_t callback(qor_vm_error_record* r) {
+        seen.push_back(*r);
+        return 1;
+    }
+};
+
+// Only the poles report, once each, with both parts of the argument and
+// the infinite result.
+template <class C>
+void check_poles(Kernel<C> atanh, Kernel<C> atan, const char* name_atanh, const char* name_atan) {
+    const C a[] = {{0.5, 0.25}, {1, 0}, {2, 0}, {-1, -0.0}, {0, 1}, {0.75, -0.5}};
+    C r[6];
+    Reports::seen.clear();
+    atanh(6, a, r);
+    ASSERT_EQ(Reports::seen.size(), 2u);
+    for (int k : {0, 1}) {
+        const auto& rec = Reports::seen[k];
+        EXPECT_EQ(rec.code, QOR_VM_STATUS_SING);
+        EXPECT_EQ(rec.index, k ? 3 : 1);
+        EXPECT_EQ(std::string(rec.name, rec.name_length), name_atanh);
+        EXPECT_TRUE(rec.arg1 == a[rec.index].re && rec.arg1_im == a[rec.index].im);
+        EXPECT_TRUE(rec.res1 == (k ? -INFINITY : INFINITY) && rec.res1_im == 0 && std::signbit(rec.res1_im) == (k == 1));
+    }
+    Reports::seen.clear();
+    atan(6, a, r);
+    ASSERT_EQ(Reports::seen.size(), 1u);
+    EXPECT_EQ(Reports::seen[0].index, 4);
+    EXPECT_EQ(std::string(Reports::seen[0].name, Reports::seen[0].name_length), name_atan);
+    EXPECT_TRUE(r[4].re == 0 && r[4].im == INFINITY);
+}
+
+// An infinite imaginary part with a finite real part: NaN and the domain code.
+template <class C>
+void check_tanh_domain(Kernel<C> tanh, const char* name) {
+    const C a[] = {{0.5, 0.25}, {1, -INFINITY}, {INFINITY, 2}};
+    C r[3];
+    Reports::seen.clear();
+    tanh(3, a, r);
+    ASSERT_EQ(Reports::seen.size(), 1u);
+    EXPECT_EQ(Reports::seen[0].code, QOR_VM_STATUS_DOMAIN);
+    EXPECT_EQ(Reports::seen[0].index, 1);
+    EXPECT_TRUE(Reports::seen[0].arg1 == 1 && Reports::seen[0].arg1_im == -INFINITY);
+    EXPECT_EQ(std::string(Reports::seen[0].name, Reports::seen[0].name_length), name);
+    EXPECT_TRUE(std::isnan(r[1].re) && std::isnan(r[1].im));
+}
+}  // namespace
+
+TEST(ComplexInverse, ArctangentPolesAndTangentsOfInfinityReport) {
+    std::thread([] {
+        _lumSetMode(QOR_VM_ERRMODE_CALLBACK);
+        _lumSetErrorCallBack(Reports::callback);
+        _lumSetInterfInputVectorPointer(nullptr);
+        check_poles<qor_complex16>(_lumzAtanh, _lumzAtan, "vzAtanh", "vzAtan");
+        check_poles<qor_complex8>(_lumcAtanh, _lumcAtan, "vcAtanh", "vcAtan");
+        check_tanh_domain<qor_complex16>(_lumzTanh, "vzTanh");
+        check_tanh_domain<qor_complex8>(_lumcTanh, "vcTanh");
+    }).join();
 }
