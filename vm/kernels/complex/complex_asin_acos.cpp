@@ -1,0 +1,15 @@
+// The kernels of every row; the methods and error bounds are in
+// complex_asin_acos_ops.h.
+#include "../../frame/kernel_decls.h"
+#include "complex_asin_acos_ops.h"
+
+namespace ops = qor::vm::complex;
+
+QOR_VM_KERNEL_PAIR(c, Asin, unary, HA, (ops::ComplexInDouble<qor_complex8, ops::Asin>{}))
+QOR_VM_KERNEL_PAIR(z, Asin, unary, HA, (ops::ComplexInDouble<qor_complex16, ops::Asin>{}))
+QOR_VM_KERNEL_PAIR(c, Acos, unary, HA, (ops::ComplexInDouble<qor_complex8, ops::Acos>{}))
+QOR_VM_KERNEL_PAIR(z, Acos, unary, HA, (ops::ComplexInDouble<qor_complex16, ops::Acos>{}))
+QOR_VM_KERNEL_PAIR(c, Asinh, unary, HA, (ops::ComplexInDouble<qor_complex8, ops::Asinh>{}))
+QOR_VM_KERNEL_PAIR(z, Asinh, unary, HA, (ops::ComplexInDouble<qor_complex16, ops::Asinh>{}))
+QOR_VM_KERNEL_PAIR(c, Acosh, unary, HA, (ops::ComplexInDouble<qor_complex8, ops::Acosh>{}))
+QOR_VM_KERNEL_PAIR(z, Acosh, unary, HA, (ops::ComplexInDouble<qor_complex16, ops::Acosh>{}))

@@ -1,0 +1,11 @@
+// The kernels of every row; the methods and error bounds are in
+// complex_atan_ops.h.
+#include "../../frame/kernel_decls.h"
+#include "complex_atan_ops.h"
+
+namespace ops = qor::vm::complex;
+
+QOR_VM_KERNEL_PAIR(c, Atan, unary, HA, (ops::ComplexInDouble<qor_complex8, ops::Atan>{}))
+QOR_VM_KERNEL_PAIR(z, Atan, unary, HA, (ops::ComplexInDouble<qor_complex16, ops::Atan>{}))
+QOR_VM_KERNEL_PAIR(c, Atanh, unary, HA, (ops::ComplexInDouble<qor_complex8, ops::Atanh>{}))
+QOR_VM_KERNEL_PAIR(z, Atanh, unary, HA, (ops::ComplexInDouble<qor_complex16, ops::Atanh>{}))
