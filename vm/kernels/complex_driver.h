@@ -26,6 +26,12 @@
 // real type).
 #include <array>
 
+// Registers are held in Parts<V>; GCC notes that the vector types'
+// may_alias attribute does not carry into template arguments, which the
+// kernels never rely on.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wignored-attributes"
+
 namespace qor::vm {
 
 struct PlanarC : qor_complex8 {};
@@ -125,6 +131,8 @@ struct PlanarForm {
 };
 
 }  // namespace qor::vm
+
+#pragma GCC diagnostic pop
 
 #define QOR_VM_PLANAR_KERNEL(p, Fn, kind, slot, op)                                                      \
     QOR_EXTERN_C void qor_vmk_##p##Fn##_##slot QOR_VM_PARAMS(kind, p) {                                  \

@@ -5,8 +5,8 @@
 // path takes pairs whose larger part lies in [2^-450, 2^450], the scalar
 // routine scales the rest by a power of two and rounds a subnormal result
 // once.  An infinite part gives +inf even beside a NaN; finite parts with an
-// infinite result report overflow.  Single precision is the same in
-// double, rounded once.
+// infinite result report overflow.  Single precision is the plain formula
+// in double (exact squares), rounded once.
 //
 // Arg is the HA method of Atan2 (about 0.51 ulp), with its scalar routine
 // for zeros, infinities, NaN and far-apart magnitudes (C's table of signed
@@ -49,12 +49,23 @@ inline int abs_scalar(double x, double y, double& r) {
     return std::isinf(r) ? QOR_VM_STATUS_OVERFLOW : QOR_VM_STATUS_OK;
 }
 
+// Single precision: the squares of floats are exact in double and cannot
+// overflow or underflow there, so sqrt(x^2 + y^2) in double is within
+// 2^-53 before the rounding to float; only infinities and NaN are marked.
+QOR_KERNEL_INLINE vd abs_lanes_single(ZD z, vd& mark) {
+    mark = SD::bit_or(SD::isnonfinite(z.re), SD::isnonfinite(z.im));
+    return SD::sqrt(SD::add(SD::mul(z.re, z.re), SD::mul(z.im, z.im)));
+}
+
 template <class Real>
 struct AbsOp {
     using C = PlanarOf<Real>;
     using Mask = Real;
     static constexpr bool reads_mode = true;
-    RV<Real> operator()(CV<Real> a, RV<Real>& m) const { return map_cr<Real>(a, m, abs_lanes); }
+    RV<Real> operator()(CV<Real> a, RV<Real>& m) const {
+        if constexpr (std::is_same_v<Real, float>) return map_cr<Real>(a, m, abs_lanes_single);
+        else return map_cr<Real>(a, m, abs_lanes);
+    }
     int fix(const C& a, Real& r) const {
         double d;
         const int code = abs_scalar(a.re, a.im, d);

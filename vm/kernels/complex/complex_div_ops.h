@@ -17,8 +17,8 @@
 // denominator an infinity, a finite numerator over an infinite denominator
 // a zero).  A finite non-zero numerator over zero reports a singularity;
 // finite operands with an infinite part report overflow.  Single precision
-// is the same in double, rounded once; one kernel per row serves every
-// accuracy slot.
+// is the plain formula in double (see div_lanes_single), rounded once; one
+// kernel per row serves every accuracy slot.
 #pragma once
 
 #include "complex_planar.h"
@@ -114,12 +114,28 @@ inline int div_scalar(double a, double b, double c, double d, double& u, double&
     return QOR_VM_STATUS_OK;
 }
 
+// Single precision: products of floats are exact in double and no square
+// leaves its range, so each of ac + bd, bc - ad and c^2 + d^2 is rounded
+// once and the quotient is within 2^-51 before the rounding to float.
+// Zero, infinite and NaN operands are marked.
+QOR_KERNEL_INLINE ZD div_lanes_single(ZD a, ZD b, vd& mark) {
+    const vd den = SD::add(SD::mul(b.re, b.re), SD::mul(b.im, b.im));
+    mark = SD::bit_or(SD::bit_or(SD::isnonfinite(a.re), SD::isnonfinite(a.im)),
+                      SD::bit_or(SD::isnonfinite(den), SD::eq(den, SD::set1(0.0))));
+    const vd d = SD::select(mark, SD::set1(1.0), den);
+    return {SD::div(SD::add(SD::mul(a.re, b.re), SD::mul(a.im, b.im)), d),
+            SD::div(SD::sub(SD::mul(a.im, b.re), SD::mul(a.re, b.im)), d)};
+}
+
 template <class Real>
 struct DivOp {
     using C = PlanarOf<Real>;
     using Mask = Real;
     static constexpr bool reads_mode = true;
-    CV<Real> operator()(CV<Real> a, CV<Real> b, RV<Real>& m) const { return map_ccc<Real>(a, b, m, div_lanes); }
+    CV<Real> operator()(CV<Real> a, CV<Real> b, RV<Real>& m) const {
+        if constexpr (std::is_same_v<Real, float>) return map_ccc<Real>(a, b, m, div_lanes_single);
+        else return map_ccc<Real>(a, b, m, div_lanes);
+    }
     int fix(const C& a, const C& b, C& r) const { return fix_ccc(a, b, r, div_scalar); }
 };
 

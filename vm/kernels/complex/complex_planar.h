@@ -22,6 +22,11 @@
 #include "../trig/trig_core.h"
 #include "qor/qor_vm.h"
 
+// Registers in Parts<V>, as in complex_driver.h: the may_alias attribute of
+// the vector types is not needed in template arguments.  (The complex
+// kernel sources include this header last.)
+#pragma GCC diagnostic ignored "-Wignored-attributes"
+
 namespace qor::vm::complex {
 
 using pair::Pair;
