@@ -66,6 +66,15 @@ TEST(ComplexLog, BinaryWithinOneUlpOfMpc) {
     EXPECT_LE(pz.score, 1.0) << pz.describe();
     EXPECT_LE(pc.score, 1.0) << pc.describe();
     std::printf("zDiv %.3f cDiv %.3f zPow %.3f cPow %.3f\n", dz.score, dc.score, pz.score, pc.score);
+    // The EP kernels of double Abs, Div and Exp: plain formulas.
+    const ComplexWorst de = measure_complex<qor_complex16>(_lumzDiv_26, mpc_div, za, zb);
+    const WorstCase ae = measure_complex_to_real<qor_complex16>(_lumzAbs_26, mpc_abs, za);
+    const auto ez = random_complex<qor_complex16>(4000, -30, 6, 16);
+    const ComplexWorst ee = measure_complex<qor_complex16>(_lumzExp_26, mpc_exp, ez);
+    EXPECT_LE(ae.ulps, 1.1);
+    EXPECT_LE(ee.score, 1.5) << ee.describe();
+    EXPECT_LE(de.score, 1.4) << de.describe();
+    std::printf("EP: zAbs %.3f zDiv %.3f zExp %.3f\n", ae.ulps, de.score, ee.score);
     // Powx: one exponent for the whole call gives Pow's results bit for bit.
     const qor_complex16 w{-1.25, 0.375};
     std::vector<qor_complex16> ws(za2.size(), w), got(za2.size()), want(za2.size());

@@ -8,10 +8,14 @@
 // infinite result report overflow.  Single precision is the plain formula
 // in double (exact squares), rounded once.
 //
+// EP (its own kernel; LA shares HA): in double the plain root of the sum of
+// squares on the same range, about 1 ulp; in single the HA kernel's
+// formula.
+//
 // Arg is the HA method of Atan2 (about 0.51 ulp), with its scalar routine
 // for zeros, infinities, NaN and far-apart magnitudes (C's table of signed
-// zeros and infinities); it reports nothing.  One kernel per row serves
-// every accuracy slot.
+// zeros and infinities); it reports nothing, and one kernel serves every
+// accuracy slot.
 #pragma once
 
 #include "../invtrig/atan2_ops.h"
@@ -57,13 +61,21 @@ QOR_KERNEL_INLINE vd abs_lanes_single(ZD z, vd& mark) {
     return SD::sqrt(SD::add(SD::mul(z.re, z.re), SD::mul(z.im, z.im)));
 }
 
-template <class Real>
+// EP, double: the plain formula on the same range (about 1 ulp).
+QOR_KERNEL_INLINE vd abs_lanes_plain(ZD z, vd& mark) {
+    const vd ax = SD::abs(z.re), ay = SD::abs(z.im);
+    mark = SD::bit_or(outside_binades(SD::max(ax, ay), -450, 450), _mm_cmpunord_pd(ax, ay));
+    return SD::sqrt(SD::add(SD::mul(ax, ax), SD::mul(ay, ay)));
+}
+
+template <class Real, bool Plain = false>
 struct AbsOp {
     using C = PlanarOf<Real>;
     using Mask = Real;
     static constexpr bool reads_mode = true;
     RV<Real> operator()(CV<Real> a, RV<Real>& m) const {
         if constexpr (std::is_same_v<Real, float>) return map_cr<Real>(a, m, abs_lanes_single);
+        else if constexpr (Plain) return map_cr<Real>(a, m, abs_lanes_plain);
         else return map_cr<Real>(a, m, abs_lanes);
     }
     int fix(const C& a, Real& r) const {

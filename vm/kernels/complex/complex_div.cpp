@@ -7,3 +7,5 @@ namespace ops = qor::vm::complex;
 
 QOR_VM_PLANAR_KERNEL_PAIR(c, Div, binary, HA, ops::DivOp<float>{})
 QOR_VM_PLANAR_KERNEL_PAIR(z, Div, binary, HA, ops::DivOp<double>{})
+QOR_VM_PLANAR_KERNEL_PAIR(c, Div, binary, EP, ops::DivOp<float>{})
+QOR_VM_PLANAR_KERNEL_PAIR(z, Div, binary, EP, (ops::DivOp<double, true>{}))

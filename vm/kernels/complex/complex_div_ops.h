@@ -17,8 +17,9 @@
 // denominator an infinity, a finite numerator over an infinite denominator
 // a zero).  A finite non-zero numerator over zero reports a singularity;
 // finite operands with an infinite part report overflow.  Single precision
-// is the plain formula in double (see div_lanes_single), rounded once; one
-// kernel per row serves every accuracy slot.
+// is the plain formula in double (see div_lanes_single), rounded once.  LA
+// shares the HA kernel; EP has its own, the plain formula in double on a
+// narrower range (div_lanes_plain; single precision as HA).
 #pragma once
 
 #include "complex_planar.h"
@@ -127,13 +128,28 @@ QOR_KERNEL_INLINE ZD div_lanes_single(ZD a, ZD b, vd& mark) {
             SD::div(SD::sub(SD::mul(a.im, b.re), SD::mul(a.re, b.im)), d)};
 }
 
-template <class Real>
+// EP, double: the plain formula on operands whose larger parts lie in
+// [2^-450, 2^450] (no product leaves the range): a few ulps of the
+// result's magnitude, more of a part that cancels.
+QOR_KERNEL_INLINE ZD div_lanes_plain(ZD a, ZD b, vd& mark) {
+    const vd ma = SD::max(SD::abs(a.re), SD::abs(a.im)), mb = SD::max(SD::abs(b.re), SD::abs(b.im));
+    mark = SD::bit_or(SD::bit_or(outside_binades(ma, -450, 450), outside_binades(mb, -450, 450)),
+                      SD::bit_or(_mm_cmpunord_pd(a.re, a.im), _mm_cmpunord_pd(b.re, b.im)));
+    const vd one = SD::set1(1.0);
+    const ZD bs{SD::select(mark, one, b.re), SD::select(mark, one, b.im)};
+    const vd inv = SD::div(one, SD::add(SD::mul(bs.re, bs.re), SD::mul(bs.im, bs.im)));
+    return {SD::mul(SD::add(SD::mul(a.re, bs.re), SD::mul(a.im, bs.im)), inv),
+            SD::mul(SD::sub(SD::mul(a.im, bs.re), SD::mul(a.re, bs.im)), inv)};
+}
+
+template <class Real, bool Plain = false>
 struct DivOp {
     using C = PlanarOf<Real>;
     using Mask = Real;
     static constexpr bool reads_mode = true;
     CV<Real> operator()(CV<Real> a, CV<Real> b, RV<Real>& m) const {
         if constexpr (std::is_same_v<Real, float>) return map_ccc<Real>(a, b, m, div_lanes_single);
+        else if constexpr (Plain) return map_ccc<Real>(a, b, m, div_lanes_plain);
         else return map_ccc<Real>(a, b, m, div_lanes);
     }
     int fix(const C& a, const C& b, C& r) const { return fix_ccc(a, b, r, div_scalar); }

@@ -14,7 +14,9 @@
 // bits of 2/pi, and the special values of C's cexp (signed zeros, infinities
 // and NaN).  Finite arguments with an infinite part report overflow; an
 // infinite y with finite x (NaN parts) reports a domain error, as the real
-// sine does.  One kernel serves every accuracy slot.
+// sine does.  Single precision: one kernel for every slot; double: LA
+// shares the HA kernel, EP rounds e^x, cos y and sin y before the products
+// (exp_lanes_plain).
 #pragma once
 
 #include "complex_planar.h"
@@ -75,13 +77,28 @@ inline int exp_scalar(double x, double y, double& u, double& v) {
     return QOR_VM_STATUS_OK;
 }
 
-template <class Real>
+// EP: the same steps with e^x and the sine and cosine each rounded before
+// their product (about 2 ulp).
+QOR_KERNEL_INLINE ZD exp_lanes_plain(vd x, vd y, vd& mark) {
+    mark = SD::bit_or(Bits<double>::int_greater(SD::abs(x), SD::set1(600.0)), trig_outside(y));
+    x = SD::bit_andnot(mark, x);
+    y = SD::bit_andnot(mark, y);
+    const ExpParts e = exp_parts(x);
+    const SinCos t = sincos_lanes(y);
+    const vd m = SD::mul(sum(e.e), exp_scale(e.t));
+    return {SD::mul(m, sum(t.c)), SD::mul(m, sum(t.s))};
+}
+
+template <class Real, bool Plain = false>
 struct ExpOp {
     using C = PlanarOf<Real>;
     using Mask = Real;
     static constexpr bool reads_mode = true;
     CV<Real> operator()(CV<Real> a, RV<Real>& m) const {
-        return map_cc<Real>(a, m, [](ZD z, vd& mark) { return exp_lanes(z.re, z.im, mark); });
+        return map_cc<Real>(a, m, [](ZD z, vd& mark) {
+            if constexpr (Plain) return exp_lanes_plain(z.re, z.im, mark);
+            else return exp_lanes(z.re, z.im, mark);
+        });
     }
     int fix(const C& a, C& r) const { return fix_cc(a, r, exp_scalar); }
 };
