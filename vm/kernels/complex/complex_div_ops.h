@@ -32,12 +32,14 @@ QOR_KERNEL_INLINE Pair add_pairs(Pair a, Pair b) {
     return {s.hi, SD::add(s.lo, SD::add(a.lo, b.lo))};
 }
 
-// n/d for pairs, d positive: the rounded quotient corrected by its residual.
-QOR_KERNEL_INLINE vd divide_pairs(Pair n, Pair d) {
-    const vd q = SD::div(n.hi, d.hi);
+// n/d for pairs, d positive, given inv = 1/d.hi rounded: the quotient
+// n.hi inv corrected by its exact residual (the residual is small, so its
+// product with inv is accurate far beyond the last bit of the result).
+QOR_KERNEL_INLINE vd divide_pairs(Pair n, Pair d, vd inv) {
+    const vd q = SD::mul(n.hi, inv);
     const Pair qd = pair::two_prod(q, d.hi);
     const vd rest = SD::sub(SD::add(SD::sub(SD::sub(n.hi, qd.hi), qd.lo), n.lo), SD::mul(q, d.lo));
-    return SD::add(q, SD::div(rest, d.hi));
+    return SD::add(q, SD::mul(rest, inv));
 }
 
 // The quotient of operands whose larger parts lie in [1, 2).
@@ -48,7 +50,8 @@ QOR_KERNEL_INLINE ZD divide_scaled(ZD a, ZD b) {
     const Pair den = add_pairs(cc, dd);
     const Pair re = add_pairs(ac, bd);
     const Pair im = add_pairs(bc, {SD::neg(ad.hi), SD::neg(ad.lo)});
-    return {divide_pairs(re, den), divide_pairs(im, den)};
+    const vd inv = SD::div(SD::set1(1.0), den.hi);
+    return {divide_pairs(re, den, inv), divide_pairs(im, den, inv)};
 }
 
 QOR_KERNEL_INLINE ZD div_lanes(ZD a, ZD b, vd& mark) {

@@ -31,7 +31,8 @@ QOR_KERNEL_INLINE ZD sqrt_core(vd x, vd y) {
     const Pair s = pair::two_sum(ax, rho.r);
     const vd half = SD::set1(0.5);
     const Pair t = hyper_core::sqrt_pair({SD::mul(s.hi, half), SD::mul(SD::add(s.lo, rho.c), half)});
-    const vd other = divide_pairs({ay, SD::set1(0.0)}, {SD::add(t.hi, t.hi), SD::add(t.lo, t.lo)});
+    const Pair twice{SD::add(t.hi, t.hi), SD::add(t.lo, t.lo)};
+    const vd other = divide_pairs({ay, SD::set1(0.0)}, twice, SD::div(SD::set1(1.0), twice.hi));
     const vd root = sum(t);
     const vd left = sign_of<double>(x);  // x on the left of the imaginary axis
     return {SD::select(left, other, root), SD::copysign(SD::select(left, root, other), y)};
