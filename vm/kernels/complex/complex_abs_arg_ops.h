@@ -14,7 +14,8 @@
 //
 // Arg is the HA method of Atan2 (about 0.51 ulp), with its scalar routine
 // for zeros, infinities, NaN and far-apart magnitudes (C's table of signed
-// zeros and infinities); it reports nothing, and one kernel serves every
+// zeros and infinities), and in single precision Atan2's single method in
+// double (arg_lanes_single); it reports nothing, and one kernel serves every
 // accuracy slot.
 #pragma once
 
@@ -92,12 +93,25 @@ using Atan2HA = invtrig::DoubleArctan2<false, Variant::HA>;
 
 QOR_KERNEL_INLINE vd arg_lanes(ZD z, vd& mark) { return Atan2HA{}(z.im, z.re, mark); }
 
+// Single precision: Atan2's single method in double (coarse rows, 0.5 ulp
+// plus 2^-9); the parts of floats are far from its limits, so only zeros,
+// infinities and NaN are marked.
+QOR_KERNEL_INLINE vd arg_lanes_single(ZD z, vd& mark) {
+    mark = SD::bit_or(SD::bit_or(SD::isnonfinite(z.re), SD::isnonfinite(z.im)),
+                      SD::eq(SD::bit_or(SD::abs(z.re), SD::abs(z.im)), SD::set1(0.0)));
+    const vd one = SD::set1(1.0);
+    return invtrig::atan2_lanes<false, Variant::HA, true>(SD::select(mark, one, z.im), SD::select(mark, one, z.re));
+}
+
 template <class Real>
 struct ArgOp {
     using C = PlanarOf<Real>;
     using Mask = Real;
     static constexpr bool reads_mode = true;
-    RV<Real> operator()(CV<Real> a, RV<Real>& m) const { return map_cr<Real>(a, m, arg_lanes); }
+    RV<Real> operator()(CV<Real> a, RV<Real>& m) const {
+        if constexpr (std::is_same_v<Real, float>) return map_cr<Real>(a, m, arg_lanes_single);
+        else return map_cr<Real>(a, m, arg_lanes);
+    }
     int fix(const C& a, Real& r) const {
         double d;
         Atan2HA{}.fix(a.im, a.re, d);

@@ -5,7 +5,8 @@
 // reduction of the real kernels as pairs (about 2^-60 relative); each part
 // is their product rounded once, then scaled by 2^M: about 0.5 ulp plus
 // 2^-58 relative, in double and, through double, in single precision.
-// CIS(y) = cos y + i sin y is the pair sums alone.
+// CIS(y) = cos y + i sin y is the pair sums alone in double, and the steps
+// of the real SinCos kernel in single precision (0.5 ulp).
 //
 // The vector path takes |x| <= 600 (the scale stays normal whatever the
 // product) and |y| < 2^19; the scalar routine takes the rest: the scale
@@ -19,6 +20,7 @@
 // (exp_lanes_plain).
 #pragma once
 
+#include "../trig/trig_ops.h"
 #include "complex_planar.h"
 
 namespace qor::vm::complex {
@@ -126,7 +128,18 @@ struct CisOp {
     using C = PlanarOf<Real>;
     using Mask = Real;
     static constexpr bool reads_mode = true;
-    CV<Real> operator()(RV<Real> y, RV<Real>& m) const { return map_rc<Real>(y, m, cis_lanes); }
+    CV<Real> operator()(RV<Real> y, RV<Real>& m) const {
+        if constexpr (std::is_same_v<Real, float>) {
+            // Single precision: the SinCos kernel's steps (in double, rounded once).
+            const trig::SingleSinCos<Variant::HA> sincos;
+            vf s, c;
+            sincos(y, s, c);
+            m = sincos.special(y, s, c);
+            return {c, s};
+        } else {
+            return map_rc<Real>(y, m, cis_lanes);
+        }
+    }
     int fix(Real y, C& r) const {
         double u, v;
         const int code = cis_scalar(y, u, v);
