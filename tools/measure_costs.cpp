@@ -80,7 +80,9 @@ double ticks_per_element(Call call) {
 
 template <class T>
 T scalar_argument() {
-    return integer_order ? T(3) : buffer<T>(1)[0];
+    if (!integer_order) return buffer<T>(1)[0];
+    if constexpr (std::is_arithmetic_v<T>) return T(3);
+    else return T{3, 0};  // a complex power
 }
 
 // One call of a kernel of each kind, on the shared buffers.
