@@ -32,7 +32,7 @@ namespace {
 constexpr int32_t kN = 156, kN32 = 4 * kN, kPos1 = 122;
 constexpr int kSl1 = 18, kSl2Bytes = 1, kSr1 = 11, kSr2Bytes = 1;
 constexpr uint32_t kMask1 = 0xDFFFFFEF, kMask2 = 0xDDFECB7F, kMask3 = 0xBFFAFFFF, kMask4 = 0xBFFFFFF6;
-constexpr uint64_t kShortSkipLimit = uint64_t{1} << 24;
+constexpr uint64_t kShortSkipLimit = uint64_t{1} << 26;  // stepping and the polynomial cost about the same here
 // 2^-32.
 constexpr uint64_t kTwoPowMinus32Bits = 0x3DF0000000000000;
 const double kTwoPowMinus32 = __builtin_bit_cast(double, kTwoPowMinus32Bits);
@@ -116,6 +116,39 @@ void fill(SfmtState& s, int32_t n, const Sink& out) {
         idx += static_cast<uint32_t>(run);
     }
     s.idx = idx;
+}
+
+// Integer fills of at least two whole vectors are generated in the output
+// itself, each new word reading the words 156 and 34 places back there (as
+// the regeneration reads the old vector), so no word passes through the
+// state; the last vector is then copied back to the state.
+void fill_ints(SfmtState& s, int32_t n, uint32_t* r) {
+    const IntSink<uint32_t> out{r};
+    int32_t i = 0;
+    if (s.idx < kN32) {
+        const int32_t first = n < kN32 - static_cast<int32_t>(s.idx) ? n : kN32 - static_cast<int32_t>(s.idx);
+        fill(s, first, out);
+        i = first;
+    }
+    const int32_t blocks = (n - i) / kN32;
+    if (blocks >= 2) {
+        uint32_t* a = r + i;
+        const int32_t words = blocks * kN;  // 128-bit words
+        __m128i r1 = load(s.w + 4 * (kN - 2)), r2 = load(s.w + 4 * (kN - 1));
+        auto put = [&](int32_t k, __m128i v) {
+            store(a + 4 * k, v);
+            r1 = r2;
+            r2 = v;
+        };
+        int32_t k = 0;
+        for (; k < kN - kPos1; ++k) put(k, recursion(load(s.w + 4 * k), load(s.w + 4 * (k + kPos1)), r1, r2));
+        for (; k < kN; ++k) put(k, recursion(load(s.w + 4 * k), load(a + 4 * (k + kPos1 - kN)), r1, r2));
+        for (; k < words; ++k) put(k, recursion(load(a + 4 * (k - kN)), load(a + 4 * (k + kPos1 - kN)), r1, r2));
+        std::memcpy(s.w, a + 4 * (words - kN), sizeof s.w);
+        s.idx = kN32;
+        i += blocks * kN32;
+    }
+    fill(s, n - i, IntSink<uint32_t>{r + i});
 }
 
 // ---- Seeding --------------------------------------------------------------------
@@ -285,7 +318,7 @@ QOR_EXPORT int32_t __rixBRngSFMT19937InitStream(uint32_t method, qor_rng_stream*
 }
 
 QOR_EXPORT int32_t __rixiBRngSFMT19937(qor_rng_stream* stream, int32_t n, void* r) {
-    fill(*state_of<SfmtState>(stream), n, IntSink<uint32_t>{static_cast<uint32_t*>(r)});
+    fill_ints(*state_of<SfmtState>(stream), n, static_cast<uint32_t*>(r));
     return QOR_RNG_STATUS_OK;
 }
 

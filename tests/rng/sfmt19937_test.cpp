@@ -102,8 +102,8 @@ TEST(Sfmt19937, SeedingDefaultsAndRefusals) {
 }
 
 TEST(Sfmt19937, SkipEqualsDrawingAndDiscarding) {
-    // Vector boundaries, both sides of the stepping limit (2^24).
-    for (uint64_t count : {1ull, 3ull, 623ull, 624ull, 625ull, 16777216ull, 16777217ull}) {
+    // Vector boundaries, both sides of the stepping limit (2^26).
+    for (uint64_t count : {1ull, 3ull, 623ull, 624ull, 625ull, 67108864ull, 67108865ull}) {
         for (int32_t drawn : {0, 101, 624}) {
             Stream a = drawn_stream({11, 12}, drawn), b = copy_of(a);
             skip(a.get(), count);
