@@ -1,6 +1,7 @@
 // SFMT19937 and MT2203 beside MT19937, std::mt19937 and std::mt19937_64,
 // all filling the same array: integer fills in cycles per 32-bit output
-// (std::mt19937_64 per 64-bit output), double fills in [0, 1) (the standard
+// (std::mt19937_64 per 64-bit output; 10000 outputs: many whole vectors
+// while in cache), double fills in [0, 1) (the standard
 // twisters through std::uniform_real_distribution), and SFMT19937's
 // skip-ahead for a short distance (stepping) and for 2^40 and 2^64 - 1
 // (polynomial method).  Counters: CPE (time-stamp ticks per output) and
@@ -63,12 +64,15 @@ void Sfmt19937SkipAhead(benchmark::State& state) {
 
 }  // namespace
 
-BENCHMARK(QorInt<QOR_RNG_BRNG_SFMT19937, __rixiBRngSFMT19937>)->Name("Sfmt19937IntFill")->Arg(kInCache)->Arg(kManyVectors)->Arg(kOutOfCache);
-BENCHMARK(QorInt<QOR_RNG_BRNG_MT19937, __rixiBRngMT19937>)->Name("Mt19937IntFill")->Arg(kInCache)->Arg(kManyVectors)->Arg(kOutOfCache);
+BENCHMARK(QorInt<QOR_RNG_BRNG_SFMT19937, __rixiBRngSFMT19937>)
+    ->Name("Sfmt19937IntFill")->Arg(kInCache)->Arg(kManyVectors)->Arg(kOutOfCache);
+BENCHMARK(QorInt<QOR_RNG_BRNG_MT19937, __rixiBRngMT19937>)
+    ->Name("Mt19937IntFill")->Arg(kInCache)->Arg(kManyVectors)->Arg(kOutOfCache);
 BENCHMARK(QorInt<QOR_RNG_BRNG_MT2203, __rixiBRngMT2203>)->Name("Mt2203IntFill")->Arg(kInCache)->Arg(kOutOfCache);
 BENCHMARK(StdInt<std::mt19937, uint32_t>)->Name("StdMt19937Int")->Arg(kInCache)->Arg(kManyVectors)->Arg(kOutOfCache);
 BENCHMARK(StdInt<std::mt19937_64, uint64_t>)->Name("StdMt19937_64Int")->Arg(kInCache)->Arg(kOutOfCache);
-BENCHMARK(QorDouble<QOR_RNG_BRNG_SFMT19937, __rixdBRngSFMT19937>)->Name("Sfmt19937DoubleFill")->Arg(kInCache)->Arg(kOutOfCache);
+BENCHMARK(QorDouble<QOR_RNG_BRNG_SFMT19937, __rixdBRngSFMT19937>)
+    ->Name("Sfmt19937DoubleFill")->Arg(kInCache)->Arg(kOutOfCache);
 BENCHMARK(QorDouble<QOR_RNG_BRNG_MT19937, __rixdBRngMT19937>)->Name("Mt19937DoubleFill")->Arg(kInCache)->Arg(kOutOfCache);
 BENCHMARK(QorDouble<QOR_RNG_BRNG_MT2203, __rixdBRngMT2203>)->Name("Mt2203DoubleFill")->Arg(kInCache)->Arg(kOutOfCache);
 BENCHMARK(StdUniformReal<std::mt19937>)->Name("StdMt19937UniformReal")->Arg(kInCache)->Arg(kOutOfCache);

@@ -146,7 +146,9 @@ public:
 
 private:
     uint64_t* entry(int byte, int v) { return &table_[(static_cast<size_t>(byte) * 256 + v) * kWords]; }
-    const uint64_t* entry(int byte, uint32_t v) const { return &table_[(static_cast<size_t>(byte) * 256 + v) * kWords]; }
+    const uint64_t* entry(int byte, uint32_t v) const {
+        return &table_[(static_cast<size_t>(byte) * 256 + v) * kWords];
+    }
     std::vector<uint64_t> table_;
 };
 
@@ -261,7 +263,8 @@ int main(int argc, char** argv) {
     const auto start = std::chrono::steady_clock::now();
     std::vector<uint32_t> found;
     while (static_cast<int>(found.size()) < wanted) {
-        if (budget > 0 && std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count() > budget) break;
+        const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - start;
+        if (budget > 0 && spent.count() > budget) break;
         int tried = 0;
         found.push_back(find_member(static_cast<uint32_t>(found.size()), &tried));
         std::fprintf(stderr, "member %zu: %d candidates\n", found.size() - 1, tried);

@@ -170,7 +170,8 @@ void certify_period(uint32_t* w) {
 
 void seed_by_word(SfmtState& s, uint32_t seed) {
     s.w[0] = seed;
-    for (int32_t i = 1; i < kN32; ++i) s.w[i] = 1812433253u * (s.w[i - 1] ^ (s.w[i - 1] >> 30)) + static_cast<uint32_t>(i);
+    for (int32_t i = 1; i < kN32; ++i)
+        s.w[i] = 1812433253u * (s.w[i - 1] ^ (s.w[i - 1] >> 30)) + static_cast<uint32_t>(i);
     s.idx = kN32;
     certify_period(s.w);
 }

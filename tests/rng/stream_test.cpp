@@ -59,10 +59,10 @@ TEST(NewStream, RefusesBadIdentifiersAndArgumentsWithoutAllocating) {
     __rixDeleteStream(&s);
 }
 
-// The rows whose recurrences are not built, and an MT2203 member beyond
-// its parameter table: creation reaches the
-// generator's initialiser, which refuses; the record is handed back for
-// deletion, and no function of the row produces output.
+// The rows whose recurrences are not built, and an MT2203 member beyond its
+// parameter table: creation reaches the generator's initialiser, which
+// refuses; the record is handed back for deletion, and no function of the
+// row produces output.
 TEST(NewStream, GeneratorsNotInThisBuildRefuseEveryCall) {
     const int32_t ids[] = {0x200000, 0x500000, 0x500110, 276,      0x600000, 277,      0x700000,
                            278,      0x900000 + 6023, 0xE00000, 0xF00000, 0x1000000};
