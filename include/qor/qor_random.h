@@ -38,7 +38,10 @@ QOR_CORE_API int qor_rng_new_stream(qor_rng_stream** stream, int brng, uint32_t 
 /* A stream seeded with n words (n of 0: the generator's default seed; more
  * than 2^31 - 1 words give QOR_RNG_STATUS_BAD_ARGUMENT).  The abstract
  * generators are not made here (QOR_RNG_STATUS_BAD_BRNG), nor is a
- * generator this build does not provide.
+ * generator this build does not provide.  SFMT19937 takes one word as its
+ * authors' 32-bit seed and two or more as their key array; MT2203 and
+ * MT19937 take the words as a key.  MT2203 members beyond the parameter
+ * table this build ships answer QOR_RNG_STATUS_BAD_BRNG.
  *
  * Seed words of the counter-based, shift-register and hardware generators:
  * PHILOX4X32X10 takes its 64-bit key from words 0 and 1 and its 128-bit
@@ -77,8 +80,9 @@ QOR_CORE_API int qor_rng_skip_ahead_stream(qor_rng_stream* stream, uint64_t nski
  * periods above; MT19937 reduces it modulo its
  * period, so a skip costs at most as much as one of 2^19937: about 0.7 s;
  * 2^128 takes milliseconds); Sobol and Niederr take any count, reduced
- * modulo their period of 2^32 - 1 points; the MCG generators answer
- * QOR_RNG_STATUS_NO_SKIP_AHEAD_EX. */
+ * modulo their period of 2^32 - 1 points; SFMT19937 takes counts below
+ * 2^127 and MT2203 counts of one word; larger counts there, and any count
+ * of the MCG generators, answer QOR_RNG_STATUS_NO_SKIP_AHEAD_EX. */
 QOR_CORE_API int qor_rng_skip_ahead_stream_ex(qor_rng_stream* stream, int64_t n, const uint64_t* nskip);
 /* The identifier the stream was made with (0 or more), or a status. */
 QOR_CORE_API int qor_rng_get_stream_brng(const qor_rng_stream* stream);

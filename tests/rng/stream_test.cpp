@@ -59,11 +59,12 @@ TEST(NewStream, RefusesBadIdentifiersAndArgumentsWithoutAllocating) {
     __rixDeleteStream(&s);
 }
 
-// The rows whose recurrences are not built: creation reaches the
-// generator's initialiser, which refuses; the record is handed back for
-// deletion, and no function of the row produces output.
+// The rows whose recurrences are not built, and an MT2203 member beyond its
+// parameter table: creation reaches the generator's initialiser, which
+// refuses; the record is handed back for deletion, and no function of the
+// row produces output.
 TEST(NewStream, GeneratorsNotInThisBuildRefuseEveryCall) {
-    const int32_t ids[] = {0x500000, 0x500110, 276, 0x900000, 0x900000 + 6023, 0xD00000};
+    const int32_t ids[] = {0x500000, 0x500110, 276, 0x900000 + 6023};
     const uint32_t seed = 7;
     for (int32_t id : ids) {
         SCOPED_TRACE(id);
