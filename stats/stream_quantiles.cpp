@@ -2,7 +2,8 @@
 // of observations fed in portions, within a stated rank error eps.
 //
 // Each variable keeps a sketch: a stack of levels of k keys each (keys are
-// the integer images of the values, sort.h, so NaNs count as the largest).
+// the integer images of the values, sort.h, so NaNs count as the largest;
+// level 0 holds the values themselves until it is sorted).
 // A key on level h stands for 2^h observations.  New observations go to
 // level 0; a level that fills up is compacted: sorted, then every other key
 // (starting at place 0 or 1, alternately per level) moves up to level h+1
@@ -94,17 +95,26 @@ int levels_for(int64_t seen, int64_t k) {
 
 int64_t capacity_for(double eps) { return 2 * static_cast<int64_t>(std::ceil((kLevelBound / 2.0 + 4) / (2 * eps))); }
 
-template <class K>
-void compact(Sketch<K>& s, int64_t k, int h) {
+// Level 0, which holds the values themselves, is sorted by the family's
+// radix sort and its keys taken; a higher level, filled by two compactions
+// below, holds two sorted runs of keys, merged into `scratch` (k keys).
+template <class T, class K = Key<T>>
+void compact(Sketch<K>& s, int64_t k, int h, K* scratch) {
     K* keys = s.level[h];
-    std::sort(keys, keys + k);
+    K* up = s.level[h + 1] + s.size[h + 1];
     const int64_t first = (s.parity >> h) & 1;
     s.parity ^= uint64_t{1} << h;
-    K* up = s.level[h + 1] + s.size[h + 1];
-    for (int64_t i = first; i < k; i += 2) *up++ = keys[i];
+    if (h == 0) {
+        T* values = reinterpret_cast<T*>(keys);
+        sort_values(values, reinterpret_cast<T*>(scratch), k);
+        for (int64_t i = first; i < k; i += 2) *up++ = to_key(values[i]);
+    } else {
+        const K* sorted = std::merge(keys, keys + k / 2, keys + k / 2, keys + k, scratch) - k;
+        for (int64_t i = first; i < k; i += 2) *up++ = sorted[i];
+    }
     s.size[h] = 0;
     s.size[h + 1] += k / 2;
-    if (s.size[h + 1] == k) compact(s, k, h + 1);
+    if (s.size[h + 1] == k) compact<T>(s, k, h + 1, scratch);
 }
 
 template <class T>
@@ -121,19 +131,19 @@ struct StreamJob {
     const T* orders;
     int64_t m;
     T* out;
-    char* buffer;  // per worker: (key, weight) pairs of every level
+    char* buffer;  // per worker: (key, weight) pairs of every level, at least k
     size_t slice;
 
-    void feed(Sketch<K>& s, int64_t v) const {
+    void feed(Sketch<K>& s, int64_t v, K* scratch) const {
         const T* x = variables_in_rows ? obs + v * n : obs + v;
         const int64_t stride = variables_in_rows ? 1 : p;
         for (int64_t i = 0; i < n;) {
             const int64_t take = std::min(k - s.size[0], n - i);
-            K* to = s.level[0] + s.size[0];
-            for (int64_t j = 0; j < take; ++j) to[j] = to_key(x[(i + j) * stride]);
+            T* to = reinterpret_cast<T*>(s.level[0]) + s.size[0];
+            for (int64_t j = 0; j < take; ++j) to[j] = x[(i + j) * stride];
             s.size[0] += take;
             i += take;
-            if (s.size[0] == k) compact(s, k, 0);
+            if (s.size[0] == k) compact<T>(s, k, 0, scratch);
         }
         s.seen += n;
     }
@@ -150,7 +160,9 @@ struct StreamJob {
             return;
         }
         int64_t count = 0;
-        for (int h = 0; h < kMaxLevels && s.level[h]; ++h)
+        const T* level0 = reinterpret_cast<const T*>(s.level[0]);
+        for (int64_t i = 0; i < s.size[0]; ++i) items[count++] = {to_key(level0[i]), 1};
+        for (int h = 1; h < kMaxLevels && s.level[h]; ++h)
             for (int64_t i = 0; i < s.size[h]; ++i) items[count++] = {s.level[h][i], int64_t{1} << h};
         std::sort(items, items + count, [](const Item& a, const Item& b) { return a.key < b.key; });
         const bool exact = s.seen == s.size[0];
@@ -178,7 +190,7 @@ struct StreamJob {
         auto* items = reinterpret_cast<Item*>(buffer + slice * w);
         for (int64_t i = w; i < q; i += workers) {
             Sketch<K>& s = sketch[vars[i]];
-            if (n > 0) feed(s, vars[i]);
+            if (n > 0) feed(s, vars[i], reinterpret_cast<K*>(items));  // the query buffer is free while feeding
             if (m > 0) estimate(s, vars[i], items);
         }
     }
