@@ -41,12 +41,15 @@ struct Data {
         else __rixsSSNewTask(&t, &p, &n, &storage, obs.data(), weights.empty() ? nullptr : weights.data(), nullptr, 1);
         return t;
     }
-    // Weighted mean and C = sum w (x - m)(x - m)' over the observations in `rows`, and W1, W2.
-    void sums(const std::vector<int64_t>& rows, Eigen::VectorXd& m, Matrix& c, double& w1, double& w2) const {
-        m = Eigen::VectorXd::Zero(p), c = Matrix::Zero(p, p), w1 = w2 = 0;
-        for (int64_t j : rows) m += w(j) * x.row(j).transpose(), w1 += w(j), w2 += w(j) * w(j);
-        m /= w1;
-        for (int64_t j : rows) c += w(j) * (x.row(j).transpose() - m) * (x.row(j) - m.transpose());
+    // Weighted mean, C = sum w (x - m)(x - m)' and N = W1 - W2/W1 over the observations in `rows`.
+    struct Sums { Eigen::VectorXd m; Matrix c; double w1 = 0, n = 0; };
+    Sums sums(const std::vector<int64_t>& rows) const {
+        Sums s{Eigen::VectorXd::Zero(p), Matrix::Zero(p, p)};
+        double w2 = 0;
+        for (int64_t j : rows) s.m += w(j) * x.row(j).transpose(), s.w1 += w(j), w2 += w(j) * w(j);
+        s.m /= s.w1, s.n = s.w1 - w2 / s.w1;
+        for (int64_t j : rows) s.c += w(j) * (x.row(j).transpose() - s.m) * (x.row(j) - s.m.transpose());
+        return s;
     }
 };
 
@@ -71,48 +74,34 @@ void check_pooled(bool rows, bool weighted, double tolerance) {
     ASSERT_EQ(pooled<T>(t, SS_EST_POOLED_COV | SS_EST_GROUP_COV), 0);
     __rixSSDeleteTask(&t);
 
+    // Variable 1 is left out: its entries stay -7.  The empty group 2 gets NaN means.
+    auto near = [&](T got, int64_t i, int64_t k, double want) {
+        EXPECT_NEAR(got, i == 1 || k == 1 ? -7 : want, 10 * tolerance) << i << " " << k;
+    };
     Matrix pooled_c = Matrix::Zero(p, p);
     double dof = 0;
     std::vector<int64_t> all;
-    int r = 0;
-    for (int64_t g = 0; g < 5; ++g) {
+    for (int64_t g = 0, r = 0; g < 5; ++g) {
         std::vector<int64_t> members;
         for (int64_t j = 0; j < n; ++j)
             if (group[j] == g) members.push_back(j), all.push_back(j);
+        const auto s = d.sums(members);
+        if (!members.empty()) pooled_c += s.c, dof += s.n;
         if (!requested[g]) continue;
         for (int64_t i = 0; i < p; ++i) {
-            if (members.empty()) {  // the empty group: NaNs, the left-out variable untouched
+            if (members.empty()) {
                 EXPECT_TRUE(i == 1 ? means[r * p + i] == -7 : std::isnan(means[r * p + i]));
                 continue;
             }
-            Eigen::VectorXd m;
-            Matrix c;
-            double w1, w2;
-            d.sums(members, m, c, w1, w2);
-            EXPECT_NEAR(means[r * p + i], i == 1 ? -7 : m(i), tolerance * 10);
-            for (int64_t k = 0; k < p; ++k)
-                EXPECT_NEAR(covs[r * p * p + i * p + k], i == 1 || k == 1 ? -7 : c(i, k) / (w1 - w2 / w1), tolerance * 10);
+            near(means[r * p + i], i, i, s.m(i));
+            for (int64_t k = 0; k < p; ++k) near(covs[r * p * p + i * p + k], i, k, s.c(i, k) / s.n);
         }
         ++r;
     }
-    for (int64_t g : {0, 1, 3, 4}) {
-        std::vector<int64_t> members;
-        for (int64_t j = 0; j < n; ++j)
-            if (group[j] == g) members.push_back(j);
-        Eigen::VectorXd m;
-        Matrix c;
-        double w1, w2;
-        d.sums(members, m, c, w1, w2);
-        pooled_c += c, dof += w1 - w2 / w1;
-    }
-    Eigen::VectorXd m;
-    Matrix c;
-    double w1, w2;
-    d.sums(all, m, c, w1, w2);
+    const auto s = d.sums(all);
     for (int64_t i = 0, at = 0; i < p; ++i) {
-        EXPECT_NEAR(pmean[i], i == 1 ? -7 : m(i), tolerance * 10);
-        for (int64_t k = i; k < p; ++k, ++at)
-            EXPECT_NEAR(pcov[at], i == 1 || k == 1 ? -7 : pooled_c(i, k) / dof, tolerance * 10);
+        near(pmean[i], i, i, s.m(i));
+        for (int64_t k = i; k < p; ++k) near(pcov[at++], i, k, pooled_c(i, k) / dof);
     }
 }
 TEST(PooledCovariance, GroupAndPooledEstimatesByDirectFormulas) {
@@ -121,45 +110,13 @@ TEST(PooledCovariance, GroupAndPooledEstimatesByDirectFormulas) {
     check_pooled<float>(true, true, 1e-5);
 }
 
-TEST(PooledCovariance, StatusPathsWriteNothing) {
-    Data<double> d(2, 10, true, false, 1);
-    static const int64_t full = 0, bad = 7;
-    std::vector<int64_t> group(10, 0), requested = {1};
-    std::vector<double> out(12, -7);
-    struct Case { uint64_t est; int method; int32_t status; void (*edit)(SSTask*); };
-    const Case cases[] = {
-        {SS_EST_POOLED_COV, 1, SS_ERR_GROUP_INDICES, [](SSTask* t) { t->group_indices = nullptr; }},
-        {SS_EST_POOLED_COV, 1, SS_ERR_POOLED_MEAN, [](SSTask* t) { t->pooled_mean = nullptr; }},
-        {SS_EST_POOLED_COV, 1, SS_ERR_POOLED_COV, [](SSTask* t) { t->pooled_cov = nullptr; }},
-        {SS_EST_POOLED_COV, 1, SS_ERR_STORAGE, [](SSTask* t) { t->pooled_cov_storage = nullptr; }},
-        {SS_EST_GROUP_COV, 1, SS_ERR_GROUP_INDICES, [](SSTask* t) { t->requested_groups = nullptr; }},
-        {SS_EST_GROUP_COV, 1, SS_ERR_GROUP_MEANS, [](SSTask* t) { t->group_means = nullptr; }},
-        {SS_EST_GROUP_COV, 1, SS_ERR_GROUP_COVS, [](SSTask* t) { t->group_covs = nullptr; }},
-        {SS_EST_GROUP_COV, 1, SS_ERR_OBS_STORAGE, [](SSTask* t) { t->group_cov_storage = &bad; }},
-        {SS_EST_GROUP_COV, 2, SS_ERR_METHOD, [](SSTask*) {}},
-    };
-    for (const Case& c : cases) {
-        SSTask* t = d.task();
-        t->group_indices = group.data(), t->requested_groups = requested.data();
-        t->group_means = t->pooled_mean = out.data(), t->group_covs = t->pooled_cov = out.data() + 4;
-        t->group_cov_storage = t->pooled_cov_storage = &full;
-        c.edit(t);
-        EXPECT_EQ(_rixdSSPooledCovariance(t, c.est, c.method, &kFourThreads), c.status);
-        EXPECT_EQ(out, std::vector<double>(12, -7)) << c.status;
-        __rixSSDeleteTask(&t);
-    }
-}
-
 // The weighted covariance of all observations, normalised by W1 - W2/W1.
 template <class T>
 Matrix covariance(const Data<T>& d) {
     std::vector<int64_t> all(d.n);
     for (int64_t j = 0; j < d.n; ++j) all[j] = j;
-    Eigen::VectorXd m;
-    Matrix c;
-    double w1, w2;
-    d.sums(all, m, c, w1, w2);
-    return c / (w1 - w2 / w1);
+    const auto s = d.sums(all);
+    return s.c / s.n;
 }
 
 template <class T>
@@ -191,18 +148,14 @@ void check_partial(int method, double tolerance) {
         t->partial_cor = pcor.data(), t->partial_cor_storage = &lower;
         ASSERT_EQ(partial<T>(t, SS_EST_PARTIAL_COV | SS_EST_PARTIAL_COR, method), 0);
         __rixSSDeleteTask(&t);
-        Matrix sxx(a, a), sxz(a, z.size()), szz(z.size(), z.size());
-        for (int64_t i = 0; i < a; ++i) {
-            for (int64_t k = 0; k < a; ++k) sxx(i, k) = s(x[i], x[k]);
-            for (size_t k = 0; k < z.size(); ++k) sxz(i, k) = s(x[i], z[k]);
-        }
-        for (size_t i = 0; i < z.size(); ++i)
-            for (size_t k = 0; k < z.size(); ++k) szz(i, k) = s(z[i], z[k]);
+        const Matrix sxx = s(x, x), sxz = s(x, z), szz = s(z, z);
         const Matrix want = z.empty() ? sxx : Matrix(sxx - sxz * szz.inverse() * sxz.transpose());
         for (int64_t i = 0, at = 0; i < a; ++i)
             for (int64_t k = 0; k < a; ++k) {
                 EXPECT_NEAR(pcov[i * a + k], want(i, k), tolerance * std::fabs(want(i, i)));
-                if (k <= i) EXPECT_NEAR(pcor[at++], want(i, k) / std::sqrt(want(i, i) * want(k, k)), tolerance);
+                if (k <= i) {
+                    EXPECT_NEAR(pcor[at++], want(i, k) / std::sqrt(want(i, i) * want(k, k)), tolerance);
+                }
             }
         if (a == 2 && z.size() == 1) {
             auto r = [&](int64_t i, int64_t k) { return s(i, k) / std::sqrt(s(i, i) * s(k, k)); };
@@ -214,31 +167,6 @@ void check_partial(int method, double tolerance) {
 TEST(PartialCovariance, SchurComplementFromObservationsOrFromTheCovariance) {
     for (int method : {SS_METHOD_OBS_1, SS_METHOD_SUMS_1}) check_partial<double>(method, 1e-10);
     check_partial<float>(SS_METHOD_SUMS_1, 1e-4);
-}
-
-TEST(PartialCovariance, StatusPaths) {
-    Data<double> d(3, 10, true, false, 2);
-    static const int64_t full = 0, roles[3] = {1, -1, -1};
-    static std::vector<double> singular = {1, 0, 0, 0, 1, 1, 0, 1, 1};
-    std::vector<double> out(9, -7);
-    struct Case { int method; int32_t status; void (*edit)(SSTask*); };
-    const Case cases[] = {
-        {1, SS_ERR_PARTIAL_INDEX, [](SSTask* t) { t->partial_index = nullptr; }},
-        {1, SS_ERR_PARTIAL_COV, [](SSTask* t) { t->partial_cov = nullptr; }},
-        {1, SS_ERR_STORAGE, [](SSTask* t) { t->partial_cor_storage = nullptr; }},
-        {512, SS_ERR_COV, [](SSTask* t) { t->cov = nullptr; }},
-        {2, SS_ERR_METHOD, [](SSTask*) {}},
-        {512, SS_ERR_NOT_POSITIVE_DEFINITE, [](SSTask* t) { t->cov = singular.data(); }},
-    };
-    for (const Case& c : cases) {
-        SSTask* t = d.task();
-        t->partial_index = roles, t->cov = d.obs.data(), t->cov_storage = &full;
-        t->partial_cov = t->partial_cor = out.data(), t->partial_cov_storage = t->partial_cor_storage = &full;
-        c.edit(t);
-        EXPECT_EQ(_rixdSSPartialCovariance(t, SS_EST_PARTIAL_COV | SS_EST_PARTIAL_COR, c.method, &kFourThreads), c.status);
-        EXPECT_EQ(out, std::vector<double>(9, -7)) << c.status;
-        __rixSSDeleteTask(&t);
-    }
 }
 
 template <class P>
@@ -275,28 +203,54 @@ TEST(MahDistance, AgainstTheInverseCovariance) {
     }
 }
 
-TEST(MahDistance, StatusPathsWriteNothing) {
-    Data<double> d(2, 4, true, false, 3);
-    static std::vector<double> mean = {0, 0}, cov = {1, 0, 0, 1}, singular = {1, 1, 1, 1};
-    static int64_t room = 4, short_room = 3;
-    std::vector<double> out(4, -7);
-    struct Case { int method; int32_t status; void (*edit)(SSTask*); };
+// One task with every input of the three entries; each case breaks one
+// thing, and the call must return its status and write nothing.
+TEST(GroupPartialMahalanobis, StatusPathsWriteNothing) {
+    enum { kPooled, kPartial, kMahal };
+    static const int64_t full = 0, bad = 7, roles[3] = {1, -1, -1}, room = 4, short_room = 3;
+    static std::vector<int64_t> group(4, 0), requested = {1};
+    static std::vector<double> mean = {0, 0, 0}, cov = {1, 0, 0, 0, 1, 0, 0, 0, 1}, singular = {1, 0, 0, 0, 1, 1, 0, 1, 1};
+    struct Case { int entry; uint64_t est; int method; int32_t status; void (*edit)(SSTask*); };
+    const uint64_t pooled = SS_EST_POOLED_COV, groups = SS_EST_GROUP_COV, partial = SS_EST_PARTIAL_COV | SS_EST_PARTIAL_COR;
     const Case cases[] = {
-        {1, SS_ERR_MAHAL_DISTANCES, [](SSTask* t) { t->mahal_inputs[SS_MAHAL_DISTANCES] = 0; }},
-        {1, SS_ERR_MAHAL_DISTANCES, [](SSTask* t) { t->mahal_inputs[SS_MAHAL_DISTANCE_COUNT] = 0; }},
-        {1, SS_ERR_OBS_COUNT, [](SSTask* t) { t->mahal_inputs[SS_MAHAL_DISTANCE_COUNT] = word(&short_room); }},
-        {1, SS_ERR_MEAN, [](SSTask* t) { t->mahal_inputs[SS_MAHAL_MEAN] = 0; }},
-        {1, SS_ERR_COV, [](SSTask* t) { t->mahal_inputs[SS_MAHAL_COV] = 0; }},
-        {2, SS_ERR_METHOD, [](SSTask*) {}},
-        {1, SS_ERR_NOT_POSITIVE_DEFINITE, [](SSTask* t) { t->mahal_inputs[SS_MAHAL_COV] = word(singular.data()); }},
+        {kPooled, pooled, 1, SS_ERR_GROUP_INDICES, [](SSTask* t) { t->group_indices = nullptr; }},
+        {kPooled, pooled, 1, SS_ERR_POOLED_MEAN, [](SSTask* t) { t->pooled_mean = nullptr; }},
+        {kPooled, pooled, 1, SS_ERR_POOLED_COV, [](SSTask* t) { t->pooled_cov = nullptr; }},
+        {kPooled, pooled, 1, SS_ERR_STORAGE, [](SSTask* t) { t->pooled_cov_storage = nullptr; }},
+        {kPooled, groups, 1, SS_ERR_GROUP_INDICES, [](SSTask* t) { t->requested_groups = nullptr; }},
+        {kPooled, groups, 1, SS_ERR_GROUP_MEANS, [](SSTask* t) { t->group_means = nullptr; }},
+        {kPooled, groups, 1, SS_ERR_GROUP_COVS, [](SSTask* t) { t->group_covs = nullptr; }},
+        {kPooled, groups, 1, SS_ERR_OBS_STORAGE, [](SSTask* t) { t->group_cov_storage = &bad; }},
+        {kPooled, groups, 2, SS_ERR_METHOD, [](SSTask*) {}},
+        {kPartial, partial, 1, SS_ERR_PARTIAL_INDEX, [](SSTask* t) { t->partial_index = nullptr; }},
+        {kPartial, partial, 1, SS_ERR_PARTIAL_COV, [](SSTask* t) { t->partial_cov = nullptr; }},
+        {kPartial, partial, 1, SS_ERR_STORAGE, [](SSTask* t) { t->partial_cor_storage = nullptr; }},
+        {kPartial, partial, 512, SS_ERR_COV, [](SSTask* t) { t->cov = nullptr; }},
+        {kPartial, partial, 2, SS_ERR_METHOD, [](SSTask*) {}},
+        {kPartial, partial, 512, SS_ERR_NOT_POSITIVE_DEFINITE, [](SSTask* t) { t->cov = singular.data(); }},
+        {kMahal, SS_EST_MAHALANOBIS, 1, SS_ERR_MAHAL_DISTANCES, [](SSTask* t) { t->mahal_inputs[SS_MAHAL_DISTANCES] = 0; }},
+        {kMahal, SS_EST_MAHALANOBIS, 1, SS_ERR_MAHAL_DISTANCES, [](SSTask* t) { t->mahal_inputs[SS_MAHAL_DISTANCE_COUNT] = 0; }},
+        {kMahal, SS_EST_MAHALANOBIS, 1, SS_ERR_OBS_COUNT, [](SSTask* t) { t->mahal_inputs[SS_MAHAL_DISTANCE_COUNT] = word(&short_room); }},
+        {kMahal, SS_EST_MAHALANOBIS, 1, SS_ERR_MEAN, [](SSTask* t) { t->mean = nullptr; }},
+        {kMahal, SS_EST_MAHALANOBIS, 1, SS_ERR_COV, [](SSTask* t) { t->cov = nullptr; }},
+        {kMahal, SS_EST_MAHALANOBIS, 2, SS_ERR_METHOD, [](SSTask*) {}},
+        {kMahal, SS_EST_MAHALANOBIS, 1, SS_ERR_NOT_POSITIVE_DEFINITE, [](SSTask* t) { t->cov = singular.data(); }},
     };
+    static constexpr decltype(&_rixdSSMahDistance) kEntries[3] = {_rixdSSPooledCovariance, _rixdSSPartialCovariance,
+                                                                 _rixdSSMahDistance};
+    Data<double> d(3, 4, true, false, 2);
     for (const Case& c : cases) {
+        std::vector<double> out(16, -7);
         SSTask* t = d.task();
-        t->mahal_inputs[SS_MAHAL_MEAN] = word(mean.data()), t->mahal_inputs[SS_MAHAL_COV] = word(cov.data());
+        t->group_indices = group.data(), t->requested_groups = requested.data(), t->partial_index = roles;
+        t->group_means = t->pooled_mean = out.data(), t->group_covs = t->pooled_cov = out.data() + 4;
+        t->partial_cov = t->partial_cor = out.data();
+        t->group_cov_storage = t->pooled_cov_storage = t->partial_cov_storage = t->partial_cor_storage = &full;
+        t->mean = mean.data(), t->cov = cov.data(), t->cov_storage = &full;
         t->mahal_inputs[SS_MAHAL_DISTANCES] = word(out.data()), t->mahal_inputs[SS_MAHAL_DISTANCE_COUNT] = word(&room);
         c.edit(t);
-        EXPECT_EQ(_rixdSSMahDistance(t, SS_EST_MAHALANOBIS, c.method, &kFourThreads), c.status);
-        EXPECT_EQ(out, std::vector<double>(4, -7)) << c.status;
+        EXPECT_EQ(kEntries[c.entry](t, c.est, c.method, &kFourThreads), c.status);
+        EXPECT_EQ(out, std::vector<double>(16, -7)) << c.status;
         __rixSSDeleteTask(&t);
     }
 }
