@@ -26,7 +26,9 @@
 // public call and of their export: field <p>_<name>, symbol _rix<p>SS<Export>.
 #define QOR_CORE_STATS_COMPUTE_ENTRIES(X)                                                    \
     X(quantiles, Quantiles) X(sort, Sort) X(minmax, Minmax) X(mad, MAD)                      \
-    X(cor_parametrization, CorParametrization)
+    X(cor_parametrization, CorParametrization)                                               \
+    X(wmedian, WMedian) X(stream_quantiles, StreamQuantiles) X(pooled_covariance, PooledCovariance)          \
+    X(partial_covariance, PartialCovariance) X(mah_distance, MahDistance)
 #define QOR_CORE_STATS_COMPUTE_EXPORTS(p) QOR_CORE_STATS_COMPUTE_ENTRIES(QOR_CORE_STATS_COMPUTE_EXPORT_##p)
 #define QOR_CORE_STATS_COMPUTE_EXPORT_d(name, Export) QOR_CORE_STATS_EXPORT(d_##name, _rixdSS##Export)
 #define QOR_CORE_STATS_COMPUTE_EXPORT_s(name, Export) QOR_CORE_STATS_EXPORT(s_##name, _rixsSS##Export)

@@ -118,7 +118,9 @@ enum {
     SS_ERR_MEAN_ABS_DEV = -4083,
     SS_ERR_SORTED = -4084,
     SS_ERR_INPLACE_INDICES = -4085,
-    SS_ERR_EIGEN = -5030
+    SS_ERR_EIGEN = -5030,
+    SS_ERR_NOT_POSITIVE_DEFINITE = -5031, /* a covariance to be factored is not positive definite */
+    SS_ERR_MAHAL_DISTANCES = -5032        /* Mahalanobis-distance output or its count missing */
 };
 
 /* ---- Parameter codes of the edit operations --------------------------------
@@ -245,6 +247,13 @@ enum {
 #define SS_EST_CP UINT64_C(0x100000000)                /* bit 32 */
 #define SS_EST_MEDIAN_ABS_DEV UINT64_C(0x200000000)    /* bit 33 */
 #define SS_EST_MEAN_ABS_DEV UINT64_C(0x400000000)      /* bit 34 */
+#define SS_EST_POOLED_COV UINT64_C(0x4000)             /* bit 14 */
+#define SS_EST_GROUP_COV UINT64_C(0x8000)              /* bit 15 */
+#define SS_EST_STREAM_QUANTILES UINT64_C(0x40000)      /* bit 18 */
+#define SS_EST_PARTIAL_COV UINT64_C(0x80000)           /* bit 19 */
+#define SS_EST_PARTIAL_COR UINT64_C(0x100000)          /* bit 20 */
+#define SS_EST_WEIGHTED_MEDIAN UINT64_C(0x800000000)   /* bit 35 */
+#define SS_EST_MAHALANOBIS UINT64_C(0x1000000000)      /* bit 36 */
 
 /* ---- Method codes (bit flags) -------------------------------------------- */
 
@@ -470,6 +479,74 @@ QOR_SS_COMPUTE_ENTRY(SSMAD)
 /* The nearest valid correlation matrix of `cor` into `param_cor`
  * (SS_METHOD_PARAMETRIZE). */
 QOR_SS_COMPUTE_ENTRY(SSCorParametrization)
+/* Weighted median (SS_EST_WEIGHTED_MEDIAN; SS_METHOD_OBS_1): per selected
+ * variable, with the observations sorted ascending and W the sum of the
+ * positive weights (each observation of weight 1 without weights), the
+ * smallest x(k) whose cumulative weight reaches W/2; when the cumulative
+ * weight equals W/2 exactly, the mean of x(k) and the next larger value of
+ * positive weight (so unit weights give the median of the quantile rule).
+ * Observations whose weight is not above 0 take no part; a variable without
+ * any positive weight gets a NaN.  Variable v's result goes to
+ * quantiles[v]. */
+QOR_SS_COMPUTE_ENTRY(SSWMedian)
+/* Streaming quantiles (SS_EST_STREAM_QUANTILES) at the sq_order_count
+ * orders sq_orders, of every observation fed so far, into
+ * sq_quantiles[v*m + j].  sq_params[0] = eps in (0, 1) bounds the error:
+ * each result is an observed value whose rank among the n observations fed
+ * so far (0-based, ties counted as any of their places) is within eps*n of
+ * q*(n - 1), for streams of up to 2^40 observations.  The per-variable
+ * sketches live in sq_state between calls and go with the task.
+ * SS_METHOD_STREAM_1 adds this call's n observations (n = 0 is allowed) to
+ * the stream; SS_METHOD_STREAM_2 alone starts a new stream with them.  A
+ * change of p or eps also starts a new stream.  The weights are not read;
+ * a variable that has seen no observation gets NaNs. */
+QOR_SS_COMPUTE_ENTRY(SSStreamQuantiles)
+/* Pooled and group covariance over the group numbers in group_indices (one
+ * per observation; a negative number leaves its observation out; G = the
+ * largest number + 1), method SS_METHOD_OBS_1.  For group g with weights
+ * w_j (1 without weights), W1_g = sum w_j, W2_g = sum w_j^2, mean m_g and
+ * C_g = sum w_j (x_j - m_g)(x_j - m_g)':
+ *   SS_EST_GROUP_COV: for each group whose requested_groups[g] is non-zero,
+ *     taken in order of g as r = 0, 1, ..., group_means[r*p + i] = m_g and
+ *     the matrix C_g / (W1_g - W2_g/W1_g) at group_covs + r*S in the form of
+ *     group_cov_storage (S = p*p full, p(p+1)/2 packed);
+ *   SS_EST_POOLED_COV: pooled_mean = sum W1_g m_g / sum W1_g (the mean of
+ *     every grouped observation) and pooled_cov = sum C_g /
+ *     sum (W1_g - W2_g/W1_g), in the form of pooled_cov_storage.
+ * Only selected variables are written; an empty group's entries are NaN. */
+QOR_SS_COMPUTE_ENTRY(SSPooledCovariance)
+/* Partial covariance and correlation (SS_EST_PARTIAL_COV, SS_EST_PARTIAL_COR)
+ * of the variables whose partial_index entry is 1 given those whose entry
+ * is -1 (entries 0 take no part): with the covariance S split by these
+ * roles, P = S_xx - S_xz S_zz^-1 S_zx (by the Cholesky factor of S_zz) and
+ * R_ij = P_ij / sqrt(P_ii P_jj).  Both are a x a matrices over the a
+ * variables of role 1, in their order, in the form of their storage codes.
+ * S comes from the observations with SS_METHOD_OBS_1 (weighted, normalised
+ * by W1 - W2/W1 as the basic covariance), or from the task's cov in the
+ * form of cov_storage with SS_METHOD_SUMS_1.  S_zz not positive definite
+ * gives SS_ERR_NOT_POSITIVE_DEFINITE. */
+QOR_SS_COMPUTE_ENTRY(SSPartialCovariance)
+/* Mahalanobis distances (SS_EST_MAHALANOBIS; SS_METHOD_OBS_1):
+ * sqrt((x_j - m)' S^-1 (x_j - m)) of each of n observations x_j to the mean
+ * m under the covariance S (by the Cholesky factor of S), into the output
+ * array.  The inputs are the words of mahal_inputs, indexed below; a word
+ * left 0 takes the task's own field instead (dim, obs_count, obs,
+ * obs_storage, mean, and cov in the form of cov_storage).  A covariance
+ * given in mahal_inputs is full p x p.  The output and its count must be
+ * given (SS_ERR_MAHAL_DISTANCES), the count at least n (SS_ERR_OBS_COUNT).
+ * Every variable takes part; S not positive definite gives
+ * SS_ERR_NOT_POSITIVE_DEFINITE. */
+enum {
+    SS_MAHAL_DIM = 0,             /* pointer to p */
+    SS_MAHAL_OBS_COUNT = 1,       /* pointer to n */
+    SS_MAHAL_OBS = 2,             /* observations */
+    SS_MAHAL_MEAN = 3,            /* p reals */
+    SS_MAHAL_COV = 4,             /* p x p reals, full */
+    SS_MAHAL_DISTANCES = 5,       /* output, n reals */
+    SS_MAHAL_DISTANCE_COUNT = 6,  /* pointer to the output's length */
+    SS_MAHAL_OBS_STORAGE = 7      /* pointer to the observations' storage code */
+};
+QOR_SS_COMPUTE_ENTRY(SSMahDistance)
 
 QOR_END_C
 

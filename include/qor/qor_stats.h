@@ -285,6 +285,79 @@ QOR_CORE_API int qor_sss_mad(qor_ss_task* task, uint64_t estimates, int method);
 QOR_CORE_API int qor_dss_cor_parametrization(qor_ss_task* task, uint64_t estimates, int method);
 QOR_CORE_API int qor_sss_cor_parametrization(qor_ss_task* task, uint64_t estimates, int method);
 
+/* Weighted median (SS_EST_WEIGHTED_MEDIAN; SS_METHOD_OBS_1) of each selected
+ * variable into quantiles[v]: the smallest value whose cumulative weight,
+ * in ascending order, reaches half the total weight; the mean of it and the
+ * next larger value when it meets half exactly, so that unit weights give
+ * the ordinary median.  Observations of weight 0 or less take no part. */
+QOR_CORE_API int qor_dss_wmedian(qor_ss_task* task, uint64_t estimates, int method);
+QOR_CORE_API int qor_sss_wmedian(qor_ss_task* task, uint64_t estimates, int method);
+
+/* Streaming quantiles (SS_EST_STREAM_QUANTILES) at the orders of
+ * qor_dss_edit_stream_quantiles, of all observations fed so far, into
+ * sq_quantiles[v*m + j]; one parameter (count exactly 1), eps in (0, 1):
+ * each result is an observed value whose rank among the n observations so
+ * far is within eps*n of q(n - 1) (streams of up to 2^40 observations), and
+ * exact by the quantile rule while fewer than 2*ceil(12/eps) have come.
+ * SS_METHOD_STREAM_1 adds this call's n observations (n may be 0) to the
+ * stream kept in the task; SS_METHOD_STREAM_2 alone starts a new one, as
+ * does a change of p or eps.  The weights are not read.  Checks, in order:
+ * n (null or negative), with n > 0 the observations and their storage, the
+ * results (SS_ERR_SQ_QUANTILES), orders (SS_ERR_SQ_ORDERS), their count
+ * (SS_ERR_SQ_ORDER_COUNT), the parameter count's pointer
+ * (SS_ERR_SQ_PARAM_COUNT_PTR) and value (SS_ERR_SQ_PARAM_COUNT), the orders'
+ * range (SS_ERR_SQ_ORDER_COUNT), the parameters (SS_ERR_SQ_PARAMS, also for
+ * an eps outside (0, 1)), the method. */
+QOR_CORE_API int qor_dss_stream_quantiles(qor_ss_task* task, uint64_t estimates, int method);
+QOR_CORE_API int qor_sss_stream_quantiles(qor_ss_task* task, uint64_t estimates, int method);
+
+/* Pooled and group covariance (method SS_METHOD_OBS_1) over the group
+ * number of each observation (qor_dss_edit_pooled_covariance's
+ * group_indices, n integers; a negative number leaves the observation out;
+ * G = the largest number + 1).  With weights w (1 each without), per group
+ * W1 = sum w, W2 = sum w^2, mean m and C = sum w (x - m)(x - m)':
+ * SS_EST_GROUP_COV writes, for each group g with requested_groups[g] (G
+ * entries) non-zero, numbered r = 0, 1, ... in order of g, the mean to
+ * group_means[r*p + i] and C / (W1 - W2/W1) to group_covs + r*S, in the form
+ * of SS_PARAM_GROUP_COV_STORAGE (S = p*p full, p(p+1)/2 packed);
+ * SS_EST_POOLED_COV writes the mean of every grouped observation to
+ * pooled_mean and sum C / sum (W1 - W2/W1) to pooled_cov, in the form of
+ * SS_PARAM_POOLED_COV_STORAGE.  A group of one observation has covariance
+ * 0, an empty group NaNs.  Missing arrays: SS_ERR_GROUP_INDICES (group
+ * numbers or requested groups), SS_ERR_POOLED_MEAN, SS_ERR_POOLED_COV,
+ * SS_ERR_GROUP_MEANS, SS_ERR_GROUP_COVS, SS_ERR_STORAGE; a storage code
+ * other than 0, 1, 2 gives SS_ERR_OBS_STORAGE. */
+QOR_CORE_API int qor_dss_pooled_covariance(qor_ss_task* task, uint64_t estimates, int method);
+QOR_CORE_API int qor_sss_pooled_covariance(qor_ss_task* task, uint64_t estimates, int method);
+
+/* Partial covariance and correlation (SS_EST_PARTIAL_COV into partial_cov,
+ * SS_EST_PARTIAL_COR into partial_cor, each in the form of its storage
+ * code) of the a variables whose partial_index entry is 1, in their order,
+ * given those whose entry is -1; other entries take no part.  With the
+ * covariance S split by these roles: P = S_xx - S_xz S_zz^-1 S_zx, a x a,
+ * and R_ij = P_ij / sqrt(P_ii P_jj).  S is computed from the observations
+ * with SS_METHOD_OBS_1 (weighted, normalised by W1 - W2/W1), or read from
+ * cov in the form of cov_storage with SS_METHOD_SUMS_1 (both registered by
+ * qor_dss_edit_partial_cov_cor).  S_zz not positive definite gives
+ * SS_ERR_NOT_POSITIVE_DEFINITE; a missing array its own status
+ * (SS_ERR_PARTIAL_INDEX, SS_ERR_PARTIAL_COV, SS_ERR_PARTIAL_COR, SS_ERR_COV,
+ * SS_ERR_STORAGE). */
+QOR_CORE_API int qor_dss_partial_covariance(qor_ss_task* task, uint64_t estimates, int method);
+QOR_CORE_API int qor_sss_partial_covariance(qor_ss_task* task, uint64_t estimates, int method);
+
+/* Mahalanobis distances (SS_EST_MAHALANOBIS; SS_METHOD_OBS_1): for each of
+ * n observations sqrt((x - m)' S^-1 (x - m)), into the output array named
+ * by task->mahal_inputs[SS_MAHAL_DISTANCES] with its length at
+ * mahal_inputs[SS_MAHAL_DISTANCE_COUNT] (addresses stored as integers).
+ * The other words of mahal_inputs may name other inputs (p, n, the
+ * observations and their storage, m, S as a full p x p matrix); a word left
+ * 0 takes the task's own: p, n, observations, storage, mean and cov in the
+ * form of cov_storage.  Missing output or count: SS_ERR_MAHAL_DISTANCES;
+ * a count below n: SS_ERR_OBS_COUNT; S not positive definite:
+ * SS_ERR_NOT_POSITIVE_DEFINITE. */
+QOR_CORE_API int qor_dss_mah_distance(qor_ss_task* task, uint64_t estimates, int method);
+QOR_CORE_API int qor_sss_mah_distance(qor_ss_task* task, uint64_t estimates, int method);
+
 QOR_END_C
 
 #endif
