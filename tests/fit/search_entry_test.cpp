@@ -70,8 +70,9 @@ TEST(FitSearchEntry, SmallAndBatchPathsEqualTheKernels) {
                                                                 flag.data(), c); }},
             };
             for (const Case& c : cases) {
-                ASSERT_EQ(qor_kp_kernel_iEditVal(t, attrPartitionHint, c.xhint), 0);
+                // The breakpoints first: hint 1 rebuilds the search table over them.
                 ASSERT_EQ(qor_kp_kernel_dEditPtr(t, attrBreakpoints, c.xhint == 4 ? ends : x.data()), 0);
+                ASSERT_EQ(qor_kp_kernel_iEditVal(t, attrPartitionHint, c.xhint), 0);
                 std::vector<int64_t> got(nsite, -7), want(nsite, -7);
                 std::fill(flag.begin(), flag.end(), 0);
                 const int32_t status = c.k(c.s, want.data());
