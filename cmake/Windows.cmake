@@ -50,13 +50,15 @@ function(qor_needs_host_oracle file out_var)
   file(STRINGS ${file} includes REGEX "^[ \t]*#[ \t]*include[ \t]*[<\"]")
   get_filename_component(dir ${file} DIRECTORY)
   foreach(line ${includes})
-    if(line MATCHES "[<\"](mpfr|mpc|gmp|sleef)[a-z0-9_]*\.h[>\"]" OR line MATCHES "<(boost|gsl)/")
+    if(line MATCHES "[<\"](mpfr|mpc|gmp|sleef)[a-z0-9_]*\\.h[>\"]" OR line MATCHES "<(boost|gsl)/")
       set(${out_var} TRUE PARENT_SCOPE)
       return()
     endif()
-    # A quoted include: beside the file, or from the top of the tree.
+    # A quoted include: beside the file, from the top of the tree, or from
+    # the tests' own directory (their support headers).
     if(line MATCHES "\"([^\"]+)\"")
-      foreach(local ${dir}/${CMAKE_MATCH_1} ${PROJECT_SOURCE_DIR}/${CMAKE_MATCH_1})
+      foreach(local ${dir}/${CMAKE_MATCH_1} ${PROJECT_SOURCE_DIR}/${CMAKE_MATCH_1}
+                    ${PROJECT_SOURCE_DIR}/tests/${CMAKE_MATCH_1})
         get_filename_component(local ${local} ABSOLUTE)
         if(EXISTS ${local} AND NOT local IN_LIST QOR_ORACLE_SCAN_SEEN)
           list(APPEND QOR_ORACLE_SCAN_SEEN ${local})
