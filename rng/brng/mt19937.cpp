@@ -10,6 +10,7 @@
 #include "qor/qor_rng.h"
 #include "rng/brng/brng_rows.h"
 #include "rng/brng/mcg_lanes.h"
+#include "rng/brng/mt_seeding.h"
 #include "rng/brng/mt19937_charpoly.h"
 #include "rng/stream/stream_layout.h"
 
@@ -100,26 +101,7 @@ void fill(MtState& s, int32_t n, const Sink& out) {
 // ---- Seeding -----------------------------------------------------------------
 
 void seed_by_array(MtState& s, const uint32_t* key, int32_t length) {
-    uint32_t* mt = s.mt;
-    mt[0] = 19650218u;
-    for (int32_t i = 1; i < kN; ++i) mt[i] = 1812433253u * (mt[i - 1] ^ (mt[i - 1] >> 30)) + static_cast<uint32_t>(i);
-    int32_t i = 1, j = 0;
-    for (int32_t k = kN > length ? kN : length; k > 0; --k) {
-        mt[i] = (mt[i] ^ ((mt[i - 1] ^ (mt[i - 1] >> 30)) * 1664525u)) + key[j] + static_cast<uint32_t>(j);
-        if (++i >= kN) {
-            mt[0] = mt[kN - 1];
-            i = 1;
-        }
-        if (++j >= length) j = 0;
-    }
-    for (int32_t k = kN - 1; k > 0; --k) {
-        mt[i] = (mt[i] ^ ((mt[i - 1] ^ (mt[i - 1] >> 30)) * 1566083941u)) - static_cast<uint32_t>(i);
-        if (++i >= kN) {
-            mt[0] = mt[kN - 1];
-            i = 1;
-        }
-    }
-    mt[0] = kUpper;
+    mt_seed_by_array<kN>(s.mt, key, length);
     s.mti = kN;
 }
 

@@ -19,6 +19,7 @@
 #include "qor/qor_rng.h"
 #include "rng/brng/brng_rows.h"
 #include "rng/brng/mcg_lanes.h"
+#include "rng/brng/mt_seeding.h"
 #include "rng/brng/mt2203_params.h"
 #include "rng/stream/stream_layout.h"
 
@@ -119,26 +120,7 @@ int32_t fill(qor_rng_stream* stream, int32_t n, const Sink& out) {
 // ---- Seeding -----------------------------------------------------------------
 
 void seed_by_array(MtState& s, const uint32_t* key, int32_t length) {
-    uint32_t* mt = s.mt;
-    mt[0] = 19650218u;
-    for (int32_t i = 1; i < kN; ++i) mt[i] = 1812433253u * (mt[i - 1] ^ (mt[i - 1] >> 30)) + static_cast<uint32_t>(i);
-    int32_t i = 1, j = 0;
-    for (int32_t k = kN > length ? kN : length; k > 0; --k) {
-        mt[i] = (mt[i] ^ ((mt[i - 1] ^ (mt[i - 1] >> 30)) * 1664525u)) + key[j] + static_cast<uint32_t>(j);
-        if (++i >= kN) {
-            mt[0] = mt[kN - 1];
-            i = 1;
-        }
-        if (++j >= length) j = 0;
-    }
-    for (int32_t k = kN - 1; k > 0; --k) {
-        mt[i] = (mt[i] ^ ((mt[i - 1] ^ (mt[i - 1] >> 30)) * 1566083941u)) - static_cast<uint32_t>(i);
-        if (++i >= kN) {
-            mt[0] = mt[kN - 1];
-            i = 1;
-        }
-    }
-    mt[0] = 0x80000000u;  // a state bit set: the vector is never zero
+    mt_seed_by_array<kN>(s.mt, key, length);
 }
 
 // ---- Skip-ahead --------------------------------------------------------------
