@@ -138,17 +138,7 @@ QOR_EXPORT int32_t __rixBRngARS5InitStream(uint32_t method, qor_rng_stream* stre
     return init(method, stream, n, params);
 }
 
-QOR_EXPORT int32_t __rixiBRngARS5(qor_rng_stream* stream, int32_t n, void* r) {
-    return fill(stream, n, IntSink<uint32_t>{static_cast<uint32_t*>(r)});
-}
-
-QOR_EXPORT int32_t __rixdBRngARS5(qor_rng_stream* stream, int32_t n, double* r, double a, double b) {
-    return fill(stream, n, Double32Sink<low_u32_to_double>{r, Affine(a, b, kTwoPowMinus32)});
-}
-
-QOR_EXPORT int32_t __rixsBRngARS5(qor_rng_stream* stream, int32_t n, float* r, float a, float b) {
-    return fill(stream, n, Single32Sink<low_u32_to_double>{r, Affine(a, b, kTwoPowMinus32)});
-}
+QOR_RNG_WORD32_FILL_EXPORTS(ARS5)
 
 }  // extern "C"
 

@@ -116,6 +116,20 @@ struct Single32Sink {
 using Double31Sink = Double32Sink<low_i32_to_double>;
 using Single31Sink = Single32Sink<low_i32_to_double>;
 
+// The three fill exports of a generator of 32-bit words, each handing the
+// file's fill(stream, n, sink) the sink of its output: the words, or
+// a + (b - a) * word * 2^-32 in double or single (kTwoPowMinus32, the file's).
+#define QOR_RNG_WORD32_FILL_EXPORTS(Name)                                                                  \
+    QOR_EXPORT int32_t __rixiBRng##Name(qor_rng_stream* stream, int32_t n, void* r) {                      \
+        return fill(stream, n, IntSink<uint32_t>{static_cast<uint32_t*>(r)});                              \
+    }                                                                                                      \
+    QOR_EXPORT int32_t __rixdBRng##Name(qor_rng_stream* stream, int32_t n, double* r, double a, double b) { \
+        return fill(stream, n, Double32Sink<low_u32_to_double>{r, Affine(a, b, kTwoPowMinus32)});          \
+    }                                                                                                      \
+    QOR_EXPORT int32_t __rixsBRng##Name(qor_rng_stream* stream, int32_t n, float* r, float a, float b) {   \
+        return fill(stream, n, Single32Sink<low_u32_to_double>{r, Affine(a, b, kTwoPowMinus32)});          \
+    }
+
 // Double and single outputs of MCG59 (two 64-bit values per vector).
 struct Double59Sink {
     double* r;

@@ -134,17 +134,7 @@ QOR_EXPORT int32_t __rixBRngSobolInitStream(uint32_t method, qor_rng_stream* str
     return digital_method(method, stream, s.h, s.point, kDirectionsChunk, kSobolMaxDimension, n, params);
 }
 
-QOR_EXPORT int32_t __rixiBRngSobol(qor_rng_stream* stream, int32_t n, void* r) {
-    return fill(stream, n, IntSink<uint32_t>{static_cast<uint32_t*>(r)});
-}
-
-QOR_EXPORT int32_t __rixdBRngSobol(qor_rng_stream* stream, int32_t n, double* r, double a, double b) {
-    return fill(stream, n, Double32Sink<low_u32_to_double>{r, Affine(a, b, kTwoPowMinus32)});
-}
-
-QOR_EXPORT int32_t __rixsBRngSobol(qor_rng_stream* stream, int32_t n, float* r, float a, float b) {
-    return fill(stream, n, Single32Sink<low_u32_to_double>{r, Affine(a, b, kTwoPowMinus32)});
-}
+QOR_RNG_WORD32_FILL_EXPORTS(Sobol)
 
 }  // extern "C"
 
