@@ -29,9 +29,12 @@
 // gives the same first K rows whatever K is.  About a second or more per
 // member on one core.
 //
-// Usage: gen_mt2203_params COUNT [SECONDS] > rng/brng/mt2203_params.h
-// With SECONDS, the search stops after that time with the members found so
-// far (always a prefix 0 .. K - 1); the header records K.
+// Usage: gen_mt2203_params COUNT [SECONDS [KNOWN]] > rng/brng/mt2203_params.h
+// With SECONDS (0: no limit), the search stops after that time with the
+// members found so far (always a prefix 0 .. K - 1); the header records K.
+// KNOWN is a header written by an earlier run: its members are taken as
+// found and the search goes on from the next, so a long search can run in
+// pieces and give the same table as one run.
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
@@ -250,6 +253,24 @@ uint32_t find_member(uint32_t id, int* tried) {
     }
 }
 
+// The matrices of a header written by this program: the hexadecimal words
+// on the lines after the array's declaration.
+std::vector<uint32_t> read_known(const char* path) {
+    std::vector<uint32_t> known;
+    FILE* in = std::fopen(path, "r");
+    if (!in) {
+        std::fprintf(stderr, "gen_mt2203_params: cannot read %s\n", path);
+        std::exit(1);
+    }
+    char line[256];
+    while (std::fgets(line, sizeof line, in) && !std::strstr(line, "kMt2203Matrix[")) {}
+    unsigned word;
+    while (std::fscanf(in, " 0x%x,", &word) == 1) known.push_back(word);
+    std::fclose(in);
+    std::fprintf(stderr, "%zu members known from %s\n", known.size(), path);
+    return known;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -261,7 +282,7 @@ int main(int argc, char** argv) {
     }
     // Members 0, 1, ... until COUNT are found or the time runs out.
     const auto start = std::chrono::steady_clock::now();
-    std::vector<uint32_t> found;
+    std::vector<uint32_t> found = argc > 3 ? read_known(argv[3]) : std::vector<uint32_t>{};
     while (static_cast<int>(found.size()) < wanted) {
         const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - start;
         if (budget > 0 && spent.count() > budget) break;
