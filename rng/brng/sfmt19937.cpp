@@ -16,6 +16,7 @@
 #include <smmintrin.h>
 
 #include <cstring>
+#include <type_traits>
 #include <utility>
 
 #include "qor/qor_rng.h"
@@ -323,6 +324,16 @@ int32_t init(uint32_t method, qor_rng_stream* stream, int32_t n, const uint32_t*
     }
 }
 
+// The fill of a stream, for the shared exports.
+template <class Sink>
+int32_t fill(qor_rng_stream* stream, int32_t n, const Sink& out) {
+    if constexpr (std::is_same_v<Sink, IntSink<uint32_t>>)
+        fill_ints(*state_of<SfmtState>(stream), n, out.r);
+    else
+        fill(*state_of<SfmtState>(stream), n, out);
+    return QOR_RNG_STATUS_OK;
+}
+
 }  // namespace
 }  // namespace qor::rng
 
@@ -335,20 +346,7 @@ QOR_EXPORT int32_t __rixBRngSFMT19937InitStream(uint32_t method, qor_rng_stream*
     return init(method, stream, n, params);
 }
 
-QOR_EXPORT int32_t __rixiBRngSFMT19937(qor_rng_stream* stream, int32_t n, void* r) {
-    fill_ints(*state_of<SfmtState>(stream), n, static_cast<uint32_t*>(r));
-    return QOR_RNG_STATUS_OK;
-}
-
-QOR_EXPORT int32_t __rixdBRngSFMT19937(qor_rng_stream* stream, int32_t n, double* r, double a, double b) {
-    fill(*state_of<SfmtState>(stream), n, Double32Sink<low_u32_to_double>{r, Affine(a, b, kTwoPowMinus32)});
-    return QOR_RNG_STATUS_OK;
-}
-
-QOR_EXPORT int32_t __rixsBRngSFMT19937(qor_rng_stream* stream, int32_t n, float* r, float a, float b) {
-    fill(*state_of<SfmtState>(stream), n, Single32Sink<low_u32_to_double>{r, Affine(a, b, kTwoPowMinus32)});
-    return QOR_RNG_STATUS_OK;
-}
+QOR_RNG_WORD32_FILL_EXPORTS(SFMT19937)
 
 }  // extern "C"
 
