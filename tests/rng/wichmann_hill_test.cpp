@@ -3,7 +3,9 @@
 // and across split fills; skip-ahead and leapfrog against drawing and
 // discarding; saving and copying; and the parameter table checked afresh:
 // distinct primes below 2^24 and primitive-root multipliers.
+#include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "rng/brng/wh_params.h"
 #include "rng_test_support.h"
@@ -154,6 +156,29 @@ TEST(WichmannHill, TableHoldsDistinctPrimesAndPrimitiveRoots) {
             ASSERT_EQ(prime_factors(m), std::vector<uint64_t>{m}) << m;
             ASSERT_TRUE(a > 1 && a < m) << a;
             for (uint64_t q : prime_factors(m - 1)) ASSERT_NE(reference_pow_mod(a, (m - 1) / q, m), 1u) << a << " mod " << m;
+        }
+    }
+}
+
+// The two-dimensional spectral figure the table promises (at least 0.75),
+// by Lagrange-Gauss reduction of the dual lattice {(s1, s2): s1 + s2 a = 0
+// mod m}, a different method from the tool's exhaustive search.
+TEST(WichmannHill, MultipliersPassTheTwoDimensionalSpectralTest) {
+    for (int32_t j = 0; j < qor::rng::kWhParamCount; ++j) {
+        for (int c = 0; c < 4; ++c) {
+            const int64_t m = kWhParams[j].m[c], a = kWhParams[j].a[c];
+            int64_t u[2] = {m, 0}, v[2] = {-a, 1};
+            auto norm = [](const int64_t* w) { return w[0] * w[0] + w[1] * w[1]; };
+            for (;;) {
+                if (norm(u) < norm(v)) std::swap(u, v);
+                const double dot = double(u[0] * v[0] + u[1] * v[1]);
+                const int64_t q = std::llround(dot / double(norm(v)));
+                if (q == 0) break;
+                u[0] -= q * v[0], u[1] -= q * v[1];
+                if (norm(u) >= norm(v)) break;
+            }
+            const double nu2 = std::sqrt(double(std::min(norm(u), norm(v))));
+            ASSERT_GE(nu2 / (std::pow(4.0 / 3.0, 0.25) * std::sqrt(double(m))), 0.75) << a << " mod " << m;
         }
     }
 }
