@@ -57,10 +57,10 @@ QOR_CORE_API int qor_rng_new_stream(qor_rng_stream** stream, int brng, uint32_t 
  * the outputs it could not get left untouched; it has no skip-ahead
  * (QOR_RNG_STATUS_NO_SKIP_AHEAD_EX) and no leapfrog.  WH (members 0 to
  * 272) takes words 0 to 3 as its four components, each modulo its prime
- * (a missing word, or a multiple of the prime, counts as 1); its uniforms are the fractional
- * part of the sum of the components over their moduli, and its integer
- * words are 16 bytes: that fraction's top 24 bits in the first 32-bit
- * word, zeros in the other three. */
+ * (a missing word, or a multiple of the prime, counts as 1); its uniforms
+ * are the fractional part of the sum of the components over their moduli,
+ * and its integer words are 16 bytes: that fraction's top 24 bits in the
+ * first 32-bit word, zeros in the other three. */
 QOR_CORE_API int qor_rng_new_stream_ex(qor_rng_stream** stream, int brng, int64_t n, const uint32_t* params);
 /* A new stream with the source's generator, state and attached data. */
 QOR_CORE_API int qor_rng_copy_stream(qor_rng_stream** copy, const qor_rng_stream* source);
