@@ -55,7 +55,12 @@ QOR_CORE_API int qor_rng_new_stream(qor_rng_stream** stream, int brng, uint32_t 
  * words, gives QOR_RNG_STATUS_NO_RDRAND on a processor without RDRAND, and
  * a fill whose requests keep failing returns QOR_RNG_STATUS_NO_RDRAND with
  * the outputs it could not get left untouched; it has no skip-ahead
- * (QOR_RNG_STATUS_NO_SKIP_AHEAD_EX) and no leapfrog. */
+ * (QOR_RNG_STATUS_NO_SKIP_AHEAD_EX) and no leapfrog.  WH (members 0 to
+ * 272) takes words 0 to 3 as its four components, each modulo its prime
+ * (a missing word, or a multiple of the prime, counts as 1); its uniforms
+ * are the fractional part of the sum of the components over their moduli,
+ * and its integer words are 16 bytes: that fraction's top 24 bits in the
+ * first 32-bit word, zeros in the other three. */
 QOR_CORE_API int qor_rng_new_stream_ex(qor_rng_stream** stream, int brng, int64_t n, const uint32_t* params);
 /* A new stream with the source's generator, state and attached data. */
 QOR_CORE_API int qor_rng_copy_stream(qor_rng_stream** copy, const qor_rng_stream* source);
@@ -75,7 +80,7 @@ QOR_CORE_API int qor_rng_leapfrog_stream(qor_rng_stream* stream, int k, int nstr
 QOR_CORE_API int qor_rng_skip_ahead_stream(qor_rng_stream* stream, uint64_t nskip);
 /* Advances the stream by the count held in n 64-bit words, least
  * significant first (more than 2^31 - 1 words: QOR_RNG_STATUS_BAD_ARGUMENT);
- * MRG32k3a, MT19937, R250, PHILOX4X32X10 and ARS5 take any count (the
+ * MRG32k3a, MT19937, R250, WH, PHILOX4X32X10 and ARS5 take any count (the
  * counter-based generators use its low 130 bits, a whole number of counter
  * periods above; MT19937 reduces it modulo its
  * period, so a skip costs at most as much as one of 2^19937: about 0.7 s;

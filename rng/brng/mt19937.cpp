@@ -308,6 +308,13 @@ int32_t init(uint32_t method, qor_rng_stream* stream, int32_t n, const uint32_t*
     }
 }
 
+// The fill of a stream, for the shared exports.
+template <class Sink>
+int32_t fill(qor_rng_stream* stream, int32_t n, const Sink& out) {
+    fill(*state_of<MtState>(stream), n, out);
+    return QOR_RNG_STATUS_OK;
+}
+
 }  // namespace
 }  // namespace qor::rng
 
@@ -320,20 +327,7 @@ QOR_EXPORT int32_t __rixBRngMT19937InitStream(uint32_t method, qor_rng_stream* s
     return init(method, stream, n, params);
 }
 
-QOR_EXPORT int32_t __rixiBRngMT19937(qor_rng_stream* stream, int32_t n, void* r) {
-    fill(*state_of<MtState>(stream), n, IntSink<uint32_t>{static_cast<uint32_t*>(r)});
-    return QOR_RNG_STATUS_OK;
-}
-
-QOR_EXPORT int32_t __rixdBRngMT19937(qor_rng_stream* stream, int32_t n, double* r, double a, double b) {
-    fill(*state_of<MtState>(stream), n, Double32Sink<low_u32_to_double>{r, Affine(a, b, kTwoPowMinus32)});
-    return QOR_RNG_STATUS_OK;
-}
-
-QOR_EXPORT int32_t __rixsBRngMT19937(qor_rng_stream* stream, int32_t n, float* r, float a, float b) {
-    fill(*state_of<MtState>(stream), n, Single32Sink<low_u32_to_double>{r, Affine(a, b, kTwoPowMinus32)});
-    return QOR_RNG_STATUS_OK;
-}
+QOR_RNG_WORD32_FILL_EXPORTS(MT19937)
 
 }  // extern "C"
 

@@ -145,6 +145,13 @@ int32_t init(uint32_t method, qor_rng_stream* stream, int32_t n, const uint32_t*
     }
 }
 
+// The fill of a stream, for the shared exports.
+template <class Sink>
+int32_t fill(qor_rng_stream* stream, int32_t n, const Sink& out) {
+    fill(*state_of<R250State>(stream), n, out);
+    return QOR_RNG_STATUS_OK;
+}
+
 }  // namespace
 }  // namespace qor::rng
 
@@ -156,20 +163,7 @@ QOR_EXPORT int32_t __rixBRngR250InitStream(uint32_t method, qor_rng_stream* stre
     return init(method, stream, n, params);
 }
 
-QOR_EXPORT int32_t __rixiBRngR250(qor_rng_stream* stream, int32_t n, void* r) {
-    fill(*state_of<R250State>(stream), n, IntSink<uint32_t>{static_cast<uint32_t*>(r)});
-    return QOR_RNG_STATUS_OK;
-}
-
-QOR_EXPORT int32_t __rixdBRngR250(qor_rng_stream* stream, int32_t n, double* r, double a, double b) {
-    fill(*state_of<R250State>(stream), n, Double32Sink<low_u32_to_double>{r, Affine(a, b, kTwoPowMinus32)});
-    return QOR_RNG_STATUS_OK;
-}
-
-QOR_EXPORT int32_t __rixsBRngR250(qor_rng_stream* stream, int32_t n, float* r, float a, float b) {
-    fill(*state_of<R250State>(stream), n, Single32Sink<low_u32_to_double>{r, Affine(a, b, kTwoPowMinus32)});
-    return QOR_RNG_STATUS_OK;
-}
+QOR_RNG_WORD32_FILL_EXPORTS(R250)
 
 }  // extern "C"
 

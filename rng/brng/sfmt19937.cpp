@@ -16,6 +16,8 @@
 #include <smmintrin.h>
 
 #include <cstring>
+#include <type_traits>
+#include <utility>
 
 #include "qor/qor_rng.h"
 #include "rng/brng/brng_rows.h"
@@ -49,15 +51,19 @@ inline void store(uint32_t* p, __m128i v) { _mm_storeu_si128(reinterpret_cast<__
 // ---- The recursion -------------------------------------------------------------
 
 // a ^ (a << 8 bits) ^ ((b >> 11 per word) & mask) ^ (c >> 8 bits) ^ (d << 18 per word),
-// the 8-bit shifts across the whole 128-bit word.
+// the 8-bit shifts across the whole 128-bit word.  d is the word made just
+// before, so its term is added last: the chain from one new word to the
+// next is then one shift and one exclusive or.  The empty asm keeps the
+// compiler from reassociating the terms (it would otherwise put d's first).
 inline __m128i recursion(__m128i a, __m128i b, __m128i c, __m128i d) {
     const __m128i mask = _mm_set_epi32(static_cast<int>(kMask4), static_cast<int>(kMask3),
                                        static_cast<int>(kMask2), static_cast<int>(kMask1));
     const __m128i x = _mm_slli_si128(a, kSl2Bytes);
     const __m128i y = _mm_and_si128(_mm_srli_epi32(b, kSr1), mask);
     const __m128i z = _mm_srli_si128(c, kSr2Bytes);
-    const __m128i v = _mm_slli_epi32(d, kSl1);
-    return _mm_xor_si128(_mm_xor_si128(_mm_xor_si128(a, x), _mm_xor_si128(y, z)), v);
+    __m128i t = _mm_xor_si128(_mm_xor_si128(a, x), _mm_xor_si128(y, z));
+    asm("" : "+x"(t));
+    return _mm_xor_si128(t, _mm_slli_epi32(d, kSl1));
 }
 
 // Regenerates the vector; each new word is also handed to emit(k, word)
@@ -89,22 +95,25 @@ inline void regenerate(uint32_t* w) {
 
 // ---- The fills ---------------------------------------------------------------------
 
-// A request that covers a whole new vector writes it to the output as it is
-// computed; otherwise outputs are read from the vector.
+// Outputs left in the vector from an earlier call are read from it; a new
+// vector hands the whole 128-bit words the request needs to the output as
+// they are computed, and only a request's last few outputs, or the rest of
+// a vector, are read back later.  The sink is copied so that its pointer
+// stays in a register (the output stores could alias the caller's sink).
 template <class Sink>
-void fill(SfmtState& s, int32_t n, const Sink& out) {
+void fill(SfmtState& s, int32_t n, const Sink& sink) {
+    const Sink out = sink;
     int32_t i = 0;
     uint32_t idx = s.idx;
     while (i < n) {
         if (idx >= kN32) {
-            if (n - i >= kN32) {
-                const int32_t at = i;
-                regenerate(s.w, [&](int32_t k, __m128i r) { out.vec(at + 4 * k, r); });
-                i += kN32;
-                continue;
-            }
-            regenerate(s.w);
-            idx = 0;
+            const int32_t at = i, words = (n - i < kN32 ? n - i : kN32) / 4;
+            regenerate(s.w, [&](int32_t k, __m128i r) {
+                if (k < words) out.vec(at + 4 * k, r);
+            });
+            i += 4 * words;
+            idx = static_cast<uint32_t>(4 * words);
+            if (i == n) break;
         }
         const int32_t left = kN32 - static_cast<int32_t>(idx);
         const int32_t run = n - i < left ? n - i : left;
@@ -143,6 +152,15 @@ void fill_ints(SfmtState& s, int32_t n, uint32_t* r) {
         int32_t k = 0;
         for (; k < kN - kPos1; ++k) put(k, recursion(load(s.w + 4 * k), load(s.w + 4 * (k + kPos1)), r1, r2));
         for (; k < kN; ++k) put(k, recursion(load(s.w + 4 * k), load(a + 4 * (k + kPos1 - kN)), r1, r2));
+        // Two words a turn, so the two newest words trade places without copies.
+        for (; k + 2 <= words; k += 2) {
+            const __m128i x0 = recursion(load(a + 4 * (k - kN)), load(a + 4 * (k + kPos1 - kN)), r1, r2);
+            store(a + 4 * k, x0);
+            r1 = recursion(load(a + 4 * (k + 1 - kN)), load(a + 4 * (k + 1 + kPos1 - kN)), r2, x0);
+            store(a + 4 * k + 4, r1);
+            std::swap(r1, r2);
+            r1 = x0;
+        }
         for (; k < words; ++k) put(k, recursion(load(a + 4 * (k - kN)), load(a + 4 * (k + kPos1 - kN)), r1, r2));
         std::memcpy(s.w, a + 4 * (words - kN), sizeof s.w);
         s.idx = kN32;
@@ -306,6 +324,16 @@ int32_t init(uint32_t method, qor_rng_stream* stream, int32_t n, const uint32_t*
     }
 }
 
+// The fill of a stream, for the shared exports.
+template <class Sink>
+int32_t fill(qor_rng_stream* stream, int32_t n, const Sink& out) {
+    if constexpr (std::is_same_v<Sink, IntSink<uint32_t>>)
+        fill_ints(*state_of<SfmtState>(stream), n, out.r);
+    else
+        fill(*state_of<SfmtState>(stream), n, out);
+    return QOR_RNG_STATUS_OK;
+}
+
 }  // namespace
 }  // namespace qor::rng
 
@@ -318,20 +346,7 @@ QOR_EXPORT int32_t __rixBRngSFMT19937InitStream(uint32_t method, qor_rng_stream*
     return init(method, stream, n, params);
 }
 
-QOR_EXPORT int32_t __rixiBRngSFMT19937(qor_rng_stream* stream, int32_t n, void* r) {
-    fill_ints(*state_of<SfmtState>(stream), n, static_cast<uint32_t*>(r));
-    return QOR_RNG_STATUS_OK;
-}
-
-QOR_EXPORT int32_t __rixdBRngSFMT19937(qor_rng_stream* stream, int32_t n, double* r, double a, double b) {
-    fill(*state_of<SfmtState>(stream), n, Double32Sink<low_u32_to_double>{r, Affine(a, b, kTwoPowMinus32)});
-    return QOR_RNG_STATUS_OK;
-}
-
-QOR_EXPORT int32_t __rixsBRngSFMT19937(qor_rng_stream* stream, int32_t n, float* r, float a, float b) {
-    fill(*state_of<SfmtState>(stream), n, Single32Sink<low_u32_to_double>{r, Affine(a, b, kTwoPowMinus32)});
-    return QOR_RNG_STATUS_OK;
-}
+QOR_RNG_WORD32_FILL_EXPORTS(SFMT19937)
 
 }  // extern "C"
 

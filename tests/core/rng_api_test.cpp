@@ -147,11 +147,21 @@ TEST_F(RngApi, SavedStreamsContinueWhereTheyStood) {
 TEST_F(RngApi, UnknownAndUnavailableGeneratorsAreRefused) {
     qor_rng_brng_properties p{};
 
+    // A registered generator whose initialiser refuses, as one a build
+    // cannot provide does: the stream made for it is deleted again.
+    const qor_rng_brng_properties refusing = {
+        24, 1, 1, 4, 32, [](uint32_t, qor_rng_stream*, int32_t, const uint32_t*) { return int32_t{QOR_RNG_STATUS_BAD_BRNG}; },
+        [](qor_rng_stream*, int32_t, float*, float, float) { return int32_t{0}; },
+        [](qor_rng_stream*, int32_t, double*, double, double) { return int32_t{0}; },
+        [](qor_rng_stream*, int32_t, void*) { return int32_t{0}; }};
+    const int refused = qor_rng_register_brng(&refusing);
+    ASSERT_GT(refused, 0);
+
     // Member 1 of a one-member row, a row never registered, a legacy slot
-    // past the table, an empty legacy slot, an abstract generator, a
-    // generator this build does not provide.
+    // past the table, an empty legacy slot, an abstract generator, a member
+    // past a family's count, a generator that refuses its seeding.
     for (int brng : {int{QOR_RNG_BRNG_MCG31M1} + 1, 0x1F000000, -1, 281, 279, int{QOR_RNG_BRNG_IABSTRACT},
-                     int{QOR_RNG_BRNG_WH}}) {
+                     int{QOR_RNG_BRNG_WH} + 273, refused}) {
         qor_rng_stream* s = reinterpret_cast<qor_rng_stream*>(&p);
         EXPECT_EQ(qor_rng_new_stream(&s, brng, 1), QOR_RNG_STATUS_BAD_BRNG) << brng;
         EXPECT_EQ(s, nullptr) << brng;
