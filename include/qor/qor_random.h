@@ -50,8 +50,9 @@ QOR_CORE_API int qor_rng_new_stream(qor_rng_stream** stream, int brng, uint32_t 
  * both then hand out the four words of the block of each counter in turn,
  * the Random123 blocks of the same counter and key.  ARS5 needs the AES
  * instructions (QOR_RNG_STATUS_NO_AES without them).  R250 fills its 250
- * words from word 0 (0 counts as 1) through the congruential generator
- * s' = 69069 s mod 2^32, as GSL's r250 does.  NONDETERM (RDRAND) takes no
+ * words from word 0 through the congruential generator s' = 69069 s + 1
+ * mod 2^32, each word the high halves of two successive states, then sets
+ * a diagonal of bits that makes the words independent.  NONDETERM (RDRAND) takes no
  * words, gives QOR_RNG_STATUS_NO_RDRAND on a processor without RDRAND, and
  * a fill whose requests keep failing returns QOR_RNG_STATUS_NO_RDRAND with
  * the outputs it could not get left untouched; it has no skip-ahead

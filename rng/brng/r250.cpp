@@ -3,11 +3,15 @@
 // The state is the last 250 words in a circular buffer, oldest at `head`.
 //
 // Seeding follows Kirkpatrick and Stoll: an auxiliary congruential
-// generator, s' = 69069 s mod 2^32 started from the seed word (0 counts as
-// 1), fills the 250 words oldest first; then words 3, 10, ..., 220 (every
+// generator fills the 250 words oldest first; then words 3, 10, ..., 220 (every
 // seventh) get their bit 31, 30, ..., 0 set and the bits above it cleared,
 // a diagonal that makes the 32 bit columns linearly independent so the
-// register cannot sit in a short cycle.  Each of the 32 bit columns is a
+// register cannot sit in a short cycle.  The auxiliary generator is
+// s' = 69069 s + 1 mod 2^32 from the seed word, of period 2^32 from any
+// seed, and each word takes the high halves of two successive states: the
+// low bits of a congruential generator are poor (a multiplicative one keeps
+// them fixed), and a bit column that starts nearly all zero stays sparse
+// for millions of outputs under this sparse recurrence.  Each of the 32 bit columns is a
 // linear recurrence with characteristic polynomial x^250 + x^147 + 1, so
 // skip-ahead is exact by the polynomial method for any count; there is no
 // leapfrog.
@@ -70,8 +74,11 @@ void fill(R250State& s, int32_t n, const Sink& out) {
 }
 
 void seed(R250State& s, uint32_t word) {
-    uint32_t v = word ? word : 1;
-    for (auto& x : s.x) x = v = v * kSeedMultiplier;
+    uint32_t v = word;
+    for (auto& x : s.x) {
+        const uint32_t high = (v = v * kSeedMultiplier + 1) >> 16;
+        x = high << 16 | (v = v * kSeedMultiplier + 1) >> 16;
+    }
     uint32_t bit = 0x80000000u, keep = 0xFFFFFFFFu;
     for (int32_t j = 0; j < 32; ++j, bit >>= 1, keep >>= 1) {
         uint32_t& x = s.x[kDiagonalStride * j + kDiagonalStart];

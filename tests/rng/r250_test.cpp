@@ -10,7 +10,10 @@ namespace {
 
 std::vector<uint32_t> reference(uint32_t seed, size_t outputs) {
     std::vector<uint32_t> x;
-    for (uint32_t v = seed ? seed : 1; x.size() < 250;) x.push_back(v *= 69069u);
+    for (uint32_t v = seed; x.size() < 250;) {
+        const uint32_t first = v = 69069u * v + 1, second = v = 69069u * v + 1;
+        x.push_back((first & 0xFFFF0000u) | second >> 16);
+    }
     for (int j = 0; j < 32; ++j) {
         uint32_t& w = x[size_t(7 * j + 3)];
         w = (w & (0xFFFFFFFFu >> j)) | (0x80000000u >> j);
