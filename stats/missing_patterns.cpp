@@ -14,6 +14,9 @@ namespace {
 
 constexpr int64_t kBlock = 128;
 constexpr int64_t kObservationsPerThread = 8192;
+// Grouped by pattern, consecutive observations lie anywhere in the imputed
+// set: each one's place is fetched this many observations ahead.
+constexpr int64_t kAhead = 16;
 
 // Doubles of one thread's workspace, rounded to whole alignment units.
 int64_t workspace_doubles(int64_t p) {
@@ -89,11 +92,11 @@ struct SweepJob {
     int32_t run(const Space& s, int64_t a, int64_t b, int64_t z_at) const {
         const int64_t p = data.p;
         int64_t o = 0, m = 0;
-        const int64_t j0 = pat.order[a];
+        const T* grouped = static_cast<const T*>(pat.grouped);
         for (int64_t i = 0; i < p; ++i)
-            if (!std::isnan(data.at(j0, i))) s.index[o++] = i;
+            if (!std::isnan(grouped[a * p + i])) s.index[o++] = i;
         for (int64_t i = 0; i < p; ++i)
-            if (std::isnan(data.at(j0, i))) s.index[o + m++] = i;
+            if (std::isnan(grouped[a * p + i])) s.index[o + m++] = i;
         const int64_t *obs_i = s.index, *mis_i = s.index + o;
         if (m > 0) {
             if (const int32_t st = regress(s, o, m); st != SS_OK) return st;
@@ -114,9 +117,9 @@ struct SweepJob {
             const int64_t cols = std::min(kBlock, b - lo);
             const int ci = static_cast<int>(cols);
             for (int64_t c = 0; c < cols; ++c) {
-                const int64_t j = pat.order[lo + c];
+                const T* x = grouped + (lo + c) * p;
                 for (int64_t u = 0; u < o; ++u) {
-                    const double v = static_cast<double>(data.at(j, obs_i[u])) - mean[obs_i[u]];
+                    const double v = static_cast<double>(x[obs_i[u]]) - mean[obs_i[u]];
                     s.d[u + c * o] = v;
                     s.y[obs_i[u] + c * p] = v;
                 }
@@ -140,7 +143,9 @@ struct SweepJob {
             if (imputed)
                 for (int64_t c = 0; c < cols; ++c) {
                     const int64_t j = pat.order[lo + c];
-                    for (int64_t u = 0; u < o; ++u) data.at(imputed, j, obs_i[u]) = data.at(j, obs_i[u]);
+                    if (lo + c + kAhead < b) data.prefetch(imputed, pat.order[lo + c + kAhead]);
+                    const T* x = grouped + (lo + c) * p;
+                    for (int64_t u = 0; u < o; ++u) data.at(imputed, j, obs_i[u]) = x[obs_i[u]];
                     for (int64_t u = 0; u < m; ++u)
                         data.at(imputed, j, mis_i[u]) = static_cast<T>(mean[mis_i[u]] + s.y[mis_i[u] + c * p]);
                 }
@@ -152,18 +157,34 @@ struct SweepJob {
 // Words of an observation's missing-variable mask.
 int64_t mask_words(int64_t p) { return (p + 63) / 64; }
 
+// Buffers of the core's allocator, released when the holder goes.
+struct Scratch {
+    void* held[2] = {};
+    ~Scratch() {
+        for (void* h : held) qor_serv_deallocate(h);
+    }
+};
+
+// Digits of the masks that one counting pass sorts by.
+constexpr int kDigitBits = 11;
+
 }  // namespace
 
+// The observations are ordered by their masks with a stable radix sort
+// (least significant digit first, one pass per 11 bits of the p), so that
+// observations of one pattern keep their order and the grouping is the
+// same for every thread count.
 template <class T>
 int32_t group_patterns(const MissingData<T>& data, Patterns& pat) {
     const int64_t p = data.p, n = data.n, words = mask_words(p);
     size_t b_masks, b_order;
     if (!aligned_bytes(n * words, sizeof(uint64_t), b_masks) || !aligned_bytes(n, sizeof(int64_t), b_order))
         return SS_ERR_NO_MEMORY;
-    auto* masks = static_cast<uint64_t*>(qor_serv_allocate(b_masks, kTaskAlignment));
+    Scratch scratch;
+    auto* masks = static_cast<uint64_t*>(scratch.held[0] = qor_serv_allocate(b_masks, kTaskAlignment));
+    auto* other = static_cast<int64_t*>(scratch.held[1] = qor_serv_allocate(b_order, kTaskAlignment));
     auto* order = static_cast<int64_t*>(qor_serv_allocate(b_order, kTaskAlignment));
-    if (!masks || !order) {
-        qor_serv_deallocate(masks);
+    if (!masks || !other || !order) {
         qor_serv_deallocate(order);
         return SS_ERR_NO_MEMORY;
     }
@@ -173,27 +194,38 @@ int32_t group_patterns(const MissingData<T>& data, Patterns& pat) {
         for (int64_t i = 0; i < p; ++i)
             if (std::isnan(data.at(j, i))) masks[j * words + i / 64] |= uint64_t{1} << (i % 64);
     }
-    // Ties in order of the observations, so that the grouping is one order.
+    for (int64_t w = words - 1; w >= 0; --w)
+        for (int64_t shift = 0; shift < std::min<int64_t>(64, p - 64 * w); shift += kDigitBits) {
+            int64_t count[(1 << kDigitBits) + 1] = {};
+            const auto digit = [&](int64_t j) { return (masks[j * words + w] >> shift) & ((1 << kDigitBits) - 1); };
+            for (int64_t a = 0; a < n; ++a) ++count[digit(order[a]) + 1];
+            for (int64_t d = 0; d < (1 << kDigitBits); ++d) count[d + 1] += count[d];
+            for (int64_t a = 0; a < n; ++a) other[count[digit(order[a])]++] = order[a];
+            std::swap(order, other);
+        }
+    scratch.held[1] = other;  // after an odd number of passes the buffers traded places
     const auto mask_of = [&](int64_t j) { return masks + j * words; };
-    std::sort(order, order + n, [&](int64_t u, int64_t v) {
-        const int c = std::memcmp(mask_of(u), mask_of(v), static_cast<size_t>(words) * sizeof(uint64_t));
-        return c != 0 ? c < 0 : u < v;
-    });
+    const auto same = [&](int64_t a) {
+        return std::memcmp(mask_of(order[a]), mask_of(order[a - 1]), static_cast<size_t>(words) * 8) == 0;
+    };
     int64_t runs = 1;
-    for (int64_t a = 1; a < n; ++a)
-        if (std::memcmp(mask_of(order[a]), mask_of(order[a - 1]), static_cast<size_t>(words) * 8) != 0) ++runs;
-    size_t b_runs;
-    if (!aligned_bytes(4 * (runs + 1), sizeof(int64_t), b_runs)) {
-        qor_serv_deallocate(masks);
+    for (int64_t a = 1; a < n; ++a) runs += !same(a);
+    size_t b_runs, b_grouped;
+    auto* lists = aligned_bytes(4 * (runs + 1), sizeof(int64_t), b_runs)
+                      ? static_cast<int64_t*>(qor_serv_allocate(b_runs, kTaskAlignment))
+                      : nullptr;
+    auto* grouped = aligned_bytes(n * p, sizeof(T), b_grouped)
+                        ? static_cast<T*>(qor_serv_allocate(b_grouped, kTaskAlignment))
+                        : nullptr;
+    if (!lists || !grouped) {
         qor_serv_deallocate(order);
+        qor_serv_deallocate(lists);
+        qor_serv_deallocate(grouped);
         return SS_ERR_NO_MEMORY;
     }
-    auto* lists = static_cast<int64_t*>(qor_serv_allocate(b_runs, kTaskAlignment));
-    if (!lists) {
-        qor_serv_deallocate(masks);
-        qor_serv_deallocate(order);
-        return SS_ERR_NO_MEMORY;
-    }
+    for (int64_t a = 0; a < n; ++a)
+        for (int64_t i = 0; i < p; ++i) grouped[a * p + i] = data.at(order[a], i);
+    pat.grouped = grouped;
     pat.runs = runs;
     pat.order = order;
     pat.start = lists;
@@ -202,8 +234,7 @@ int32_t group_patterns(const MissingData<T>& data, Patterns& pat) {
     pat.buffer = lists;
     pat.complete_run = -1;
     for (int64_t a = 0, r = -1; a < n; ++a) {
-        if (a > 0 && std::memcmp(mask_of(order[a]), mask_of(order[a - 1]), static_cast<size_t>(words) * 8) == 0)
-            continue;
+        if (a > 0 && same(a)) continue;
         pat.start[++r] = a;
         int64_t missing = 0;
         for (int64_t w = 0; w < words; ++w) missing += __builtin_popcountll(mask_of(order[a])[w]);
@@ -214,13 +245,13 @@ int32_t group_patterns(const MissingData<T>& data, Patterns& pat) {
     pat.normal_start[0] = 0;
     for (int64_t r = 0; r < runs; ++r)
         pat.normal_start[r + 1] = pat.normal_start[r] + (pat.start[r + 1] - pat.start[r]) * pat.missing[r];
-    qor_serv_deallocate(masks);
     return SS_OK;
 }
 
 void release_patterns(Patterns& pat) {
     qor_serv_deallocate(pat.order);
     qor_serv_deallocate(pat.buffer);
+    qor_serv_deallocate(pat.grouped);
     pat = Patterns{};
 }
 

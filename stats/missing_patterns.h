@@ -32,12 +32,26 @@ struct MissingData {
     bool variables_in_rows;
     T at(int64_t j, int64_t i) const { return variables_in_rows ? obs[i * n + j] : obs[j * p + i]; }
     T& at(T* set, int64_t j, int64_t i) const { return variables_in_rows ? set[i * n + j] : set[j * p + i]; }
+    // Asks for the cache lines of observation j in `set`, ahead of writing.
+    // Inlined always: as a call, a function whose only effects are
+    // prefetches counts as having none and is dropped.
+    __attribute__((always_inline)) void prefetch(const T* set, int64_t j) const {
+        if (variables_in_rows) {
+            for (int64_t i = 0; i < p; ++i) __builtin_prefetch(set + i * n + j, 1);
+            return;
+        }
+        for (int64_t i = 0; i < p; i += 64 / sizeof(T)) __builtin_prefetch(set + j * p + i, 1);
+        __builtin_prefetch(set + j * p + p - 1, 1);
+    }
 };
 
-// The observations grouped by pattern: runs of `order`.
+// The observations grouped by pattern: runs of `order`, and a copy of the
+// observations in that order (n rows of p values of the data's type), so
+// that every pass reads memory in sequence.
 struct Patterns {
     int64_t runs = 0;
     int64_t* order = nullptr;         // n observation numbers, run after run
+    void* grouped = nullptr;          // observation order[a] at a*p
     int64_t* start = nullptr;         // runs + 1 offsets into order
     int64_t* missing = nullptr;       // values missing per observation of each run
     int64_t* normal_start = nullptr;  // runs + 1: missing values before each run
