@@ -168,6 +168,31 @@ TEST(MissingValuesEM, MonotoneDataGiveTheClosedFormMaximumLikelihood) {
     EXPECT_LT((sigma - want_sigma).cwiseAbs().maxCoeff(), 1e-4);
 }
 
+// More than 64 variables (masks of two words, several radix passes) and
+// enough observations for several threads: reversing the variables
+// reverses the estimates, and one thread gives what four give.
+TEST(MissingValuesEM, ReversedVariablesGiveReversedEstimatesOnAnyThreadCount) {
+    const int64_t p = 70, n = 20000;
+    Matrix x = normal_data(n, Vector::LinSpaced(p, 0, 7), Matrix::Identity(p, p) * 2 + Matrix::Ones(p, p), 2);
+    for (int64_t j = 0; j < n; ++j)
+        for (int64_t i : {1, 40, 65, 69})
+            if ((j * 7 + i) % 13 == 0) x(j, i) = kNaN;
+    const Matrix reversed = x.rowwise().reverse();
+    MvTask<double> forward(x, true, params<double>(4, 1, 0, 0, SS_MV_START_AVAILABLE_CASES));
+    MvTask<double> backward(reversed, false, params<double>(4, 1, 0, 0, SS_MV_START_AVAILABLE_CASES));
+    forward.est.assign(1 + p + p * (p + 1) / 2, -7), forward.task->mv_est = forward.est.data();
+    backward.est = forward.est, backward.task->mv_est = backward.est.data();
+    forward.est_count = backward.est_count = int64_t(forward.est.size());
+    ASSERT_EQ(forward.run(SS_METHOD_MI_EM), 0);
+    ASSERT_EQ(_rixdSSMissingValues(backward.task, SS_EST_MISSING_VALUES, SS_METHOD_MI_EM, nullptr), 0);
+    Vector mf, mb;
+    Matrix cf, cb;
+    forward.estimates(1, mf, cf), backward.estimates(1, mb, cb);
+    EXPECT_EQ(forward.est[0], 4);
+    EXPECT_LT((mf - mb.reverse()).cwiseAbs().maxCoeff(), 1e-12);
+    EXPECT_LT((cf - cb.reverse()).cwiseAbs().maxCoeff(), 1e-11);
+}
+
 // A prior so concentrated at (kMu, kSigma) that every P-step draws them up to
 // about 1e-4: the imputed values must then follow the conditional normal
 // law of the missing given the observed values under (kMu, kSigma).
