@@ -254,6 +254,7 @@ enum {
 #define SS_EST_PARTIAL_COR UINT64_C(0x100000)          /* bit 20 */
 #define SS_EST_WEIGHTED_MEDIAN UINT64_C(0x800000000)   /* bit 35 */
 #define SS_EST_MAHALANOBIS UINT64_C(0x1000000000)      /* bit 36 */
+#define SS_EST_MISSING_VALUES UINT64_C(0x800000)        /* bit 23 */
 
 /* ---- Method codes (bit flags) -------------------------------------------- */
 
@@ -266,7 +267,9 @@ enum {
     SS_METHOD_OBS_3 = 256,           /* from observations around the task's supplied mean */
     SS_METHOD_SUMS_1 = 512,          /* from sums accumulated earlier */
     SS_METHOD_SUMS_2 = 1024,         /* from sums accumulated earlier */
-    SS_METHOD_SORT = 0x100000        /* bit 20 */
+    SS_METHOD_SORT = 0x100000,       /* bit 20 */
+    SS_METHOD_MI_EM = 0x200000,      /* missing values: EM for the mean and covariance */
+    SS_METHOD_MI_DA = 0x400000       /* missing values: EM, then data augmentation */
 };
 
 /* ---- The task record --------------------------------------------------------
@@ -547,6 +550,63 @@ enum {
     SS_MAHAL_OBS_STORAGE = 7      /* pointer to the observations' storage code */
 };
 QOR_SS_COMPUTE_ENTRY(SSMahDistance)
+/* Missing values (SS_EST_MISSING_VALUES), NaN marking a value missing, for
+ * multivariate normal data with values missing at random; every variable
+ * takes part and the weights are not read.  L = p + p(p+1)/2 reals hold a
+ * mean and covariance: the p means, then the covariance's upper triangle
+ * packed row by row (SS_MATRIX_STORAGE_UPPER_PACKED).
+ *   SS_METHOD_MI_EM: EM for the maximum-likelihood mean and covariance
+ *     (divisor n).  Each iteration regresses, per pattern of missing
+ *     variables, the missing on the observed coordinates under the current
+ *     estimates (E-step) and takes the mean and covariance of the completed
+ *     data with the conditional covariances added (M-step).  It stops after
+ *     SS_MV_EM_ITERATIONS iterations or when no mean moved by more than
+ *     SS_MV_ACCURACY standard deviations and no covariance entry s_ik by more
+ *     than SS_MV_ACCURACY sqrt(s_ii s_kk).  mv_est receives the number of
+ *     iterations done, then the L estimates (1 + L reals).
+ *   SS_METHOD_MI_DA: EM as above, then Schafer's data augmentation from its
+ *     result: an I-step draws every observation's missing values from their
+ *     normal distribution given its observed ones, a P-step draws the mean
+ *     and covariance from the normal-inverse-Wishart posterior of the
+ *     completed data (Bartlett's decomposition).  After every
+ *     SS_MV_DA_ITERATIONS iterations the last completed data set goes to
+ *     mv_sim, SS_MV_SETS sets of n p reals each (set s at s*n*p, in the
+ *     layout of the observations, observed values copied exactly), and the
+ *     P-step's draw that followed it to mv_est after the EM part (1 + L +
+ *     sets*L reals).  The prior: mv_prior_count 0 for the non-informative
+ *     one (then n must exceed p), else at least 2 + L reals: tau >= 0, nu,
+ *     the prior mean (p) and the inverse scale Lambda^-1 (packed upper),
+ *     with S^-1 ~ Wishart(nu, Lambda) and m | S ~ N(prior mean, S/tau);
+ *     nu + n must exceed p - 1.  The draws come from an MT19937 stream of
+ *     the library's generators seeded with SS_MV_SEED (default
+ *     SS_MV_DEFAULT_SEED): a call repeats its sets for the same data, seed
+ *     and thread limit.
+ * mv_params, at least 4 of them (SS_ERR_MV_PARAM_COUNT), hold the values
+ * below; whole numbers where counts are meant, else SS_ERR_MV_PARAMS.  The
+ * start (SS_MV_START; complete cases when the count is 4) is mv_init, at
+ * least L reals (SS_ERR_MV_INIT_COUNT, SS_ERR_MV_INIT), the mean and
+ * covariance (divisor n) of the observations without missing values, or
+ * the available-case estimates (each mean and variance over the values
+ * present, each covariance over the pairs present, the covariances dropped
+ * when that matrix is not positive definite).  A start that is not positive
+ * definite gives SS_ERR_NOT_POSITIVE_DEFINITE.  Checks, in order: p, n and
+ * the storage; the estimate bit; obs; the method (exactly one of the two);
+ * the parameters; the start; for DA the prior; mv_est and its count; for
+ * DA mv_sim and its count.  Outputs are untouched on any status but one
+ * from inside the data augmentation's draws. */
+enum {
+    SS_MV_EM_ITERATIONS = 0,  /* largest number of EM iterations, 0 or more */
+    SS_MV_DA_ITERATIONS = 1,  /* DA iterations per imputed set, 1 or more (DA) */
+    SS_MV_ACCURACY = 2,       /* EM's stopping accuracy, 0 or more */
+    SS_MV_SETS = 3,           /* imputed sets, 1 or more (DA) */
+    SS_MV_START = 4,          /* SS_MV_START_ values */
+    SS_MV_SEED = 5,           /* the generator's seed, a whole number below 2^32 */
+    SS_MV_START_GIVEN = 0,
+    SS_MV_START_COMPLETE_CASES = 1,
+    SS_MV_START_AVAILABLE_CASES = 2,
+    SS_MV_DEFAULT_SEED = 20261124
+};
+QOR_SS_COMPUTE_ENTRY(SSMissingValues)
 
 QOR_END_C
 

@@ -358,6 +358,16 @@ QOR_CORE_API int qor_sss_partial_covariance(qor_ss_task* task, uint64_t estimate
 QOR_CORE_API int qor_dss_mah_distance(qor_ss_task* task, uint64_t estimates, int method);
 QOR_CORE_API int qor_sss_mah_distance(qor_ss_task* task, uint64_t estimates, int method);
 
+/* Missing values (SS_EST_MISSING_VALUES; NaN marks a missing value) of
+ * multivariate normal data, with the arrays of qor_dss_edit_missing_vals:
+ * SS_METHOD_MI_EM estimates the mean and covariance by EM, SS_METHOD_MI_DA
+ * goes on from there with data augmentation and writes imputed data sets.
+ * The parameters (SS_MV_ indices into mv_params), the layouts of mv_init,
+ * mv_prior, mv_est and mv_sim, and the statuses are those of
+ * _rixdSSMissingValues in qor_ss.h. */
+QOR_CORE_API int qor_dss_missing_values(qor_ss_task* task, uint64_t estimates, int method);
+QOR_CORE_API int qor_sss_missing_values(qor_ss_task* task, uint64_t estimates, int method);
+
 QOR_END_C
 
 #endif

@@ -3,6 +3,7 @@
 // set end to end, the per-thread thread cap, and every call without kernels.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -87,6 +88,30 @@ TEST_F(StatsApi, MeanAndCovarianceOfASmallDataSet) {
     EXPECT_EQ(w[0], 5.0);
     EXPECT_EQ(w[1], 5.0);
     EXPECT_EQ(qor_ss_delete_task(&task), SS_OK);
+}
+
+// EM through the public calls of both precisions on the same data with one
+// value missing; the call of the other precision is refused.
+TEST_F(StatsApi, MissingValuesByEMInBothPrecisions) {
+    int64_t p = 2, n = 6, storage = SS_OBS_OBSERVATIONS_IN_ROWS, count = 4, prior = 0, sim = 0, room = 6;
+    const double x[12] = {0, 1, 1, 2.5, 2, 3.5, 3, NAN, 4, 9, 5, 10};
+    const float xf[12] = {0, 1, 1, 2.5, 2, 3.5, 3, NAN, 4, 9, 5, 10};
+    double params[4] = {200, 1, 1e-12, 0}, est[6] = {};
+    float params_f[4] = {200, 1, 1e-6f, 0}, est_f[6] = {};
+    qor_ss_task *d = nullptr, *s = nullptr;
+    ASSERT_EQ(qor_dss_new_task(&d, &p, &n, &storage, x, nullptr, nullptr), SS_OK);
+    ASSERT_EQ(qor_sss_new_task(&s, &p, &n, &storage, xf, nullptr, nullptr), SS_OK);
+    ASSERT_EQ(qor_dss_edit_missing_vals(d, &count, params, nullptr, nullptr, &prior, nullptr, &sim, nullptr, &room,
+                                        est), SS_OK);
+    ASSERT_EQ(qor_sss_edit_missing_vals(s, &count, params_f, nullptr, nullptr, &prior, nullptr, &sim, nullptr, &room,
+                                        est_f), SS_OK);
+    EXPECT_EQ(qor_dss_missing_values(s, SS_EST_MISSING_VALUES, SS_METHOD_MI_EM), SS_ERR_TASK);
+    ASSERT_EQ(qor_dss_missing_values(d, SS_EST_MISSING_VALUES, SS_METHOD_MI_EM), SS_OK);
+    ASSERT_EQ(qor_sss_missing_values(s, SS_EST_MISSING_VALUES, SS_METHOD_MI_EM), SS_OK);
+    EXPECT_DOUBLE_EQ(est[1], 2.5);  // the first variable is complete
+    for (int i = 1; i < 6; ++i) EXPECT_NEAR(est_f[i], est[i], 1e-4 * (1 + std::fabs(est[i]))) << i;
+    EXPECT_EQ(qor_ss_delete_task(&d), SS_OK);
+    EXPECT_EQ(qor_ss_delete_task(&s), SS_OK);
 }
 
 TEST_F(StatsApi, ThreadCapIsPerThreadAndBoundedByTheProcessLimit) {
