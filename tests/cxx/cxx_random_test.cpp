@@ -67,6 +67,37 @@ TEST(CxxRandom, DistributionsDrawWhatTheCCallsDraw) {
     for (int v : u) EXPECT_TRUE(v >= -3 && v < 3) << v;
 }
 
+// Each alias hands its parameters to the C call in the order it documents.
+TEST(CxxRandom, EveryAliasMatchesItsCCall) {
+    const auto check = [](const char* name, auto dist, auto c_call) {
+        using T = typename decltype(dist)::result_type;
+        stream a(brng::mrg32k3a, 11), b(brng::mrg32k3a, 11);
+        const std::vector<T> got = dist.generate(a, 64);
+        std::vector<T> want(64);
+        ASSERT_EQ(c_call(b.get(), want.data()), 0) << name;
+        EXPECT_EQ(got, want) << name;
+    };
+    namespace r = qor::random;
+    using S = qor_rng_stream*;
+    check("uniform", r::uniform<float>(-1.f, 2.f), [](S s, float* o) { return qor_vsRngUniform(0, s, 64, o, -1.f, 2.f); });
+    check("laplace", r::laplace<>(1.0, 2.0), [](S s, double* o) { return qor_vdRngLaplace(0, s, 64, o, 1.0, 2.0); });
+    check("weibull", r::weibull<>(r::method::accurate, 1.5, 0.5, 2.0), [](S s, double* o) {
+        return qor_vdRngWeibull(QOR_RNG_METHOD_WEIBULL_ICDF_ACCURATE, s, 64, o, 1.5, 0.5, 2.0);
+    });
+    check("lognormal", r::lognormal<>(r::lognormal_method::icdf, 0.1, 0.4, 1.0, 2.0), [](S s, double* o) {
+        return qor_vdRngLognormal(QOR_RNG_METHOD_LOGNORMAL_ICDF, s, 64, o, 0.1, 0.4, 1.0, 2.0);
+    });
+    check("gamma", r::gamma<>(2.5, 1.0, 3.0), [](S s, double* o) { return qor_vdRngGamma(0, s, 64, o, 2.5, 1.0, 3.0); });
+    check("beta", r::beta<>(0.5, 2.0, 1.0, 3.0), [](S s, double* o) { return qor_vdRngBeta(0, s, 64, o, 0.5, 2.0, 1.0, 3.0); });
+    check("chi_square", r::chi_square<>(5), [](S s, double* o) { return qor_vdRngChiSquare(0, s, 64, o, 5); });
+    check("binomial", r::binomial(20, 0.3), [](S s, std::int32_t* o) { return qor_viRngBinomial(0, s, 64, o, 20, 0.3); });
+    check("hypergeometric", r::hypergeometric(100, 10, 40),
+          [](S s, std::int32_t* o) { return qor_viRngHypergeometric(0, s, 64, o, 100, 10, 40); });
+    check("negative_binomial", r::negative_binomial(2.5, 0.4),
+          [](S s, std::int32_t* o) { return qor_viRngNegBinomial(0, s, 64, o, 2.5, 0.4); });
+    check("uniform_bits64", r::uniform_bits64(), [](S s, std::uint64_t* o) { return qor_viRngUniformBits64(0, s, 64, o); });
+}
+
 TEST(CxxRandom, FailuresThrowTheCStatus) {
     qor_rng_stream* raw = nullptr;
     const int bad_brng = qor_rng_new_stream(&raw, 0x7F000000, 1);

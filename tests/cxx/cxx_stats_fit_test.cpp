@@ -94,3 +94,32 @@ TEST(CxxFit, BadShapesAreRefusedWithTheFittingStatus) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(CxxStats, ObservationsInRowsAndWeights) {
+    // Three observations of two variables, one observation per row; the
+    // last weighs 2, so the weighted mean counts it twice.
+    const std::vector<double> x = {1, 10, 2, 20, 4, 40}, w = {1, 1, 2};
+    qor::stats::task<double> t(x, 2, qor::stats::layout::observations_in_rows, w);
+    EXPECT_EQ(t.observations(), 3);
+    const auto m = t.moments();
+    EXPECT_DOUBLE_EQ(m.mean[0], 11.0 / 4);
+    EXPECT_DOUBLE_EQ(m.mean[1], 110.0 / 4);
+    const auto [lo, hi] = t.min_max();
+    EXPECT_EQ(lo, (std::vector<double>{1, 10}));
+    EXPECT_EQ(hi, (std::vector<double>{4, 40}));
+}
+
+TEST(CxxFit, MoveAssignmentKeepsTheSplineAndFreesTheOld) {
+    const std::vector<double> x = {0, 1, 2, 3, 4}, y = {0, 1, 4, 9, 16};
+    qor::fit::spline<double> s(x, y, qor::fit::kind::akima_cubic);
+    qor::fit::spline<double> t(x, x, qor::fit::kind::linear);
+    t = std::move(s);
+    EXPECT_EQ(s.get(), nullptr);
+    EXPECT_EQ(t.order(), 4);
+    for (double v : {0.0, 1.0, 2.0, 3.0, 4.0}) EXPECT_NEAR(t(v), v * v, 1e-12);  // interpolates
+    EXPECT_EQ(t.coefficients().size(), 16u);
+}
+
+}  // namespace
