@@ -1,8 +1,11 @@
 // Complex Tan and Tanh against MPC: random exponents, next to the poles
 // and zeros (where a part is tiny or huge), the real part where tanh
 // flattens to +-1, tiny real parts beside poles, and huge angles; the
-// strided forms as the contiguous ones.
+// strided forms as the contiguous ones; and the underflow reports of Exp,
+// Tan and Tanh.
 #include <numbers>
+#include <thread>
+#include <utility>
 
 #include "complex_sweeps.h"
 
@@ -58,6 +61,40 @@ TEST(ComplexTan, WithinOneUlpOfMpc) {
     std::printf("zTanh %.3f cTanh %.3f zTan %.3f cTan %.3f\n", hz.score, hc.score, tz.score, tc.score);
     expect_strided_same<qor_complex16, qor_complex16>(_lumzTanh_HA, _lumzTanhI_HA, z);
     expect_strided_same<qor_complex8, qor_complex8>(_lumcTan_HA, _lumcTanI_HA, c);
+}
+
+std::vector<std::pair<int64_t, int>> g_reports;
+int32_t record(qor_vm_error_record* r) {
+    g_reports.push_back({r->index, r->code});
+    return 1;
+}
+
+template <class C>
+std::vector<std::pair<int64_t, int>> reports(void (*kernel)(int, const C*, C*), std::vector<C> args) {
+    g_reports.clear();
+    std::vector<C> r(args.size());
+    kernel(int(args.size()), args.data(), r.data());
+    return g_reports;
+}
+
+// A part below the normal range from normal arguments reports underflow,
+// on the vector path and in the scalar routine; exact zeros (the imaginary
+// part of a real argument) and tiny parts of subnormal angles do not.
+TEST(ComplexTan, UnderflowReported) {
+    std::thread([] {  // a new thread: pristine vector-math state
+        _lumSetMode(QOR_VM_ERRMODE_CALLBACK);
+        _lumSetErrorCallBack(record);
+        _lumSetInterfInputVectorPointer(nullptr);
+        using List = std::vector<std::pair<int64_t, int>>;
+        const int u = QOR_VM_STATUS_UNDERFLOW;
+        EXPECT_EQ(reports<qor_complex16>(_lumzExp_HA, {{-745.5, 0.0}, {-700.0, 0.0}, {-700.0, 1e-20}, {1.0, 2.0}, {-800.0, 1.0}}),
+                  (List{{0, u}, {2, u}, {4, u}}));
+        EXPECT_EQ(reports<qor_complex8>(_lumcExp_HA, {{-100.0f, 0.0f}, {-80.0f, 0.0f}, {-30.0f, 1e-30f}, {1.0f, 1e-30f}}),
+                  (List{{0, u}, {2, u}}));
+        EXPECT_EQ(reports<qor_complex16>(_lumzTanh_HA, {{400.0, 1.0}, {0.5, 1e-300}, {30.0, 1e-300}, {30.0, 0.0}, {0.5, 4e-320}}),
+                  (List{{0, u}, {2, u}}));
+        EXPECT_EQ(reports<qor_complex8>(_lumcTan_HA, {{1e-30f, 30.0f}, {1.0f, 1.0f}, {1.0f, 60.0f}}), (List{{0, u}, {2, u}}));
+    }).join();
 }
 
 }  // namespace

@@ -13,9 +13,11 @@
 // applied last by ldexp (results near the overflow threshold stay finite,
 // results below the normal range are rounded twice), huge |y| reduced by the
 // bits of 2/pi, and the special values of C's cexp (signed zeros, infinities
-// and NaN).  Finite arguments with an infinite part report overflow; an
-// infinite y with finite x (NaN parts) reports a domain error, as the real
-// sine does.  Single precision: one kernel for every slot; double: LA
+// and NaN).  Finite arguments with an infinite part report overflow, with a
+// part below the normal range (subnormal or zero; the imaginary part of a
+// real argument is an exact zero) underflow, as the real exponential does;
+// an infinite y with finite x (NaN parts) reports a domain error, as the
+// real sine does.  Single precision: one kernel for every slot; double: LA
 // shares the HA kernel, EP rounds e^x, cos y and sin y before the products
 // (exp_lanes_plain).
 #pragma once
@@ -97,12 +99,22 @@ struct ExpOp {
     using Mask = Real;
     static constexpr bool reads_mode = true;
     CV<Real> operator()(CV<Real> a, RV<Real>& m) const {
-        return map_cc<Real>(a, m, [](ZD z, vd& mark) {
+        using S = simd::Simd<Real>;
+        const CV<Real> r = map_cc<Real>(a, m, [](ZD z, vd& mark) {
             if constexpr (Plain) return exp_lanes_plain(z.re, z.im, mark);
             else return exp_lanes(z.re, z.im, mark);
         });
+        // Parts below the normal range go to the scalar routine, which reports them.
+        const RV<Real> im_tiny = S::bit_andnot(S::eq(a.im, S::set1(Real(0))), below_normal<Real>(r.im));
+        m = S::bit_or(m, S::bit_or(below_normal<Real>(r.re), im_tiny));
+        return r;
     }
-    int fix(const C& a, C& r) const { return fix_cc(a, r, exp_scalar); }
+    // cos y and sin y are not zero for any y but sin 0: a part below the
+    // normal range from finite arguments is an underflow.
+    int fix(const C& a, C& r) const {
+        const int code = fix_cc(a, r, exp_scalar);
+        return with_underflow(code, finite2(a.re, a.im), true, a.im != 0, r.re, r.im);
+    }
 };
 
 // cos y + i sin y; an infinite y gives NaN parts and a domain error.

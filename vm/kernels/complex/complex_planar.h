@@ -154,6 +154,25 @@ int fix_ccc(const C& a, const C& b, C& r, F f) {
 inline double lane0(vd x) { return simd::vget0_d_vd(x); }
 inline vd splat(double x) { return SD::set1(x); }
 
+// ---- underflow -------------------------------------------------------------------
+// Lanes of a result part below the normal range (subnormal or zero).
+template <class Real>
+QOR_KERNEL_INLINE RV<Real> below_normal(RV<Real> v) {
+    using S = simd::Simd<Real>;
+    return S::lt(S::abs(v), S::set1(std::numeric_limits<Real>::min()));
+}
+
+// The code of a result computed by a scalar routine, turned into underflow
+// when the arguments are finite and a part whose exact value is not zero
+// (re_nonzero, im_nonzero) came out below the normal range.
+template <class Real>
+int with_underflow(int code, bool finite_args, bool re_nonzero, bool im_nonzero, Real re, Real im) {
+    const Real tiny = std::numeric_limits<Real>::min();
+    if (code != QOR_VM_STATUS_OK || !finite_args) return code;
+    return (re_nonzero && std::fabs(re) < tiny) || (im_nonzero && std::fabs(im) < tiny) ? QOR_VM_STATUS_UNDERFLOW
+                                                                                          : code;
+}
+
 // ---- pair arithmetic -----------------------------------------------------------------
 // a * b for pairs, rounded once, with the sign of a.hi * b.hi (so zeros get
 // the sign the product of the parts gives them).  The low parts may be up

@@ -24,7 +24,9 @@
 // pairs would form below the normal range, by Kahan's form in extended
 // precision; and C's special values.  An infinite imaginary part with a
 // finite real part (tan: the other way round) has no limit: NaN and the
-// domain code.
+// domain code.  The part of the angle (tanh: imaginary, tan: real) below the
+// normal range from a normal angle reports underflow, as the real
+// exponential does.
 #pragma once
 
 #include <cmath>
@@ -133,12 +135,26 @@ struct TanhOp {
     using Mask = Real;
     static constexpr bool reads_mode = true;
     CV<Real> operator()(CV<Real> a, RV<Real>& m) const {
-        return map_cc<Real>(a, m, [](ZD z, vd& mark) {
+        using S = simd::Simd<Real>;
+        const CV<Real> r = map_cc<Real>(a, m, [](ZD z, vd& mark) {
             if constexpr (Circular) return tan_lanes(z, mark);
             else return tanh_lanes(z, mark);
         });
+        // The part of the angle below the normal range from a normal angle
+        // goes to the scalar routine, which reports it.
+        const RV<Real> part = Circular ? r.re : r.im, angle = Circular ? a.re : a.im;
+        m = S::bit_or(m, S::bit_andnot(below_normal<Real>(angle), below_normal<Real>(part)));
+        return r;
     }
-    int fix(const C& a, C& r) const { return fix_cc(a, r, Circular ? tan_scalar : tanh_scalar); }
+    // The part of the angle (tanh: imaginary, tan: real) is not zero for a
+    // non-zero angle; below the normal range from a normal angle (and a
+    // finite other part) it is an underflow.
+    int fix(const C& a, C& r) const {
+        const Real tiny = std::numeric_limits<Real>::min();
+        const int code = fix_cc(a, r, Circular ? tan_scalar : tanh_scalar);
+        return with_underflow(code, finite2(a.re, a.im), Circular && std::fabs(a.re) >= tiny,
+                              !Circular && std::fabs(a.im) >= tiny, r.re, r.im);
+    }
 };
 
 }  // namespace qor::vm::complex
