@@ -134,7 +134,7 @@ struct DivOp {
     using C = PlanarOf<Real>;
     using Mask = Real;
     static constexpr bool reads_mode = true;
-    CV<Real> operator()(CV<Real> a, CV<Real> b, RV<Real>& m) const {
+    QOR_KERNEL_INLINE CV<Real> operator()(CV<Real> a, CV<Real> b, RV<Real>& m) const {
         if constexpr (std::is_same_v<Real, float>) return map_ccc<Real>(a, b, m, div_lanes_single);
         else if constexpr (Plain) return map_ccc<Real>(a, b, m, div_lanes_plain);
         else return map_ccc<Real>(a, b, m, div_lanes);

@@ -98,9 +98,9 @@ struct ExpOp {
     using C = PlanarOf<Real>;
     using Mask = Real;
     static constexpr bool reads_mode = true;
-    CV<Real> operator()(CV<Real> a, RV<Real>& m) const {
+    QOR_KERNEL_INLINE CV<Real> operator()(CV<Real> a, RV<Real>& m) const {
         using S = simd::Simd<Real>;
-        const CV<Real> r = map_cc<Real>(a, m, [](ZD z, vd& mark) {
+        const CV<Real> r = map_cc<Real>(a, m, [](ZD z, vd& mark) __attribute__((always_inline)) {
             if constexpr (Plain) return exp_lanes_plain(z.re, z.im, mark);
             else return exp_lanes(z.re, z.im, mark);
         });
@@ -134,7 +134,7 @@ struct CisOp {
     using C = PlanarOf<Real>;
     using Mask = Real;
     static constexpr bool reads_mode = true;
-    CV<Real> operator()(RV<Real> y, RV<Real>& m) const {
+    QOR_KERNEL_INLINE CV<Real> operator()(RV<Real> y, RV<Real>& m) const {
         // The steps of the real SinCos kernel (single precision in double,
         // rounded once).
         std::conditional_t<std::is_same_v<Real, float>, trig::SingleSinCos<Variant::HA>, trig::DoubleSinCos<Variant::HA>>
