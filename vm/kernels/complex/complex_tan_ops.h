@@ -134,9 +134,9 @@ struct TanhOp {
     using C = PlanarOf<Real>;
     using Mask = Real;
     static constexpr bool reads_mode = true;
-    CV<Real> operator()(CV<Real> a, RV<Real>& m) const {
+    QOR_KERNEL_INLINE CV<Real> operator()(CV<Real> a, RV<Real>& m) const {
         using S = simd::Simd<Real>;
-        const CV<Real> r = map_cc<Real>(a, m, [](ZD z, vd& mark) {
+        const CV<Real> r = map_cc<Real>(a, m, [](ZD z, vd& mark) __attribute__((always_inline)) {
             if constexpr (Circular) return tan_lanes(z, mark);
             else return tanh_lanes(z, mark);
         });
