@@ -1,5 +1,5 @@
-// Complex Abs, Arg, Div, Exp, CIS, Cos, Sin, Cosh, Sinh, Sqrt, Ln, Log10,
-// Pow and Powx (one kernel serves LA, HA and EP) beside std::complex and
+// Complex Abs, Arg, Div, Exp, CIS, Cos, Sin, Cosh, Sinh, Tan, Tanh, Sqrt,
+// Ln, Log10, Pow and Powx (one kernel serves LA, HA and EP) beside std::complex and
 // the C library's cabs, carg, cexp, csqrt, clog, cpow, ... in a scalar loop
 // in the same run, n = 1000 in cache; CPE is time-stamp ticks per element.
 #include <cmath>
@@ -100,6 +100,8 @@ void register_precision(const char* p) {
                {"Sin", (U)(void*)_lumzSin_HA, (U)(void*)_lumcSin_HA, std::sin, true},
                {"Cosh", (U)(void*)_lumzCosh_HA, (U)(void*)_lumcCosh_HA, std::cosh, true},
                {"Sinh", (U)(void*)_lumzSinh_HA, (U)(void*)_lumcSinh_HA, std::sinh, true},
+               {"Tan", (U)(void*)_lumzTan_HA, (U)(void*)_lumcTan_HA, std::tan, true},
+               {"Tanh", (U)(void*)_lumzTanh_HA, (U)(void*)_lumcTanh_HA, std::tanh, true},
                {"Sqrt", (U)(void*)_lumzSqrt_HA, (U)(void*)_lumcSqrt_HA, std::sqrt, false},
                {"Ln", (U)(void*)_lumzLn_HA, (U)(void*)_lumcLn_HA, std::log, false},
                {"Log10", (U)(void*)_lumzLog10_HA, (U)(void*)_lumcLog10_HA, std::log10, false}};

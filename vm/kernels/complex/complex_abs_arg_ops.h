@@ -108,7 +108,7 @@ struct ArgOp {
     using C = PlanarOf<Real>;
     using Mask = Real;
     static constexpr bool reads_mode = true;
-    RV<Real> operator()(CV<Real> a, RV<Real>& m) const {
+    QOR_KERNEL_INLINE RV<Real> operator()(CV<Real> a, RV<Real>& m) const {
         if constexpr (std::is_same_v<Real, float>) return map_cr<Real>(a, m, arg_lanes_single);
         else return map_cr<Real>(a, m, arg_lanes);
     }

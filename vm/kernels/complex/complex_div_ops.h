@@ -26,22 +26,6 @@
 
 namespace qor::vm::complex {
 
-// hi + lo = a + b for pairs, lo not normalised.
-QOR_KERNEL_INLINE Pair add_pairs(Pair a, Pair b) {
-    const Pair s = pair::two_sum(a.hi, b.hi);
-    return {s.hi, SD::add(s.lo, SD::add(a.lo, b.lo))};
-}
-
-// n/d for pairs, d positive, given inv = 1/d.hi rounded: the quotient
-// n.hi inv corrected by its exact residual (the residual is small, so its
-// product with inv is accurate far beyond the last bit of the result).
-QOR_KERNEL_INLINE vd divide_pairs(Pair n, Pair d, vd inv) {
-    const vd q = SD::mul(n.hi, inv);
-    const Pair qd = pair::two_prod(q, d.hi);
-    const vd rest = SD::sub(SD::add(SD::sub(SD::sub(n.hi, qd.hi), qd.lo), n.lo), SD::mul(q, d.lo));
-    return SD::add(q, SD::mul(rest, inv));
-}
-
 // The quotient of operands whose larger parts lie in [1, 2).
 QOR_KERNEL_INLINE ZD divide_scaled(ZD a, ZD b) {
     const Pair ac = pair::two_prod(a.re, b.re), bd = pair::two_prod(a.im, b.im);
@@ -150,7 +134,7 @@ struct DivOp {
     using C = PlanarOf<Real>;
     using Mask = Real;
     static constexpr bool reads_mode = true;
-    CV<Real> operator()(CV<Real> a, CV<Real> b, RV<Real>& m) const {
+    QOR_KERNEL_INLINE CV<Real> operator()(CV<Real> a, CV<Real> b, RV<Real>& m) const {
         if constexpr (std::is_same_v<Real, float>) return map_ccc<Real>(a, b, m, div_lanes_single);
         else if constexpr (Plain) return map_ccc<Real>(a, b, m, div_lanes_plain);
         else return map_ccc<Real>(a, b, m, div_lanes);

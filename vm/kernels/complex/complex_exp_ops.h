@@ -5,17 +5,19 @@
 // reduction of the real kernels as pairs (about 2^-60 relative); each part
 // is their product rounded once, then scaled by 2^M: about 0.5 ulp plus
 // 2^-58 relative, in double and, through double, in single precision.
-// CIS(y) = cos y + i sin y is the pair sums alone in double, and the steps
-// of the real SinCos kernel in single precision (0.5 ulp).
+// CIS(y) = cos y + i sin y is the real SinCos kernel's steps (about 0.6
+// ulp in double, 0.5 in single precision).
 //
 // The vector path takes |x| <= 600 (the scale stays normal whatever the
 // product) and |y| < 2^19; the scalar routine takes the rest: the scale
 // applied last by ldexp (results near the overflow threshold stay finite,
 // results below the normal range are rounded twice), huge |y| reduced by the
 // bits of 2/pi, and the special values of C's cexp (signed zeros, infinities
-// and NaN).  Finite arguments with an infinite part report overflow; an
-// infinite y with finite x (NaN parts) reports a domain error, as the real
-// sine does.  Single precision: one kernel for every slot; double: LA
+// and NaN).  Finite arguments with an infinite part report overflow, with a
+// part below the normal range (subnormal or zero; the imaginary part of a
+// real argument is an exact zero) underflow, as the real exponential does;
+// an infinite y with finite x (NaN parts) reports a domain error, as the
+// real sine does.  Single precision: one kernel for every slot; double: LA
 // shares the HA kernel, EP rounds e^x, cos y and sin y before the products
 // (exp_lanes_plain).
 #pragma once
@@ -96,22 +98,26 @@ struct ExpOp {
     using C = PlanarOf<Real>;
     using Mask = Real;
     static constexpr bool reads_mode = true;
-    CV<Real> operator()(CV<Real> a, RV<Real>& m) const {
-        return map_cc<Real>(a, m, [](ZD z, vd& mark) {
+    QOR_KERNEL_INLINE CV<Real> operator()(CV<Real> a, RV<Real>& m) const {
+        using S = simd::Simd<Real>;
+        const CV<Real> r = map_cc<Real>(a, m, [](ZD z, vd& mark) __attribute__((always_inline)) {
             if constexpr (Plain) return exp_lanes_plain(z.re, z.im, mark);
             else return exp_lanes(z.re, z.im, mark);
         });
+        // Parts below the normal range go to the scalar routine, which reports them.
+        const RV<Real> im_tiny = S::bit_andnot(S::eq(a.im, S::set1(Real(0))), below_normal<Real>(r.im));
+        m = S::bit_or(m, S::bit_or(below_normal<Real>(r.re), im_tiny));
+        return r;
     }
-    int fix(const C& a, C& r) const { return fix_cc(a, r, exp_scalar); }
+    // cos y and sin y are not zero for any y but sin 0: a part below the
+    // normal range from finite arguments is an underflow.
+    int fix(const C& a, C& r) const {
+        const int code = fix_cc(a, r, exp_scalar);
+        return with_underflow(code, finite2(a.re, a.im), true, a.im != 0, r.re, r.im);
+    }
 };
 
 // cos y + i sin y; an infinite y gives NaN parts and a domain error.
-QOR_KERNEL_INLINE ZD cis_lanes(vd y, vd& mark) {
-    mark = trig_outside(y);
-    const SinCos t = sincos_lanes(SD::bit_andnot(mark, y));
-    return {sum(t.c), sum(t.s)};
-}
-
 inline int cis_scalar(double y, double& u, double& v) {
     if (!std::isfinite(y)) {
         u = v = std::numeric_limits<double>::quiet_NaN();
@@ -128,17 +134,15 @@ struct CisOp {
     using C = PlanarOf<Real>;
     using Mask = Real;
     static constexpr bool reads_mode = true;
-    CV<Real> operator()(RV<Real> y, RV<Real>& m) const {
-        if constexpr (std::is_same_v<Real, float>) {
-            // Single precision: the SinCos kernel's steps (in double, rounded once).
-            const trig::SingleSinCos<Variant::HA> sincos;
-            vf s, c;
-            sincos(y, s, c);
-            m = sincos.special(y, s, c);
-            return {c, s};
-        } else {
-            return map_rc<Real>(y, m, cis_lanes);
-        }
+    QOR_KERNEL_INLINE CV<Real> operator()(RV<Real> y, RV<Real>& m) const {
+        // The steps of the real SinCos kernel (single precision in double,
+        // rounded once).
+        std::conditional_t<std::is_same_v<Real, float>, trig::SingleSinCos<Variant::HA>, trig::DoubleSinCos<Variant::HA>>
+            sincos;
+        RV<Real> s, c;
+        sincos(y, s, c);
+        m = sincos.special(y, s, c);
+        return {c, s};
     }
     int fix(Real y, C& r) const {
         double u, v;

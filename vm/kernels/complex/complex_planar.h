@@ -154,6 +154,25 @@ int fix_ccc(const C& a, const C& b, C& r, F f) {
 inline double lane0(vd x) { return simd::vget0_d_vd(x); }
 inline vd splat(double x) { return SD::set1(x); }
 
+// ---- underflow -------------------------------------------------------------------
+// Lanes of a result part below the normal range (subnormal or zero).
+template <class Real>
+QOR_KERNEL_INLINE RV<Real> below_normal(RV<Real> v) {
+    using S = simd::Simd<Real>;
+    return S::lt(S::abs(v), S::set1(std::numeric_limits<Real>::min()));
+}
+
+// The code of a result computed by a scalar routine, turned into underflow
+// when the arguments are finite and a part whose exact value is not zero
+// (re_nonzero, im_nonzero) came out below the normal range.
+template <class Real>
+int with_underflow(int code, bool finite_args, bool re_nonzero, bool im_nonzero, Real re, Real im) {
+    const Real tiny = std::numeric_limits<Real>::min();
+    if (code != QOR_VM_STATUS_OK || !finite_args) return code;
+    return (re_nonzero && std::fabs(re) < tiny) || (im_nonzero && std::fabs(im) < tiny) ? QOR_VM_STATUS_UNDERFLOW
+                                                                                          : code;
+}
+
 // ---- pair arithmetic -----------------------------------------------------------------
 // a * b for pairs, rounded once, with the sign of a.hi * b.hi (so zeros get
 // the sign the product of the parts gives them).  The low parts may be up
@@ -165,6 +184,32 @@ QOR_KERNEL_INLINE vd mul_round(Pair a, Pair b) {
     const vd v = SD::add(p.hi, SD::add(p.lo, cross));
     return SD::bit_or(SD::abs(v), sign_of<double>(SD::bit_xor(a.hi, b.hi)));
 }
+
+// hi + lo = a + b for pairs, lo not normalised.
+QOR_KERNEL_INLINE Pair add_pairs(Pair a, Pair b) {
+    const Pair s = pair::two_sum(a.hi, b.hi);
+    return {s.hi, SD::add(s.lo, SD::add(a.lo, b.lo))};
+}
+
+// a * b for pairs whose low parts are small beside the high ones (within
+// about 2^-50), as a pair within about 2^-100 relative; lo not normalised.
+QOR_KERNEL_INLINE Pair mul_pairs(Pair a, Pair b) {
+    const Pair p = pair::two_prod(a.hi, b.hi);
+    return {p.hi, SD::add(p.lo, SD::add(SD::mul(a.hi, b.lo), SD::mul(a.lo, b.hi)))};
+}
+
+// n/d for pairs, d positive, given inv = 1/d.hi rounded: the quotient
+// n.hi inv corrected by its exact residual (the residual is small, so its
+// product with inv is accurate far beyond the last bit of the result).
+QOR_KERNEL_INLINE vd divide_pairs(Pair n, Pair d, vd inv) {
+    const vd q = SD::mul(n.hi, inv);
+    const Pair qd = pair::two_prod(q, d.hi);
+    const vd rest = SD::sub(SD::add(SD::sub(SD::sub(n.hi, qd.hi), qd.lo), n.lo), SD::mul(q, d.lo));
+    return SD::add(q, SD::mul(rest, inv));
+}
+
+// The pair with its low part brought below half an ulp of the high one.
+QOR_KERNEL_INLINE Pair normalised(Pair a) { return pair::fast_two_sum(a.hi, a.lo); }
 
 // hi + lo rounded.
 QOR_KERNEL_INLINE vd sum(Pair a) { return SD::add(a.hi, a.lo); }

@@ -114,7 +114,7 @@ struct PowOp {
     using C = PlanarOf<Real>;
     using Mask = Real;
     static constexpr bool reads_mode = true;
-    CV<Real> operator()(CV<Real> a, CV<Real> b, RV<Real>& m) const { return map_ccc<Real>(a, b, m, pow_lanes); }
+    QOR_KERNEL_INLINE CV<Real> operator()(CV<Real> a, CV<Real> b, RV<Real>& m) const { return map_ccc<Real>(a, b, m, pow_lanes); }
     int fix(const C& a, const C& b, C& r) const { return fix_ccc(a, b, r, pow_scalar); }
 };
 
@@ -134,7 +134,7 @@ struct PowxOp {
     template <class B>
     explicit PowxOp(B b) : PowxOp(b.re, b.im) {}
     C exponent() const { return w; }
-    CV<Real> operator()(CV<Real> a, RV<Real>& m) const { return map_ccc<Real>(a, wv, m, pow_lanes); }
+    QOR_KERNEL_INLINE CV<Real> operator()(CV<Real> a, RV<Real>& m) const { return map_ccc<Real>(a, wv, m, pow_lanes); }
     int fix(const C& a, C& r) const { return fix_ccc(a, w, r, pow_scalar); }
 };
 

@@ -80,7 +80,7 @@ struct SqrtOp {
     using C = PlanarOf<Real>;
     using Mask = Real;
     static constexpr bool reads_mode = true;
-    CV<Real> operator()(CV<Real> a, RV<Real>& m) const { return map_cc<Real>(a, m, sqrt_lanes); }
+    QOR_KERNEL_INLINE CV<Real> operator()(CV<Real> a, RV<Real>& m) const { return map_cc<Real>(a, m, sqrt_lanes); }
     int fix(const C& a, C& r) const { return fix_cc(a, r, sqrt_scalar); }
 };
 
