@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "basic_support.h"
+#include "qor/qor.h"
 #include "qor/qor_ss.h"
 
 namespace {
@@ -257,6 +258,71 @@ TEST(RobustCovariance, ConsistentAtTheNormalModel) {
         ASSERT_EQ(fit.rcov(method), 0);
         EXPECT_EQ(fit.mean, first_mean);
     }
+}
+
+// 3000 observations of 5 variables, the first 300 a tight cluster far off
+// (shifted by 7 in every variable): all three methods find exactly the
+// cluster, in either layout, either precision and either integer width,
+// and through the public calls of the core.
+TEST(RobustCovariance, PlantedClusterInEveryLayoutPrecisionAndWidth) {
+    const int64_t n = 3000, p = 5;
+    std::mt19937_64 g(11);
+    std::normal_distribution<double> normal;
+    Matrix x(n, p);
+    for (int64_t j = 0; j < n; ++j)
+        for (int64_t i = 0; i < p; ++i) x(j, i) = j < 300 ? 7 + 0.1 * normal(g) : normal(g) + 0.5 * i;
+    const double cut = 20.515;  // chi-square(5) 0.999-quantile
+    for (int method : {SS_METHOD_FAST_MCD, SS_METHOD_TBS, SS_METHOD_BACON}) {
+        Robust<double> rows(x);
+        ASSERT_EQ(method == SS_METHOD_BACON ? rows.outliers() : rows.rcov(method), 0);
+        const auto flagged = rows.flagged(cut);
+        const auto planted = first(300);
+        EXPECT_TRUE(std::includes(flagged.begin(), flagged.end(), planted.begin(), planted.end())) << method;
+        EXPECT_LE(flagged.size(), 310u) << method;
+        const auto reference = rows.distances();
+
+        // Variables in rows, 32-bit integers: the same fit.
+        Robust<double> columns(x);
+        for (int64_t j = 0; j < n; ++j)
+            for (int64_t i = 0; i < p; ++i) columns.obs[i * n + j] = x(j, i);
+        int32_t p32 = int32_t(p), n32 = int32_t(n), storage32 = SS_OBS_VARIABLES_IN_ROWS, code32 = 0, count32 = 0;
+        columns.task->wide_ints = 0;
+        columns.task->dim = &p32, columns.task->obs_count = &n32, columns.task->obs_storage = &storage32;
+        columns.task->robust_cov_storage = &code32, columns.task->rcov_param_count = &count32;
+        columns.task->outlier_param_count = &count32;
+        ASSERT_EQ(method == SS_METHOD_BACON ? columns.outliers() : columns.rcov(method), 0);
+        EXPECT_EQ(*reinterpret_cast<const int32_t*>(columns.task->mahal_inputs[SS_MAHAL_DISTANCE_COUNT]), n32);
+        const auto d = columns.distances();
+        for (int64_t j = 0; j < n; j += 7) EXPECT_NEAR(d[j], reference[j], 1e-9 * (1 + reference[j])) << method;
+        EXPECT_EQ(columns.mean, rows.mean);
+        EXPECT_EQ(columns.weights, rows.weights);
+
+        Robust<float> single(x);
+        ASSERT_EQ(method == SS_METHOD_BACON ? single.outliers() : single.rcov(method), 0);
+        const auto ds = single.distances();
+        for (int64_t j = 0; j < n; j += 7) EXPECT_NEAR(ds[j], reference[j], 1e-4 * (1 + reference[j])) << method;
+    }
+
+    // The core's calls on a core task: the same answers; the other precision refused.
+    ASSERT_EQ(qor_init(), QOR_STATUS_OK);
+    int64_t pp = p, nn = n, storage = SS_OBS_OBSERVATIONS_IN_ROWS, full = SS_MATRIX_STORAGE_FULL, none = 0;
+    std::vector<double> obs(n * p), mean(p), cov(p * p), weights(n);
+    for (int64_t j = 0; j < n; ++j)
+        for (int64_t i = 0; i < p; ++i) obs[j * p + i] = x(j, i);
+    qor_ss_task* task = nullptr;
+    ASSERT_EQ(qor_dss_new_task(&task, &pp, &nn, &storage, obs.data(), nullptr, nullptr), 0);
+    ASSERT_EQ(qor_dss_edit_rcov(task, &full, &none, nullptr, mean.data(), cov.data()), 0);
+    ASSERT_EQ(qor_dss_edit_out_detect(task, &none, nullptr, weights.data()), 0);
+    EXPECT_EQ(qor_sss_robust_covariance(task, SS_EST_ROBUST_COV, SS_METHOD_FAST_MCD), SS_ERR_TASK);
+    EXPECT_EQ(qor_sss_outlier_detection(task, SS_EST_OUTLIERS, SS_METHOD_BACON), SS_ERR_TASK);
+    ASSERT_EQ(qor_dss_robust_covariance(task, SS_EST_ROBUST_COV, SS_METHOD_FAST_MCD), 0);
+    ASSERT_EQ(qor_dss_outlier_detection(task, SS_EST_OUTLIERS, SS_METHOD_BACON), 0);
+    Robust<double> direct(x);
+    ASSERT_EQ(direct.rcov(SS_METHOD_FAST_MCD), 0);
+    ASSERT_EQ(direct.outliers(), 0);
+    for (int64_t i = 0; i < p; ++i) EXPECT_NEAR(mean[i], direct.mean[i], 1e-12);
+    EXPECT_EQ(std::vector<double>(weights.begin(), weights.end()), direct.weights);
+    EXPECT_EQ(qor_ss_delete_task(&task), 0);
 }
 
 // Each failure leaves every output as it was.
