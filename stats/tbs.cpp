@@ -17,6 +17,8 @@ namespace {
 constexpr int kSimpsonIntervals = 2000;  // even
 constexpr int kBisections = 100;
 constexpr int kScaleSteps = 200;
+constexpr int kMaxWorkers = 64;
+constexpr int64_t kObservationsPerThread = 16384;
 
 struct Biweight {
     double m, c;
@@ -74,24 +76,48 @@ Biweight constants(const TbsSettings& set, double q) {
     return {top - c, c};
 }
 
-double mean_rho(const Biweight& b, const double* d, int64_t n, double k) {
+// The distances and the threads the scale equation is solved over.
+struct Distances {
+    const double* d;
+    int64_t n;
+    const qor_threading* threading;
+    int workers;
+};
+
+struct RhoJob {
+    const Biweight* b;
+    const Distances* x;
+    double scale;
+    double* partial;
+    void operator()(int w) const {
+        double sum = 0;
+        for (int64_t j = x->n * w / x->workers, end = x->n * (w + 1) / x->workers; j < end; ++j)
+            sum += b->rho(x->d[j] * scale);
+        partial[w] = sum;
+    }
+};
+
+double mean_rho(const Biweight& b, const Distances& x, double k) {
+    double partial[kMaxWorkers];
+    RhoJob job{&b, &x, 1 / k, partial};
+    run_workers(x.threading, x.workers, job);
     double sum = 0;
-    for (int64_t j = 0; j < n; ++j) sum += b.rho(d[j] / k);
-    return sum / static_cast<double>(n);
+    for (int w = 0; w < x.workers; ++w) sum += partial[w];
+    return sum / static_cast<double>(x.n);
 }
 
 // The k > 0 with mean rho(d_j / k) = target (the mean falls as k grows):
 // a bracket by doubling, then regula falsi in log k with the Illinois
 // halving.
-double solve_scale(const Biweight& b, const double* d, int64_t n, double target) {
+double solve_scale(const Biweight& b, const Distances& d, double target) {
     double lo = 0, hi = 0;  // log k
-    double f_lo = mean_rho(b, d, n, 1) - target, f_hi = f_lo;
-    for (int k = 0; k < kScaleSteps && f_hi > 0; ++k) f_hi = mean_rho(b, d, n, std::exp(hi += 1)) - target;
-    for (int k = 0; k < kScaleSteps && f_lo < 0; ++k) f_lo = mean_rho(b, d, n, std::exp(lo -= 1)) - target;
+    double f_lo = mean_rho(b, d, 1) - target, f_hi = f_lo;
+    for (int k = 0; k < kScaleSteps && f_hi > 0; ++k) f_hi = mean_rho(b, d, std::exp(hi += 1)) - target;
+    for (int k = 0; k < kScaleSteps && f_lo < 0; ++k) f_lo = mean_rho(b, d, std::exp(lo -= 1)) - target;
     int side = 0;
     for (int k = 0; k < kScaleSteps && hi - lo > 1e-13; ++k) {
         const double x = f_lo == f_hi ? 0.5 * (lo + hi) : (lo * f_hi - hi * f_lo) / (f_hi - f_lo);
-        const double f = mean_rho(b, d, n, std::exp(x)) - target;
+        const double f = mean_rho(b, d, std::exp(x)) - target;
         if (f == 0) return std::exp(x);
         if (f > 0) {
             lo = x, f_lo = f;
@@ -119,11 +145,14 @@ int32_t tbs_refine(const Sample& data, const TbsSettings& set, double* mean, dou
     auto* d = static_cast<double*>(qor_serv_allocate(bytes, kTaskAlignment));
     if (!d) return SS_ERR_NO_MEMORY;
     double* u = d + n;
+    const int workers = static_cast<int>(
+        std::clamp<int64_t>(n / kObservationsPerThread, 1, std::min(kMaxWorkers, thread_limit(data.threading))));
+    const Distances distances{d, n, data.threading, workers};
     double log_det = 0, previous = 0;
     int32_t status = squared_distances(data, mean, cov, d, log_det);
     for (int64_t it = 0; status == SS_OK; ++it) {
         for (int64_t j = 0; j < n; ++j) d[j] = std::sqrt(d[j]);
-        const double k = solve_scale(b, d, n, target);
+        const double k = solve_scale(b, distances, target);
         for (int64_t i = 0; i < q * q; ++i) cov[i] *= k * k;
         for (int64_t j = 0; j < n; ++j) d[j] /= k;
         log_det += 2 * static_cast<double>(q) * std::log(k);
