@@ -16,6 +16,8 @@ namespace {
 // Observations gathered per triangular or rank-k product.
 constexpr int64_t kBlock = 256;
 constexpr int64_t kObservationsPerThread = 4096;
+// A squared Cholesky pivot at most this share of its diagonal entry.
+constexpr double kSingularPivot = 1e-13;
 
 int workers_for(const Sample& s) {
     return static_cast<int>(std::clamp<int64_t>(s.n / kObservationsPerThread, 1, thread_limit(s.threading)));
@@ -169,6 +171,10 @@ int32_t squared_distances(const Sample& s, const double* mean, const double* cov
     int info = 0;
     qor_dpotrf("L", &qi, inverse, &qi, &info);
     if (info != 0) return SS_ERR_NOT_POSITIVE_DEFINITE;
+    // A pivot lost to rounding (an exactly singular matrix rarely factors
+    // to an exact zero) counts as singular too.
+    for (int64_t i = 0; i < q; ++i)
+        if (inverse[i + i * q] * inverse[i + i * q] <= kSingularPivot * cov[i + i * q]) return SS_ERR_NOT_POSITIVE_DEFINITE;
     log_det = 0;
     for (int64_t i = 0; i < q; ++i) log_det += 2 * std::log(inverse[i + i * q]);
     if (!d2) return SS_OK;

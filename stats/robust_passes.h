@@ -36,7 +36,8 @@ int32_t weighted_scatter(const Sample& s, const double* a, const double* b, doub
 
 // d2[j] = (x_j - mean)' cov^-1 (x_j - mean) (d2 may be null) and the log
 // determinant of cov.  SS_ERR_NOT_POSITIVE_DEFINITE when the Cholesky
-// factorisation fails, SS_ERR_NO_MEMORY.
+// factorisation fails or leaves a squared pivot below 1e-13 of its
+// diagonal entry (singular up to rounding), SS_ERR_NO_MEMORY.
 int32_t squared_distances(const Sample& s, const double* mean, const double* cov, double* d2, double& log_det);
 
 // Marks with 1 in `flags` the h observations of smallest d2 and the others
