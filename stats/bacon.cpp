@@ -7,8 +7,8 @@
 // method: the smallest Mahalanobis distances under the mean and covariance
 // of all observations (SS_BACON_INIT_MAHALANOBIS, affine equivariant), or
 // the smallest Euclidean distances to the coordinate-wise median
-// (SS_BACON_INIT_MEDIAN, robust); it grows by the next nearest while its
-// covariance is singular.  Then, with r the subset's size,
+// (SS_BACON_INIT_MEDIAN, robust); it grows by half again, nearest first,
+// while its covariance is singular.  Then, with r the subset's size,
 // h = floor((n + q + 1)/2), c_np = 1 + (q + 1)/(n - q) + 2/(n - 1 - 3q) and
 // c_hr = max(0, (h - r)/(h + r)), the next subset is every observation whose
 // distance under the subset's mean and covariance is below
@@ -95,9 +95,11 @@ int32_t bacon(const Sample& s, const Settings& set, double* work, int64_t* order
     double *mean = work, *cov = work + q, *d2 = cov + q * q, r = 0;
     if (const int32_t status = initial_distances(s, set.from_median, mean, cov, flags, d2)) return status;
     int32_t status = SS_ERR_NOT_POSITIVE_DEFINITE;
-    for (int64_t m = std::min(n, kSubsetPerVariable * q); m <= n && status == SS_ERR_NOT_POSITIVE_DEFINITE; ++m) {
+    // Grown by half while singular, so that degenerate data end in a few tries.
+    for (int64_t m = std::min(n, kSubsetPerVariable * q);; m = std::min(n, m + std::max<int64_t>(1, m / 2))) {
         mark_smallest(d2, n, m, order, flags);
         status = subset_fit(s, flags, mean, cov, r);
+        if (status != SS_ERR_NOT_POSITIVE_DEFINITE || m == n) break;
     }
     if (status != SS_OK) return status;
     const double nd = static_cast<double>(n), qd = static_cast<double>(q);
