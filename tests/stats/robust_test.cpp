@@ -8,6 +8,8 @@
 
 #include <Eigen/Dense>
 #include <algorithm>
+#include <cctype>
+#include <cmath>
 #include <fstream>
 #include <numeric>
 #include <random>
