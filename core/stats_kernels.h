@@ -29,7 +29,8 @@
     X(cor_parametrization, CorParametrization)                                               \
     X(wmedian, WMedian) X(stream_quantiles, StreamQuantiles) X(pooled_covariance, PooledCovariance)          \
     X(partial_covariance, PartialCovariance) X(mah_distance, MahDistance)                    \
-    X(missing_values, MissingValues)
+    X(missing_values, MissingValues)                                                         \
+    X(robust_covariance, RobustCovariance) X(outlier_detection, OutlierDetection)
 #define QOR_CORE_STATS_COMPUTE_EXPORTS(p) QOR_CORE_STATS_COMPUTE_ENTRIES(QOR_CORE_STATS_COMPUTE_EXPORT_##p)
 #define QOR_CORE_STATS_COMPUTE_EXPORT_d(name, Export) QOR_CORE_STATS_EXPORT(d_##name, _rixdSS##Export)
 #define QOR_CORE_STATS_COMPUTE_EXPORT_s(name, Export) QOR_CORE_STATS_EXPORT(s_##name, _rixsSS##Export)

@@ -252,6 +252,8 @@ enum {
 #define SS_EST_STREAM_QUANTILES UINT64_C(0x40000)      /* bit 18 */
 #define SS_EST_PARTIAL_COV UINT64_C(0x80000)           /* bit 19 */
 #define SS_EST_PARTIAL_COR UINT64_C(0x100000)          /* bit 20 */
+#define SS_EST_ROBUST_COV UINT64_C(0x200000)           /* bit 21 */
+#define SS_EST_OUTLIERS UINT64_C(0x400000)             /* bit 22 */
 #define SS_EST_WEIGHTED_MEDIAN UINT64_C(0x800000000)   /* bit 35 */
 #define SS_EST_MAHALANOBIS UINT64_C(0x1000000000)      /* bit 36 */
 #define SS_EST_MISSING_VALUES UINT64_C(0x800000)        /* bit 23 */
@@ -267,6 +269,9 @@ enum {
     SS_METHOD_OBS_3 = 256,           /* from observations around the task's supplied mean */
     SS_METHOD_SUMS_1 = 512,          /* from sums accumulated earlier */
     SS_METHOD_SUMS_2 = 1024,         /* from sums accumulated earlier */
+    SS_METHOD_TBS = 0x800,           /* robust covariance: translated-biweight S-estimate */
+    SS_METHOD_FAST_MCD = 0x1000,     /* robust covariance: minimum covariance determinant */
+    SS_METHOD_BACON = 0x2000,        /* outlier detection */
     SS_METHOD_SORT = 0x100000,       /* bit 20 */
     SS_METHOD_MI_EM = 0x200000,      /* missing values: EM for the mean and covariance */
     SS_METHOD_MI_DA = 0x400000       /* missing values: EM, then data augmentation */
@@ -607,6 +612,89 @@ enum {
     SS_MV_DEFAULT_SEED = 20261124
 };
 QOR_SS_COMPUTE_ENTRY(SSMissingValues)
+/* Robust mean and covariance (SS_EST_ROBUST_COV) of the selected variables
+ * into robust_mean and robust_cov (in the form of robust_cov_storage);
+ * every observation counts once, the weights are not read.
+ *   SS_METHOD_FAST_MCD: the minimum covariance determinant by FAST-MCD
+ *     (Rousseeuw and Van Driessen): random (q+1)-subsets improved by
+ *     C-steps, nested parts of 300 of at most 1500 observations above 600,
+ *     over h = floor(2 n2 - n + 2 (1 - breakdown)(n - n2)) observations,
+ *     n2 = floor((n + q + 1)/2); the h-subset's covariance (divisor h - 1)
+ *     times the consistency factor h/n / F_{q+2}(chi2_q quantile of h/n);
+ *     reweighted (unless SS_RCOV_REWEIGHT is 0) over the observations
+ *     whose squared distance is within the chi2_q 0.975-quantile, their
+ *     covariance times 0.975 / F_{q+2}(chi2_q 0.975-quantile).  No
+ *     small-sample correction is applied.
+ *   SS_METHOD_TBS: Rocke's translated-biweight S-estimate, consistent at
+ *     the normal model, with the breakdown point and the asymptotic
+ *     rejection probability given (a breakdown point that the rejection
+ *     probability puts out of reach becomes the largest reachable, that of
+ *     the plain biweight), iterated from the reweighted FAST-MCD fit until
+ *     the log determinant moves less than accuracy * q.
+ * The random subsets come from an MCG59 stream seeded with SS_RCOV_SEED,
+ * so results repeat.  rcov_param_count (0 to SS_RCOV_PARAM_ROOM) values
+ * of rcov_params, in the order below, replace the defaults in brackets:
+ * breakdown point in (0, 0.5] [0.5], rejection probability in (0, 1)
+ * [0.001], accuracy > 0 [1e-6], maximum number of iterations (S-estimate
+ * steps and final C-steps) >= 1 [100], number of random subsets >= 1
+ * [500], reweighting on when non-zero [1], seed in [0, 2^32) [1], start
+ * of the S-estimate [0: the FAST-MCD fit; 1: the values robust_mean and
+ * robust_cov hold when the call starts].
+ * Statuses in order: the task and data checks, SS_ERR_OBS,
+ * SS_ERR_ROBUST_COV, SS_ERR_ROBUST_MEAN, SS_ERR_STORAGE, SS_ERR_OBS_STORAGE
+ * (a storage code other than 0, 1, 2), SS_ERR_RCOV_PARAM_COUNT,
+ * SS_ERR_RCOV_PARAMS (missing or out of range), SS_ERR_METHOD (not exactly
+ * one of the two methods), then SS_ERR_NOT_POSITIVE_DEFINITE when no
+ * h-subset has a regular covariance, SS_ERR_NO_MEMORY.  Nothing is written
+ * on failure.
+ *
+ * After a successful call the task holds the robust distances
+ * sqrt((x_j - m)' S^-1 (x_j - m)) of the n observations under the result,
+ * in a buffer of its own named by mahal_inputs[SS_MAHAL_DISTANCES] with
+ * the count n at mahal_inputs[SS_MAHAL_DISTANCE_COUNT]; it is reused by the
+ * next call and released with the task.  The caller reads those two words
+ * but leaves them as they are while the task holds the buffer: pointed
+ * elsewhere, the buffer is no longer found and is lost. */
+enum {
+    SS_RCOV_BREAKDOWN = 0,
+    SS_RCOV_REJECTION = 1,
+    SS_RCOV_ACCURACY = 2,
+    SS_RCOV_MAX_ITERATIONS = 3,
+    SS_RCOV_SUBSETS = 4,
+    SS_RCOV_REWEIGHT = 5,
+    SS_RCOV_SEED = 6,
+    SS_RCOV_START = 7,
+    SS_RCOV_PARAM_ROOM = 8
+};
+QOR_SS_COMPUTE_ENTRY(SSRobustCovariance)
+/* Outlier detection (SS_EST_OUTLIERS; SS_METHOD_BACON): BACON (Billor,
+ * Hadi and Velleman) on the selected variables, 1 in outlier_weights[j]
+ * for an observation of the final basic subset, 0 for an outlier.  The
+ * basic subset starts with the 4q observations nearest the centre (by the
+ * initial method), then is every observation whose Mahalanobis distance
+ * under the subset's mean and covariance is below
+ * (c_np + c_hr) sqrt(chi2_q quantile of 1 - alpha/n), with
+ * c_np = 1 + (q+1)/(n-q) + 2/(n-1-3q), c_hr = max(0, (h-r)/(h+r)),
+ * h = floor((n+q+1)/2) and r the subset's size; it stops when at most
+ * accuracy * n observations change sides.  outlier_param_count (0 to
+ * SS_BACON_PARAM_ROOM) values of outlier_params replace the defaults:
+ * initial method [SS_BACON_INIT_MAHALANOBIS: distances under the mean and
+ * covariance of all observations; SS_BACON_INIT_MEDIAN: Euclidean
+ * distances to the coordinate-wise median], alpha in (0, 1) [0.05],
+ * accuracy in [0, 1) [0].  Statuses in order: the task and data checks,
+ * SS_ERR_OBS, SS_ERR_OUTLIER_WEIGHTS, SS_ERR_OUTLIER_PARAM_COUNT,
+ * SS_ERR_OUTLIER_PARAMS, SS_ERR_METHOD, SS_ERR_NOT_POSITIVE_DEFINITE,
+ * SS_ERR_NO_MEMORY; nothing is written on failure.  The final distances
+ * are kept in the task as after a robust covariance. */
+enum {
+    SS_BACON_INIT = 0,
+    SS_BACON_ALPHA = 1,
+    SS_BACON_ACCURACY = 2,
+    SS_BACON_PARAM_ROOM = 3,
+    SS_BACON_INIT_MAHALANOBIS = 0,
+    SS_BACON_INIT_MEDIAN = 1
+};
+QOR_SS_COMPUTE_ENTRY(SSOutlierDetection)
 
 QOR_END_C
 

@@ -367,6 +367,42 @@ QOR_CORE_API int qor_sss_mah_distance(qor_ss_task* task, uint64_t estimates, int
  * _rixdSSMissingValues in qor_ss.h. */
 QOR_CORE_API int qor_dss_missing_values(qor_ss_task* task, uint64_t estimates, int method);
 QOR_CORE_API int qor_sss_missing_values(qor_ss_task* task, uint64_t estimates, int method);
+/* Robust mean and covariance (SS_EST_ROBUST_COV) of the selected variables
+ * into robust_mean and robust_cov in the form of robust_cov_storage (all
+ * registered by qor_dss_edit_rcov, with the parameters): FAST-MCD
+ * (SS_METHOD_FAST_MCD; raw minimum covariance determinant over h
+ * observations, consistency factor, reweighting at the chi-square 0.975
+ * cut) or Rocke's translated-biweight S-estimate started from it
+ * (SS_METHOD_TBS).  Up to SS_RCOV_PARAM_ROOM parameters, indexed by
+ * SS_RCOV_ (defaults in brackets): breakdown point (0, 0.5] [0.5],
+ * asymptotic rejection probability (0, 1) [0.001], accuracy [1e-6],
+ * maximum iterations [100], random subsets [500], reweighting on [1],
+ * seed [1], the S-estimate's start (0: FAST-MCD, 1: the values robust_mean
+ * and robust_cov hold) [0]; the random subsets are reproducible from the
+ * seed.  Missing
+ * arrays give SS_ERR_ROBUST_COV, SS_ERR_ROBUST_MEAN, SS_ERR_STORAGE,
+ * SS_ERR_RCOV_PARAM_COUNT (also a count above the room), SS_ERR_RCOV_PARAMS
+ * (also a value out of range); a storage code other than 0, 1, 2
+ * SS_ERR_OBS_STORAGE; data without a regular h-subset
+ * SS_ERR_NOT_POSITIVE_DEFINITE.  Afterwards the task's
+ * mahal_inputs[SS_MAHAL_DISTANCES] names the robust distances of the n
+ * observations (count at mahal_inputs[SS_MAHAL_DISTANCE_COUNT]), held by
+ * the task until it is deleted; leave those two words as they are. */
+QOR_CORE_API int qor_dss_robust_covariance(qor_ss_task* task, uint64_t estimates, int method);
+QOR_CORE_API int qor_sss_robust_covariance(qor_ss_task* task, uint64_t estimates, int method);
+
+/* Outlier detection (SS_EST_OUTLIERS; SS_METHOD_BACON) by BACON over the
+ * selected variables: outlier_weights[j] = 0 for an outlier, 1 otherwise
+ * (registered by qor_dss_edit_out_detect with the parameters).  Up to
+ * SS_BACON_PARAM_ROOM parameters, indexed by SS_BACON_ (defaults in
+ * brackets): initial subset by Mahalanobis distances from the classical
+ * fit or by distances to the median [SS_BACON_INIT_MAHALANOBIS], alpha
+ * (0, 1) [0.05], accuracy [0: stop when no observation changes sides].
+ * Missing arrays give SS_ERR_OUTLIER_WEIGHTS, SS_ERR_OUTLIER_PARAM_COUNT,
+ * SS_ERR_OUTLIER_PARAMS; the final distances stay in the task as after
+ * qor_dss_robust_covariance. */
+QOR_CORE_API int qor_dss_outlier_detection(qor_ss_task* task, uint64_t estimates, int method);
+QOR_CORE_API int qor_sss_outlier_detection(qor_ss_task* task, uint64_t estimates, int method);
 
 QOR_END_C
 
