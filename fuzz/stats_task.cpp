@@ -51,15 +51,19 @@ struct Api<float> {
         qor_sss_mah_distance};
 };
 
-// An integer a parameter may hold: a count within the arrays, a storage
-// code, a 0/1 flag, or a value just outside.
+// An integer a parameter may hold: a count within the arrays' reach (the
+// kernels take counts on trust as the arrays' lengths), a storage code, or
+// a small value for index arrays; each may be just outside its range.
 int64_t integer_value(FuzzInput& in, int code) {
     switch (code) {
         case SS_PARAM_DIM: return in.in(-1, kMaxDim);
         case SS_PARAM_OBS_COUNT: return in.in(-1, kMaxObs);
-        case SS_PARAM_QUANT_ORDER_COUNT:
-        case SS_PARAM_SQ_ORDER_COUNT: return in.in(-1, kMaxOrders);
-        default: return in.take<uint8_t>() % 2 ? in.pick(kStorages) : in.in(-2, kMaxOrders);
+        case SS_PARAM_QUANT_ORDER_COUNT: case SS_PARAM_SQ_ORDER_COUNT: case SS_PARAM_RCOV_PARAM_COUNT:
+        case SS_PARAM_OUTLIER_PARAM_COUNT: case SS_PARAM_MV_PARAM_COUNT: case SS_PARAM_MV_INIT_COUNT:
+        case SS_PARAM_MV_SIM_COUNT: case SS_PARAM_MV_EST_COUNT: case SS_PARAM_MV_PRIOR_COUNT:
+        case SS_PARAM_SQ_PARAM_COUNT: case SS_PARAM_REQUESTED_GROUPS: return in.in(-2, kMaxOrders);
+        case SS_PARAM_INDICES: case SS_PARAM_GROUP_INDICES: case SS_PARAM_PARTIAL_INDEX: return in.in(-1, 2);
+        default: return in.take<uint8_t>() % 4 ? in.pick(kStorages) : in.in(-2, kMaxOrders);
     }
 }
 
@@ -82,8 +86,10 @@ void run(FuzzInput& in) {
             case 0: {  // an integer parameter: the value, or an array of small integers
                 const std::size_t k = in.take<uint8_t>() % ints.size();
                 const int code = kIntegerCodes[k];
-                for (int64_t& v : ints[k]) v = integer_value(in, code) % 3;
-                ints[k][0] = integer_value(in, code);
+                if (code == SS_PARAM_INDICES || code == SS_PARAM_GROUP_INDICES || code == SS_PARAM_PARTIAL_INDEX)
+                    for (int64_t& v : ints[k]) v = integer_value(in, code);
+                else
+                    ints[k][0] = integer_value(in, code);
                 qor_ss_edit_task_i(task, code, ints[k].data());
                 break;
             }
