@@ -2,7 +2,9 @@
 // its seed corpus, then a fixed number of deterministic mutations of them
 // (bit flips, byte changes, truncations, insertions, splices), so that any
 // compiler and sanitizer build exercises the target the same way each time.
-//   fuzz_smoke_<target> CORPUS_DIR [MUTATIONS]
+//   fuzz_<target> CORPUS_DIR [MUTATIONS]
+// With QOR_FUZZ_LAST set, each input is written to that file before it
+// runs, so that the input of a crash is left there.
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -15,6 +17,15 @@
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size);
 
 namespace {
+
+void run(const std::vector<uint8_t>& input) {
+    static const char* last = std::getenv("QOR_FUZZ_LAST");
+    if (last) {
+        std::ofstream out(last, std::ios::binary | std::ios::trunc);
+        out.write(reinterpret_cast<const char*>(input.data()), static_cast<std::streamsize>(input.size()));
+    }
+    LLVMFuzzerTestOneInput(input.data(), input.size());
+}
 
 using Bytes = std::vector<uint8_t>;
 
@@ -86,13 +97,12 @@ int main(int argc, char** argv) {
     for (const auto& path : files) {
         std::ifstream in(path, std::ios::binary);
         corpus.emplace_back(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-        LLVMFuzzerTestOneInput(corpus.back().data(), corpus.back().size());
+        run(corpus.back());
     }
     if (corpus.empty()) corpus.emplace_back();
     Random rnd;
     for (long i = 0; i < mutations; ++i) {
-        const Bytes b = mutate(corpus, rnd);
-        LLVMFuzzerTestOneInput(b.data(), b.size());
+        run(mutate(corpus, rnd));
     }
     std::printf("%zu seed inputs and %ld mutations ran\n", files.size(), mutations);
     return 0;

@@ -154,18 +154,18 @@ TEST_F(RngApi, SizedLoadsRefuseImagesLongerThanTheirBuffer) {
     std::vector<char> v2(static_cast<std::size_t>(qor_rng_get_stream_image_size(s.get())));
     ASSERT_EQ(qor_rng_save_stream_memory(s.get(), v2.data(), v2.size()), 0);
     // Version 0 with one chunk record of 3 bytes: 20-byte header, 8 state bytes, id, size, data.
-    std::vector<char> v0(20, 0);
+    ASSERT_EQ(v2.size(), 24u + 8u);
+    std::vector<char> v0(20 + 8 + 4 + 4 + 3, 'c');
     const uint32_t signature = 0x00474E52, brng = QOR_RNG_BRNG_MCG31M1, id = 9, bytes = 3;
     const uint16_t state = 8, chunks = 1;
-    std::memcpy(&v0[4], &signature, 4), std::memcpy(&v0[10], &state, 2), std::memcpy(&v0[12], &chunks, 2);
-    std::memcpy(&v0[16], &brng, 4);
-    v0.insert(v0.end(), v2.begin() + 24, v2.end());
-    for (uint32_t word : {id, bytes}) v0.insert(v0.end(), reinterpret_cast<const char*>(&word), reinterpret_cast<const char*>(&word) + 4);
-    v0.insert(v0.end(), {'a', 'b', 'c'});
+    std::memcpy(&v0[0], "\0\0\0", 4), std::memcpy(&v0[4], &signature, 4), std::memcpy(&v0[8], "\0\0", 2);
+    std::memcpy(&v0[10], &state, 2), std::memcpy(&v0[12], &chunks, 2), std::memcpy(&v0[16], &brng, 4);
+    std::memcpy(&v0[20], &v2[24], 8), std::memcpy(&v0[28], &id, 4), std::memcpy(&v0[32], &bytes, 4);
     for (const std::vector<char>* image : {&v2, &v0}) {
         for (std::size_t cut = 0; cut < image->size(); ++cut) {
             qor_rng_stream* t = s.get();
             std::vector<char> exact(image->begin(), image->begin() + static_cast<std::ptrdiff_t>(cut));
+            exact.reserve(1);  // a buffer, if an empty one
             EXPECT_EQ(qor_rng_load_stream_memory_sized(&t, exact.data(), cut), QOR_RNG_STATUS_BAD_MEMORY_IMAGE) << cut;
             EXPECT_EQ(t, nullptr);
         }

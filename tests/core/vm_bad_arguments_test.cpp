@@ -97,6 +97,7 @@ TEST_F(VmBadArguments, EachBadArgumentGivesItsStatusAndNothingIsWritten) {
         }
     }
     // A count of 0 touches no array: no status, even with nulls.
+    seen = {};
     qor_vm_clear_status();
     qor_vdExp(0, nullptr, nullptr);
     qor_vmzMul(0, nullptr, nullptr, nullptr, QOR_VM_LA);
@@ -106,7 +107,6 @@ TEST_F(VmBadArguments, EachBadArgumentGivesItsStatusAndNothingIsWritten) {
 
 TEST_F(VmBadArguments, RefusalsFollowTheErrorModeOfTheCall) {
     std::vector<double> a(4, 1.0);
-    const uint32_t mode = qor_vm_get_mode();
 
     // No-error mode records nothing; ignore mode only the status.
     qor_vmdExp(4, a.data(), nullptr, QOR_VM_ERRMODE_NOERR);
@@ -116,6 +116,7 @@ TEST_F(VmBadArguments, RefusalsFollowTheErrorModeOfTheCall) {
     EXPECT_EQ(qor_vm_get_status(), QOR_VM_STATUS_BADARG);
     EXPECT_EQ(seen.calls, 0);
     qor_vm_clear_error_callback();
+    const uint32_t mode = qor_vm_get_mode();
 
     // errno and standard error, each as the mode asks; the mode comes back.
     errno = 0;
