@@ -71,7 +71,7 @@ int write_corpus(const std::string& dir) {
     int written = 0;
     for (const auto& g : generators) {
         qor_rng_stream* s = nullptr;
-        const uint32_t seed = 20261124;
+        const uint32_t seed = 7;  // also a valid dimension for the quasi-random generators
         if (__rixNewStreamEx(&s, g.brng, 1, &seed) != QOR_RNG_STATUS_OK) {
             std::fprintf(stderr, "save_stream_image: no %s stream here, left out\n", g.name);
             continue;
