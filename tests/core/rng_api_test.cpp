@@ -189,6 +189,16 @@ TEST_F(RngApi, SizedLoadsRefuseImagesLongerThanTheirBuffer) {
     std::fwrite(abstract.data(), 1, abstract.size(), f);
     std::fclose(f);
     EXPECT_EQ(qor_rng_load_stream_file(&t, path.c_str()), QOR_RNG_STATUS_BAD_STREAM_IMAGE);
+    EXPECT_EQ(t, nullptr);
+    // A file whose chunk record announces 2^31 bytes it does not hold is a
+    // short read, refused before the block is allocated (a fuzzing find).
+    const uint32_t huge = 0x80000000u;
+    std::memcpy(&v0[32], &huge, 4);
+    f = std::fopen(path.c_str(), "wb");
+    ASSERT_NE(f, nullptr);
+    std::fwrite(v0.data(), 1, v0.size(), f);
+    std::fclose(f);
+    EXPECT_EQ(qor_rng_load_stream_file(&t, path.c_str()), QOR_RNG_STATUS_FILE_READ);
     std::remove(path.c_str());
     EXPECT_EQ(t, nullptr);
 }
