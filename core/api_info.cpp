@@ -2,9 +2,11 @@
 #include "cpu_features.h"
 #include "loader.h"
 #include "qor/qor.h"
+#include "status_texts.h"
 #include "thread_pool.h"
 
 using qor::core::cpu_features;
+using qor::core::family_status_text;
 using qor::core::process_kernels;
 
 QOR_EXTERN_C {
@@ -12,20 +14,13 @@ QOR_EXTERN_C {
 QOR_EXPORT int qor_init(void) { return process_kernels().status; }
 
 QOR_EXPORT const char* qor_status_string(int status) {
-    switch (status) {
-        case QOR_STATUS_OK: return "success";
-        case QOR_STATUS_CPU_UNSUPPORTED: return "the processor lacks SSE4.2, which the qor kernels need";
-        case QOR_STATUS_KERNEL_NOT_FOUND: return "the qor kernel library could not be loaded";
-        case QOR_STATUS_KERNEL_VERSION: return "the kernel library found is for another instruction set";
-        case QOR_STATUS_KERNEL_INCOMPLETE: return "the kernel library found does not match this core library";
-        case QOR_VM_STATUS_DOMAIN: return "vector math: argument outside the domain of the function";
-        case QOR_VM_STATUS_SING: return "vector math: singularity (pole of the function)";
-        case QOR_VM_STATUS_OVERFLOW: return "vector math: overflow";
-        case QOR_VM_STATUS_UNDERFLOW: return "vector math: underflow";
-        case QOR_VM_STATUS_BADARG: return "vector math: invalid argument";
-        case QOR_VM_STATUS_BADMEM: return "vector math: inaccessible memory";
-        default: return "unknown status";
-    }
+    const char* text = family_status_text(QOR_FAMILY_VM, status);
+    return text ? text : "unknown status";
+}
+
+QOR_EXPORT const char* qor_family_status_string(int family, int status) {
+    const char* text = family_status_text(family, status);
+    return text ? text : "unknown status";
 }
 
 QOR_EXPORT const char* qor_init_detail(void) { return process_kernels().message.c_str(); }

@@ -6,6 +6,7 @@
 
 #include "qor/qor.h"
 #include "rng_access.h"
+#include "stream_image_extent.h"
 
 using qor::core::RngKernels;
 using qor::core::unavailable_status;
@@ -161,6 +162,20 @@ QOR_EXPORT int qor_rng_load_stream_memory(qor_rng_stream** stream, const char* b
     const RngKernels* rng = usable_rng();
     if (!rng) return unavailable_status();
     if (!stream || !buffer) return QOR_RNG_STATUS_BAD_ARGUMENT;
+    qor_rng_stream* made = nullptr;
+    const int status = rng->LoadStreamM(&made, buffer);
+    return adopt(*rng, status, made, stream);
+}
+
+// The image is walked within its size first, so that the kernels, which
+// read as far as the header says, never pass the end of the buffer.
+QOR_EXPORT int qor_rng_load_stream_memory_sized(qor_rng_stream** stream, const char* buffer, size_t size) {
+    clear(stream);
+    const RngKernels* rng = usable_rng();
+    if (!rng) return unavailable_status();
+    if (!stream || !buffer) return QOR_RNG_STATUS_BAD_ARGUMENT;
+    if (qor::core::stream_image_extent(reinterpret_cast<const unsigned char*>(buffer), size) < 0)
+        return QOR_RNG_STATUS_BAD_MEMORY_IMAGE;
     qor_rng_stream* made = nullptr;
     const int status = rng->LoadStreamM(&made, buffer);
     return adopt(*rng, status, made, stream);

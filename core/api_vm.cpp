@@ -1,14 +1,19 @@
 // The public vector-math functions, generated from the row list: each one
-// picks a kernel from its row's table by accuracy slot and hands it the
-// caller's arguments, split where they exceed the kernel's 32-bit counts.
+// checks the count and the arrays, picks a kernel from its row's table by
+// accuracy slot and hands it the caller's arguments, split where they exceed
+// the kernel's 32-bit counts.  A refused call reports through the error path
+// under the mode that the call runs with, and no kernel runs.
 #include "loader.h"
 #include "qor/qor.h"
 #include "vm_call.h"
 #include "vm_dispatch.h"
 
+using qor::core::ArgumentCheck;
+using qor::core::check_arguments;
 using qor::core::Forward;
 using qor::core::kernels_for_call;
 using qor::core::KernelSet;
+using qor::core::report_bad_arguments;
 using qor::core::ScopedMode;
 using qor::core::thread_slot;
 
@@ -22,6 +27,9 @@ using qor::core::thread_slot;
     QOR_EXTERN_C QOR_EXPORT void qor_v##p##Fn QOR_CORE_PUBLIC_PARAMS(Kernel_##p##Fn, QOR_VM_ARGS(kind)) {     \
         const KernelSet* k = kernels_for_call();                                                             \
         if (!k) [[unlikely]] return;                                                                         \
+        if (const ArgumentCheck bad = check_arguments QOR_VM_ARGS(kind); bad.status != 0) [[unlikely]] {     \
+            return report_bad_arguments(k->services, bad.status, bad.position, "v" #p #Fn);                  \
+        }                                                                                                    \
         const qor_vm_kernel kernel = k->tables.p##Fn[thread_slot(k->services)];                              \
         Forward<Kernel_##p##Fn>{reinterpret_cast<Kernel_##p##Fn>(kernel)} QOR_VM_ARGS(kind);                 \
     }                                                                                                        \
@@ -30,6 +38,9 @@ using qor::core::thread_slot;
         const KernelSet* k = kernels_for_call();                                                             \
         if (!k) [[unlikely]] return;                                                                         \
         ScopedMode scope(k->services, mode);                                                                 \
+        if (const ArgumentCheck bad = check_arguments QOR_VM_ARGS(kind); bad.status != 0) [[unlikely]] {     \
+            return report_bad_arguments(k->services, bad.status, bad.position, "vm" #p #Fn);                 \
+        }                                                                                                    \
         const qor_vm_kernel kernel = k->tables.p##Fn[scope.slot()];                                          \
         Forward<Kernel_##p##Fn>{reinterpret_cast<Kernel_##p##Fn>(kernel)} QOR_VM_ARGS(kind);                 \
     }

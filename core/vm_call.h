@@ -14,6 +14,8 @@
 #include <type_traits>
 #include <utility>
 
+#include "qor/qor_vm.h"
+
 namespace qor::core {
 
 // What a kernel argument is, told by its name in the argument lists.
@@ -42,6 +44,31 @@ using public_arg_t = std::conditional_t<R != ArgRole::other && std::is_same_v<ke
                                         kernel_arg_t<Kernel, I>>;
 
 constexpr int64_t kMaxKernelCount = INT32_MAX;
+
+// What a call's arguments are worth before any kernel runs: the status of
+// the first fault and the 1-based position of the argument at fault.  A
+// negative count is a bad argument; a null array is inaccessible memory
+// when there are elements to touch (a count of 0 touches none).
+struct ArgumentCheck {
+    int status = 0;  // 0, QOR_VM_STATUS_BADARG or QOR_VM_STATUS_BADMEM
+    int position = 0;
+};
+
+template <class N, class... P>
+constexpr ArgumentCheck check_arguments(N n, P... rest) {
+    if (n < 0) return {QOR_VM_STATUS_BADARG, 1};
+    if (n == 0) return {};
+    ArgumentCheck found;
+    int position = 1;
+    auto look = [&](auto v) {
+        ++position;
+        if constexpr (std::is_pointer_v<decltype(v)>) {
+            if (!v && found.status == 0) found = {QOR_VM_STATUS_BADMEM, position};
+        }
+    };
+    (look(rest), ...);
+    return found;
+}
 
 template <class Kernel>
 struct Forward;

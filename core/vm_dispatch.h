@@ -22,6 +22,14 @@ inline int mode_slot(uint32_t mode) { return checked_slot(static_cast<int32_t>(m
 // Slot for the calling thread's mode.
 inline int thread_slot(const KernelServices& s) { return checked_slot(s.GetTTableIndex()); }
 
+// Reports a call refused for its arguments (status QOR_VM_STATUS_BADARG or
+// QOR_VM_STATUS_BADMEM, the 1-based position of the argument at fault) the
+// way the kernels report an element, under the thread's mode: nothing under
+// "no error"; else the status, then the callback with a record that holds
+// the code, the position as index and the call's name ("vdExp"), then errno
+// and message 748 or 749 as the error mode asks.  No array is touched.
+[[gnu::cold]] void report_bad_arguments(const KernelServices& s, int status, int position, const char* name);
+
 // Applies a call's mode to the calling thread for the lifetime of the object
 // (merged field by field, as SetMode does) and then stores the thread's
 // previous mode word back exactly, trap bits and zero fields included.

@@ -71,8 +71,16 @@ int32_t plan_search(const FitTask& task, int64_t method, int64_t site_hint, cons
         plan.scale = static_cast<T>(nx - 1) / (x[nx - 1] - x[0]);
     } else {
         plan.strategy = Strategy::Hybrid;
-        plan.bins = task.binTable;
-        plan.scale = task.binTable ? bin_scale<T>(task) : T(0);
+        // The table serves the breakpoints it was built from.  A scale that
+        // is not positive and finite (equal, unordered or NaN breakpoints),
+        // or one that no longer spans binCount bins over the breakpoints'
+        // range (their values changed since), would send a site to a bin
+        // outside the table: such a task searches from one bin instead.
+        const T scale = task.binTable ? bin_scale<T>(task) : T(0);
+        const T span = scale * (x[nx - 1] - x[0]);
+        const bool fits = scale > T(0) && span >= T(0) && span <= static_cast<T>(task.binCount) + T(0.5);
+        plan.bins = fits ? task.binTable : nullptr;
+        plan.scale = fits ? scale : T(0);
     }
     return 0;
 }

@@ -195,6 +195,8 @@ int32_t basic_from_observations(SSTask& task, const BasicPlan& plan, const qor_t
     else if (storage & SS_OBS_OBSERVATIONS_IN_ROWS) variables_in_rows = false;
     else return SS_ERR_OBS_STORAGE;
     if (!task.acc_weights) return SS_ERR_ACC_WEIGHTS;
+    // Central sums around a supplied mean read it, whatever else is asked.
+    if (plan.method == MethodClass::kSuppliedMean && !task.mean) return SS_ERR_MEAN;
     if (p == 1) variables_in_rows = true;  // one variable: the layouts coincide
 
     Results<T> results(task, p);

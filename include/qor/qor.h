@@ -23,11 +23,21 @@
  * alike.  The kernels take 32-bit ones, so a call of more than 2^31 - 1
  * elements runs as several kernel calls of at most that many, each pointer
  * advanced by the elements done times its increment; a call with an
- * increment beyond the 32-bit range runs element by element.  A negative
- * count does nothing.  An error record's index then counts from the start
- * of the kernel call that found the error, unless an input base is set
- * (qor_vm_set_input_base), which makes it relative to that base.  The
- * BLAS/LAPACK routines (qor_linalg.h) keep their published 32-bit interface.
+ * increment beyond the 32-bit range runs element by element.  An error
+ * record's index then counts from the start of the kernel call that found
+ * the error, unless an input base is set (qor_vm_set_input_base), which
+ * makes it relative to that base.  The BLAS/LAPACK routines (qor_linalg.h)
+ * keep their published 32-bit interface.
+ *
+ * Bad arguments of a vector-math call: a negative count is reported as
+ * QOR_VM_STATUS_BADARG, a null array while the count is positive as
+ * QOR_VM_STATUS_BADMEM (a count of 0 touches no array and is no error).
+ * Such a call runs no kernel and writes nothing; it reports like a kernel
+ * reports an element, under the mode it runs with: the status (unless the
+ * error mode is QOR_VM_ERRMODE_NOERR), then the callback with a record whose
+ * index is the 1-based position of the argument at fault and whose name is
+ * the call's ("vdExp"), then errno (EINVAL, EACCES) and a message as the
+ * error mode asks.  Increments are taken as given, any sign.
  *
  * Random numbers: streams, generators and distributions, qor_random.h.
  * Summary statistics: tasks, edits and basic statistics, qor_stats.h.
@@ -60,8 +70,24 @@ enum {
  * return the same result.  0 on success, else a QOR_STATUS_ code above. */
 QOR_CORE_API int qor_init(void);
 
-/* Text of a qor_init status or of a vector-math status code. */
+/* Text of a qor_init status or of a vector-math status code
+ * ("unknown status" for any other code). */
 QOR_CORE_API const char* qor_status_string(int status);
+
+/* The families whose calls return or record status codes.  Their codes
+ * overlap (-3 is a bad random-number argument and an unknown statistics
+ * parameter code), so a text is looked up in the family's own table. */
+enum {
+    QOR_FAMILY_VM = 1,     /* QOR_VM_STATUS_..., qor_vm_get_status */
+    QOR_FAMILY_RNG = 2,    /* QOR_RNG_STATUS_..., qor_random.h */
+    QOR_FAMILY_STATS = 3,  /* SS_..., qor_stats.h */
+    QOR_FAMILY_FIT = 4     /* status..., qor_fit.h */
+};
+
+/* Text of a status that a call of `family` returned or recorded: the
+ * family's own codes, the qor_init statuses and 0; "unknown status" for
+ * anything else or an unknown family. */
+QOR_CORE_API const char* qor_family_status_string(int family, int status);
 
 /* Why initialisation failed, in detail (paths tried, the loader's own
  * message); "" after a success.  Runs qor_init if needed. */

@@ -109,6 +109,10 @@ QOR_CORE_API int qor_rng_save_stream_memory(const qor_rng_stream* stream, char* 
 /* Builds a stream from an image that qor_rng_save_stream_memory wrote; the
  * buffer must hold the whole image. */
 QOR_CORE_API int qor_rng_load_stream_memory(qor_rng_stream** stream, const char* buffer);
+/* The same for an image of untrusted origin in a buffer of size bytes: an
+ * image whose header announces more than the buffer holds gives
+ * QOR_RNG_STATUS_BAD_MEMORY_IMAGE, and nothing past the buffer is read. */
+QOR_CORE_API int qor_rng_load_stream_memory_sized(qor_rng_stream** stream, const char* buffer, size_t size);
 
 /* ---- Generators ---------------------------------------------------------------- */
 

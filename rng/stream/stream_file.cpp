@@ -87,7 +87,18 @@ QOR_EXPORT int32_t __rixLoadStreamF(qor_rng_stream** stream, const char* name, i
     if (!file_name.c_str()) return QOR_RNG_STATUS_NO_MEMORY;
     std::FILE* f = std::fopen(file_name.c_str(), "rb");
     if (!f) return QOR_RNG_STATUS_FILE_OPEN;
-    auto read = [f](void* p, size_t bytes) { return bytes == 0 || std::fread(p, 1, bytes, f) == bytes; };
+    // The file's length, to refuse a chunk record longer than what is left
+    // before allocating for it (-1 when the file cannot seek).
+    long length = -1;
+    if (std::fseek(f, 0, SEEK_END) == 0) length = std::ftell(f);
+    if (std::fseek(f, 0, SEEK_SET) != 0) length = -1;
+    auto read = [f, length](void* p, size_t bytes) {
+        if (!p) {
+            const long at = std::ftell(f);
+            return length < 0 || at < 0 || static_cast<unsigned long>(length - at) >= bytes;
+        }
+        return bytes == 0 || std::fread(p, 1, bytes, f) == bytes;
+    };
     qor_rng_stream* s = nullptr;
     int32_t status =
         load_stream(&s, read, QOR_RNG_STATUS_BAD_STREAM_IMAGE, QOR_RNG_STATUS_STREAM_IMAGE_VERSION);

@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "rng/brng/brng_rows.h"
 #include "rng/stream/stream_layout.h"
 
 namespace qor::rng {
@@ -46,6 +47,12 @@ int32_t validate_image_header(const ImageHeader& h, int32_t bad_image, int32_t b
     if (h.version_byte >= 3 && h.word4 > 2) return bad_version;
     const BrngLocation at = locate_brng(h.brng);
     if (__rixIsBrngValid(at.table, at.row, at.member) != QOR_RNG_STATUS_OK) return bad_image;
+    // An abstract stream's state is the addresses of its owner's buffer and
+    // callback: an image of one (under any identifier of its rows) would
+    // hand the loader foreign addresses to read and call.
+    const qor_rng_init_fn init = at.table[at.row].init_stream;
+    if (init == kIAbstractRow.init_stream || init == kDAbstractRow.init_stream || init == kSAbstractRow.init_stream)
+        return bad_image;
     if (int64_t{h.state_bytes} != int64_t{at.table[at.row].state_size} - kStreamHeaderBytes) return bad_image;
     if (h.header_size < kImageHeaderBytes) return bad_image;
     return QOR_RNG_STATUS_OK;

@@ -65,7 +65,10 @@ int32_t processor_supports_image(uint32_t brng);
 int64_t image_bytes(const qor_rng_stream* stream, int32_t state_size);
 
 // Reads the chunk records into the stream through `read`, a callable
-// bool(void* dst, size_t bytes) that is false on a short read.  Each
+// bool(void* dst, size_t bytes) that is false on a short read; with a null
+// dst it only tells whether that many bytes are still there, so that a
+// record announcing more data than its source holds is refused before its
+// block is allocated.  Each
 // record's data is read into a fresh block and attached at the head,
 // so the loaded list is the reverse of the image's.
 template <class Read>
@@ -80,6 +83,7 @@ int32_t read_chunks(qor_rng_stream* stream, const ImageHeader& h, Read&& read) {
         if (!read(&size, sizeof size)) return QOR_RNG_STATUS_FILE_READ;
         void* data = nullptr;
         if (size > 0) {
+            if (!read(nullptr, size)) return QOR_RNG_STATUS_FILE_READ;
             data = qor_serv_allocate(size, kBlockAlignment);
             if (!data) return QOR_RNG_STATUS_NO_MEMORY;
             if (!read(data, size)) {

@@ -59,6 +59,7 @@ QOR_EXPORT int32_t __rixLoadStreamM(qor_rng_stream** stream, const char* buffer)
     *stream = nullptr;
     const char* p = buffer;
     auto read = [&p](void* dst, size_t bytes) {
+        if (!dst) return true;  // the buffer is trusted to hold the image
         if (bytes) std::memcpy(dst, p, bytes);
         p += bytes;
         return true;

@@ -3,6 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <regex>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -40,20 +45,47 @@ TEST(Init, ConcurrentFirstCallsAgree) {
     for (int r : results) EXPECT_EQ(r, QOR_STATUS_OK);
 }
 
-TEST(Init, StatusStringsAreDistinctAndNeverNull) {
-    const int codes[] = {QOR_STATUS_OK,           QOR_STATUS_CPU_UNSUPPORTED, QOR_STATUS_KERNEL_NOT_FOUND,
-                         QOR_STATUS_KERNEL_VERSION, QOR_STATUS_KERNEL_INCOMPLETE, QOR_VM_STATUS_DOMAIN,
-                         QOR_VM_STATUS_SING,        QOR_VM_STATUS_OVERFLOW,     QOR_VM_STATUS_UNDERFLOW,
-                         QOR_VM_STATUS_BADARG,      QOR_VM_STATUS_BADMEM};
-    std::vector<std::string> texts;
-    for (int code : codes) {
-        ASSERT_NE(qor_status_string(code), nullptr);
-        const std::string text = qor_status_string(code);
-        EXPECT_NE(text, qor_status_string(12345)) << code;
-        for (const std::string& earlier : texts) EXPECT_NE(text, earlier) << code;
-        texts.push_back(text);
+// Every status code the public headers define, read from the headers
+// themselves, has a text of its own in its family's table.
+TEST(Init, EveryStatusThePublicHeadersDefineHasItsOwnText) {
+    const struct {
+        const char* header;
+        const char* pattern;
+        int family;  // 0: qor_status_string
+    } sources[] = {
+        {"qor.h", R"(\b(QOR_STATUS_\w+) = (-?\d+))", 0},
+        {"qor_vm.h", R"(\b(QOR_VM_STATUS_\w+) = (-?\d+))", QOR_FAMILY_VM},
+        {"qor_rng.h", R"(\b(QOR_RNG_STATUS_\w+) = (-?\d+))", QOR_FAMILY_RNG},
+        {"qor_ss.h", R"(\b(SS_OK|SS_ERR_\w+) = (-?\d+))", QOR_FAMILY_STATS},
+        {"qor_kp.h", R"(\b(status\w+) = (-?\d+))", QOR_FAMILY_FIT},
+        {"qor_fit.h", R"(\b(status\w+) = (-?\d+))", QOR_FAMILY_FIT},
+    };
+    std::map<int, std::set<std::string>> texts;  // per family
+    int codes = 0;
+    for (const auto& source : sources) {
+        std::ifstream in(std::string(QOR_PUBLIC_INCLUDE_DIR "/") + source.header);
+        ASSERT_TRUE(in) << source.header;
+        const std::string header((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+        const std::regex definition(source.pattern);
+        for (std::sregex_iterator m(header.begin(), header.end(), definition), end; m != end; ++m) {
+            const int code = std::stoi((*m)[2]);
+            const std::string text = source.family ? qor_family_status_string(source.family, code)
+                                                   : qor_status_string(code);
+            EXPECT_NE(text, "unknown status") << (*m)[1];
+            if (code != 0) {
+                EXPECT_TRUE(texts[source.family].insert(text).second) << (*m)[1] << ": " << text;
+            }
+            ++codes;
+        }
     }
-    EXPECT_STREQ(qor_status_string(QOR_STATUS_OK), "success");
+    EXPECT_GT(codes, 120);
+    // The init statuses read the same from every family; unknown stays unknown.
+    EXPECT_STREQ(qor_family_status_string(QOR_FAMILY_FIT, QOR_STATUS_KERNEL_NOT_FOUND),
+                 qor_status_string(QOR_STATUS_KERNEL_NOT_FOUND));
+    EXPECT_STREQ(qor_family_status_string(QOR_FAMILY_STATS, 0), "success");
+    EXPECT_STRNE(qor_family_status_string(QOR_FAMILY_RNG, -3), qor_family_status_string(QOR_FAMILY_STATS, -3));
+    EXPECT_STREQ(qor_family_status_string(99, QOR_VM_STATUS_DOMAIN), "unknown status");
+    EXPECT_STREQ(qor_status_string(12345), "unknown status");
     EXPECT_NE(std::string(qor_status_string(QOR_STATUS_CPU_UNSUPPORTED)).find("SSE4.2"), std::string::npos);
 }
 

@@ -87,6 +87,15 @@ TEST_F(StatsApi, MeanAndCovarianceOfASmallDataSet) {
     EXPECT_DOUBLE_EQ(cov[3], 10.0);
     EXPECT_EQ(w[0], 5.0);
     EXPECT_EQ(w[1], 5.0);
+    // Central sums around a supplied mean need the mean array (a fuzzing
+    // find: the sums were taken around a null pointer).
+    EXPECT_EQ(qor_ss_delete_task(&task), SS_OK);
+    double sums[2] = {-1, -1};
+    ASSERT_EQ(qor_dss_new_task(&task, &p, &n, &storage, obs, nullptr, indices), SS_OK);
+    ASSERT_EQ(qor_dss_edit_task(task, SS_PARAM_ACC_WEIGHTS, w), SS_OK);
+    ASSERT_EQ(qor_dss_edit_task(task, SS_PARAM_CENTRAL_SUM3, sums), SS_OK);
+    EXPECT_EQ(qor_dss_basic(task, SS_EST_CENTRAL_SUM3, SS_METHOD_OBS_3), SS_ERR_MEAN);
+    EXPECT_EQ(sums[0], -1.0);
     EXPECT_EQ(qor_ss_delete_task(&task), SS_OK);
 }
 

@@ -3,6 +3,8 @@
 // selects, give exactly that kernel's output, and leave the thread's mode as
 // it was.  The rows are taken from the same row list the libraries are
 // built from, so rows switched on later are covered without edits here.
+// Every row also refuses a negative count and each null array before its
+// kernel runs, with the outputs untouched.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
@@ -47,13 +49,18 @@ public:
         for (std::size_t i = 0; i < index_.size(); ++i) index_[i] = static_cast<int32_t>((i * 7) % kCount);
     }
 
-    int n() const { return kCount; }
+    // Arrays by number for refusal tests: 1 in1, 2 in2, 3 out1, 4 out2, 5 index.
+    static constexpr int kArrays = 5;
+    void set_count(int n) { count_ = n; }
+    void set_null(int array) { null_ = array; }
+
+    int n() const { return count_; }
     int inc() const { return inc_; }
-    void* in1() { return in1_.data(); }
-    void* in2() { return in2_.data(); }
-    void* out1() { return out1_.data(); }
-    void* out2() { return out2_.data(); }
-    void* index() { return index_.data(); }
+    void* in1() { return pass(1, in1_.data()); }
+    void* in2() { return pass(2, in2_.data()); }
+    void* out1() { return pass(3, out1_.data()); }
+    void* out2() { return pass(4, out2_.data()); }
+    void* index() { return pass(5, index_.data()); }
 
     bool same_outputs(const CallArrays& other) const {
         return std::memcmp(out1_.data(), other.out1_.data(), out1_.size() * sizeof(double)) == 0 &&
@@ -74,7 +81,11 @@ private:
         }
     }
 
+    void* pass(int array, void* p) const { return array == null_ ? nullptr : p; }
+
     int inc_;
+    int count_ = kCount;
+    int null_ = 0;
     std::vector<double> in1_, in2_, out1_, out2_;
     std::vector<int32_t> index_;
 };
@@ -170,6 +181,40 @@ TEST_F(VmRows, EachRowRunsTheKernelOfTheSlotItsModeSelects) {
         }
     }
     EXPECT_EQ(qor_vm_get_mode(), thread_mode);
+}
+
+TEST_F(VmRows, EachRowRefusesANegativeCountAndNullArraysWritingNothing) {
+    const CallArrays untouched('d', 1);
+    for (const RowCase* row = kRows; row->name; ++row) {
+        for (bool per_call : {false, true}) {
+            const auto call = [&](CallArrays& x) {
+                qor_vm_clear_status();
+                per_call ? row->with_mode(x, QOR_VM_EP) : row->plain(x);
+                return qor_vm_clear_status();
+            };
+            CallArrays negative('d', 1);
+            negative.set_count(-1);
+            EXPECT_EQ(call(negative), QOR_VM_STATUS_BADARG) << row->name;
+            EXPECT_TRUE(negative.same_outputs(untouched)) << row->name;
+            // A null array the row does not use leaves the call to run (and
+            // perhaps report its elements); one it uses is refused.  A crash
+            // here is a null array that reached the kernel.
+            int refused = 0;
+            for (int array = 1; array <= CallArrays::kArrays; ++array) {
+                CallArrays null('d', 1);
+                null.set_null(array);
+                const int status = call(null);
+                if (status != QOR_VM_STATUS_BADMEM) continue;
+                EXPECT_TRUE(null.same_outputs(untouched)) << row->name << " array " << array;
+                ++refused;
+            }
+            EXPECT_GE(refused, 2) << row->name;  // every row reads one array and writes another
+            CallArrays empty('d', 1);
+            empty.set_count(0);
+            empty.set_null(1);
+            EXPECT_EQ(call(empty), QOR_VM_STATUS_OK) << row->name << ": a count of 0 touches nothing";
+        }
+    }
 }
 
 TEST_F(VmRows, RowListAndCostsMatchTheKernelLibrary) {
