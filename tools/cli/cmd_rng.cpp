@@ -73,6 +73,14 @@ ParamValues parse_params(const DistributionSpec& d, const std::vector<std::strin
     return values;
 }
 
+// " (a=0, sigma=-1)": the parameters a failed draw was given.
+std::string described(const ParamValues& values) {
+    std::string out;
+    for (const auto& [name, value] : values.scalars) out += (out.empty() ? "" : ", ") + name + "=" + format_number(value);
+    for (const auto& [name, list] : values.lists) out += (out.empty() ? "" : ", ") + name + "=(" + std::to_string(list.size()) + " values)";
+    return out.empty() ? out : " (" + out + ")";
+}
+
 int pick_method(const DistributionSpec& d, const RngOptions& o) {
     int method = d.methods.front().second;
     if (!o.method.empty()) {
@@ -162,7 +170,7 @@ void run_rng(const RngOptions& o) {
     for (int64_t done = 0; done < count;) {
         const int64_t n = std::min(block, count - done);
         check_status(d->draw(Draw{method, stream.s, n, buffer.data(), o.single, done, values}), "rng",
-                     std::string("drawing ") + d->name + " variates");
+                     std::string("drawing ") + d->name + " variates" + described(values));
         if (binary) {
             out.write(buffer.data(), static_cast<std::size_t>(n * width) * value_bytes);
         } else {

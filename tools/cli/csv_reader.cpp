@@ -80,7 +80,7 @@ bool read_csv(std::string_view text, Table& table, std::string& error, Header he
     table = Table{};
     std::vector<std::string> cells;
     std::size_t line_number = 0, position = 0;
-    bool first = true;
+    bool first = true, had_header = false;
     auto fail = [&](std::string message) {
         error = "line " + std::to_string(line_number) + ": " + std::move(message);
         table = Table{};
@@ -106,6 +106,7 @@ bool read_csv(std::string_view text, Table& table, std::string& error, Header he
             for (const std::string& c : cells) numeric = numeric && parse_double(c, ignored);
             const bool is_header = header == Header::present || (header == Header::automatic && !numeric);
             if (is_header) {
+                had_header = true;
                 table.names = cells;
                 for (std::size_t j = 0; j < cells.size(); ++j)
                     if (table.names[j].empty()) table.names[j] = column_name(j);
@@ -115,7 +116,7 @@ bool read_csv(std::string_view text, Table& table, std::string& error, Header he
         }
         if (cells.size() != table.columns)
             return fail(std::to_string(cells.size()) + (cells.size() == 1 ? " cell" : " cells") + " where " +
-                        (table.rows == 0 && !table.names.empty() ? "the header has " : "the first row has ") +
+                        (had_header ? "the header has " : "the first row has ") +
                         std::to_string(table.columns));
         for (std::size_t j = 0; j < cells.size(); ++j) {
             double value;

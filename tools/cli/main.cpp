@@ -2,6 +2,7 @@
 //   qor info | rng | stats | fit | bench   (each with --help)
 #include <CLI/CLI.hpp>
 #include <cstdio>
+#include <string>
 
 #include "commands.h"
 #include "common.h"
@@ -20,6 +21,21 @@ int main(int argc, char** argv) {
     qor::cli::add_stats(app);
     qor::cli::add_fit(app);
     qor::cli::add_bench(app);
+    // A first word that is neither an option nor a command is named here;
+    // the parser would only miss a command.
+    if (argc > 1 && argv[1][0] != '-') {
+        const std::string word = argv[1];
+        std::string known;
+        bool found = false;
+        for (const char* name : {"info", "rng", "stats", "fit", "bench"}) {
+            known += (known.empty() ? "" : ", ") + std::string(name);
+            found = found || word == name;
+        }
+        if (!found) {
+            std::fprintf(stderr, "qor: no command '%s' (%s)\n", argv[1], known.c_str());
+            return 2;
+        }
+    }
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
