@@ -129,6 +129,71 @@ TEST_F(Tool, RngGivesTheGeneratorsSequenceSkipsAheadAndWritesTextAndBinaryAlike)
         EXPECT_TRUE(row.at(0) >= -3 && row.at(0) < 4 && row[0] == std::floor(row[0]));
 }
 
+TEST_F(Tool, EveryDistributionTakesItsParametersInOrder) {
+    // The sample mean of 20000 variates within 5 standard errors of the
+    // law's mean: a parameter passed in the wrong place moves it far.
+    const double pi = 3.141592653589793, euler = 0.5772156649015329;
+    const struct {
+        const char* args;
+        double mean, deviation;
+    } laws[] = {
+        {"uniform -p a=2 -p b=4", 3, 2 / std::sqrt(12.0)},
+        {"gaussian -p a=2 -p sigma=3 -m icdf", 2, 3},
+        {"exponential -p a=1 -p beta=2 --accurate", 3, 2},
+        {"laplace -p a=1 -p beta=2", 1, 2 * std::sqrt(2.0)},
+        {"weibull -p alpha=2 -p a=1 -p beta=2", 1 + std::sqrt(pi), 2 * std::sqrt(1 - pi / 4)},
+        {"rayleigh -p a=1 -p beta=2", 1 + std::sqrt(pi), 2 * std::sqrt(1 - pi / 4)},
+        {"lognormal -p a=0.5 -p sigma=0.25 -p b=1 -p beta=2", 1 + 2 * std::exp(0.5 + 0.03125), 1},
+        {"gumbel -p a=1 -p beta=2", 1 - 2 * euler, 2 * pi / std::sqrt(6.0)},
+        {"gamma -p alpha=2 -p a=1 -p beta=3", 7, 3 * std::sqrt(2.0)},
+        {"beta -p p=2 -p q=3 -p a=1 -p beta=2", 1.8, 0.4},
+        {"chisquare -p v=3", 3, std::sqrt(6.0)},
+        {"uniform-int -p a=1 -p b=7", 3.5, 1.8},
+        {"bits32", 2147483647.5, 1239850262.0},
+        {"bernoulli -p p=0.3", 0.3, 0.46},
+        {"geometric -p p=0.25", 3, std::sqrt(12.0)},
+        {"binomial -p ntrial=20 -p p=0.3", 6, std::sqrt(4.2)},
+        {"hypergeometric -p l=50 -p s=10 -p m=20", 4, 1.4},
+        {"poisson -p lambda=4.5", 4.5, std::sqrt(4.5)},
+        {"negbinomial -p a=3 -p p=0.4", 4.5, std::sqrt(11.25)},
+        {"poissonv -p lambda=1,9", 5, 4.2},
+    };
+    for (const auto& law : laws) {
+        const auto rows = rows_of(ok(std::string("rng -g sfmt19937 --seed 3 -n 20000 -d ") + law.args).out, false);
+        double mean = 0;
+        for (const auto& row : rows) mean += row.at(0) / double(rows.size());
+        EXPECT_EQ(rows.size(), 20000u) << law.args;
+        EXPECT_LT(std::abs(mean - law.mean), 5 * law.deviation / std::sqrt(20000.0)) << law.args << ": " << mean;
+    }
+}
+
+TEST_F(Tool, OutputTypesAndBlocksLineUp) {
+    // Each form's binary width; a float stream close to the double one.
+    const std::pair<const char*, std::size_t> widths[] = {{"-d gaussian --single", 4},
+                                                          {"-d gaussian", 8},
+                                                          {"-d poisson", 4},
+                                                          {"-d bits", 4},
+                                                          {"-d bits64", 8},
+                                                          {"-d multinomial -p ntrial=5 -p p=0.5,0.5", 8}};
+    for (const auto& [args, bytes] : widths) {
+        ok(std::string("rng -n 1000 -f binary -o w.bin ") + args);
+        EXPECT_EQ(fs::file_size(dir_ / "w.bin"), 1000 * bytes) << args;
+    }
+    const auto single = rows_of(ok("rng -d uniform --single -n 100").out, false);
+    const auto full = rows_of(ok("rng -d uniform -n 100").out, false);
+    for (int i = 0; i < 100; ++i) EXPECT_TRUE(near(single[i][0], full[i][0], 1e-7)) << i;
+
+    // Across the tool's blocks of 65536 variates: skip-ahead lands on the
+    // same values, and the per-variate Poisson means keep their turn.
+    const auto many = rows_of(ok("rng -g mt19937 -n 70000").out, false);
+    const auto later = rows_of(ok("rng -g mt19937 --skip 65530 -n 10").out, false);
+    for (int i = 0; i < 10; ++i) EXPECT_EQ(later[i][0], many[65530 + i][0]) << i;
+    const auto means = rows_of(ok("rng -d poissonv -p lambda=0.01,1000 -n 70000").out, false);
+    int misplaced = 0;
+    for (std::size_t i = 0; i < means.size(); ++i) misplaced += (means[i][0] > 100) != (i % 2 == 1);
+    EXPECT_EQ(misplaced, 0);
+}
+
 TEST_F(Tool, StatsOfAGeneratedFileMatchTheirRecomputation) {
     ok("rng -d gamma -p alpha=2 -p beta=3 -g mrg32k3a --seed 5 -n 100001 -f binary -o g.bin");
     std::vector<double> v = doubles("g.bin");
@@ -155,6 +220,15 @@ TEST_F(Tool, StatsOfAGeneratedFileMatchTheirRecomputation) {
     EXPECT_TRUE(near(s.at("q0.1")[0], decile, 1e-14));
     EXPECT_EQ(s.at("q0.5")[0], v[50000]);
     EXPECT_EQ(s.at("q1")[0], v.back());
+
+    // Two columns of raw doubles, and a CSV read from standard input.
+    ok("rng -d gaussianmv -p a=10,-10 -p t=1,0.5,2 -n 5000 -f binary -o mv.bin");
+    const std::vector<double> mv = doubles("mv.bin");
+    double sums[2] = {0, 0};
+    for (std::size_t i = 0; i < mv.size(); ++i) sums[i % 2] += mv[i];
+    const auto two = stats_of(ok("stats mv.bin --columns 2 --csv").out);
+    EXPECT_TRUE(near(two.at("mean")[0], sums[0] / 5000, 1e-13) && near(two.at("mean")[1], sums[1] / 5000, 1e-13));
+    EXPECT_EQ(stats_of(ok("rng -n 7 | '" QOR_CLI_TOOL "' stats - --csv").out).at("count")[0], 7);
 
     // A CSV with a header: one column per variable, known answers.
     write("small.csv", "x,y\n1,10\n2,10\n3,10\n4,14\n");
@@ -197,9 +271,15 @@ TEST_F(Tool, FitReproducesACubicWithItsDerivativesAndIntegral) {
             EXPECT_TRUE(near(row[4], area(x) - area(-1), 1e-11)) << x;
         }
     }
-    const auto grid = rows_of(ok("fit line.csv --kind akima --from -1 --to 6 -n 8").out, true);
-    ASSERT_EQ(grid.size(), 8u);
-    for (int i = 0; i < 8; ++i) EXPECT_TRUE(grid[i][0] == i - 1 && near(grid[i][1], 3 - 2 * (i - 1), 1e-13)) << i;
+    for (const char* kind : {"linear", "quadratic", "natural", "default", "bessel", "hyman", "akima"}) {
+        const auto grid = rows_of(ok(std::string("fit line.csv --from -1 --to 6 -n 8 --kind ") + kind).out, true);
+        ASSERT_EQ(grid.size(), 8u) << kind;
+        for (int i = 0; i < 8; ++i)
+            EXPECT_TRUE(grid[i][0] == i - 1 && near(grid[i][1], 3 - 2 * (i - 1), 1e-13)) << kind << " " << i;
+    }
+    const auto fine = rows_of(ok("fit line.csv --from 0 --to 5 -n 100001 -d 1").out, true);
+    ASSERT_EQ(fine.size(), 100001u);
+    EXPECT_TRUE(near(fine[70000][1], 3 - 2 * 3.5, 1e-13) && near(fine[70000][2], -2, 1e-13));
 }
 
 TEST_F(Tool, BadFilesAreNamedWithTheirLine) {
