@@ -107,6 +107,28 @@ TEST_F(Tool, RngGivesTheGeneratorsSequenceSkipsAheadAndWritesTextAndBinaryAlike)
         EXPECT_TRUE(near(row.at(0), double(x) / 2147483647.0, 1e-15)) << row.at(0);
         x = x * 1132489760u % 2147483647u;
     }
+    // The first dimension of Sobol's and Niederreiter's base-2 sequences:
+    // the van der Corput points in Gray-code order, x ^= 2^-(c+1) with c
+    // the lowest zero bit of the index.
+    for (const char* g : {"sobol", "niederr"}) {
+        const auto points = rows_of(ok(std::string("rng -n 32 -g ") + g).out, false);
+        uint32_t x = 0;
+        for (uint32_t i = 0; i < 32; ++i) {
+            x ^= 1u << (31 - __builtin_ctz(~i));
+            EXPECT_EQ(points.at(i)[0], x / 4294967296.0) << g << " " << i;
+        }
+    }
+    // Every generator by name: uniforms in [0, 1), different per seed
+    // and per family member.
+    for (const char* g : {"mcg31m1", "r250", "mrg32k3a", "mcg59", "mt19937", "mt2203:0", "mt2203:9", "sfmt19937",
+                          "ars5", "philox4x32x10"}) {
+        const std::string args = std::string("rng -n 100 -g ") + g;
+        const auto one = rows_of(ok(args + " --seed 1").out, false), two = rows_of(ok(args + " --seed 2").out, false);
+        EXPECT_NE(one, two) << g;
+        EXPECT_NE(one, rows_of(ok("rng -n 100 -g mt2203:1").out, false)) << g;
+        for (const auto& row : one) EXPECT_TRUE(row.at(0) >= 0 && row[0] < 1) << g;
+    }
+
     // --skip n continues where n variates of one outputs each end; binary
     // output holds the values that text prints.
     const auto all = rows_of(ok("rng -g philox4x32x10 --seed 9 -n 10").out, false);
@@ -195,9 +217,10 @@ TEST_F(Tool, OutputTypesAndBlocksLineUp) {
 }
 
 TEST_F(Tool, StatsOfAGeneratedFileMatchTheirRecomputation) {
-    ok("rng -d gamma -p alpha=2 -p beta=3 -g mrg32k3a --seed 5 -n 100001 -f binary -o g.bin");
+    // More rows than one portion of the moments (2^18).
+    ok("rng -d gamma -p alpha=2 -p beta=3 -g mrg32k3a --seed 5 -n 300001 -f binary -o g.bin");
     std::vector<double> v = doubles("g.bin");
-    ASSERT_EQ(v.size(), 100001u);
+    ASSERT_EQ(v.size(), 300001u);
     const auto s = stats_of(ok("stats g.bin --columns 1 --csv -q 0,0.1,0.5,1").out);
 
     const double n = double(v.size());
@@ -218,7 +241,7 @@ TEST_F(Tool, StatsOfAGeneratedFileMatchTheirRecomputation) {
     EXPECT_EQ(s.at("max")[0], v.back());
     EXPECT_EQ(s.at("q0")[0], v.front());
     EXPECT_TRUE(near(s.at("q0.1")[0], decile, 1e-14));
-    EXPECT_EQ(s.at("q0.5")[0], v[50000]);
+    EXPECT_EQ(s.at("q0.5")[0], v[150000]);
     EXPECT_EQ(s.at("q1")[0], v.back());
 
     // Two columns of raw doubles, and a CSV read from standard input.
@@ -238,6 +261,15 @@ TEST_F(Tool, StatsOfAGeneratedFileMatchTheirRecomputation) {
     EXPECT_EQ(t.at("mean"), (std::vector<double>{2.5, 11}));
     EXPECT_TRUE(near(t.at("variance")[0], 5.0 / 3, 1e-15) && near(t.at("variance")[1], 4, 1e-15));
     EXPECT_EQ(t.at("q0.5"), (std::vector<double>{2.5, 10}));
+
+    // Three columns, three orders: each result in its own column and row.
+    write("three.csv", "a,b,c\n0,40,-1\n10,30,-1\n20,20,-1\n30,10,-1\n40,0,-1\n");
+    const auto q = stats_of(ok("stats three.csv --csv -q 0.25,0.5,1").out);
+    EXPECT_EQ(q.at("q0.25"), (std::vector<double>{10, 10, -1}));
+    EXPECT_EQ(q.at("q0.5"), (std::vector<double>{20, 20, -1}));
+    EXPECT_EQ(q.at("q1"), (std::vector<double>{40, 40, -1}));
+    EXPECT_EQ(q.at("variance"), (std::vector<double>{250, 250, 0}));
+    EXPECT_EQ(q.at("skewness")[1], 0);
 }
 
 TEST_F(Tool, FitReproducesACubicWithItsDerivativesAndIntegral) {
@@ -271,6 +303,16 @@ TEST_F(Tool, FitReproducesACubicWithItsDerivativesAndIntegral) {
             EXPECT_TRUE(near(row[4], area(x) - area(-1), 1e-11)) << x;
         }
     }
+    // The quadratic with inactive end knots reproduces a parabola; a
+    // periodic cubic meets itself in slope and curvature.
+    write("parabola.csv", "0,1\n0.5,0.25\n1.25,0.0625\n2,1\n3,4\n");
+    for (const auto& row : rows_of(ok("fit parabola.csv --kind quadratic --bc notaknot -n 7 --to 3 -d 2").out, true))
+        EXPECT_TRUE(near(row[1], (row[0] - 1) * (row[0] - 1), 1e-12) && near(row[2], 2 * row[0] - 2, 1e-11) &&
+                    near(row[3], 2, 1e-10)) << row[0];
+    write("wave.csv", "0,0\n1,1\n2,0.5\n3,-1\n4,0\n");
+    const auto ends = rows_of(ok("fit wave.csv --bc periodic -n 2 -d 2").out, true);
+    EXPECT_TRUE(near(ends[0][2], ends[1][2], 1e-12) && near(ends[0][3], ends[1][3], 1e-12));
+
     for (const char* kind : {"linear", "quadratic", "natural", "default", "bessel", "hyman", "akima"}) {
         const auto grid = rows_of(ok(std::string("fit line.csv --from -1 --to 6 -n 8 --kind ") + kind).out, true);
         ASSERT_EQ(grid.size(), 8u) << kind;
@@ -364,7 +406,25 @@ TEST_F(Tool, EveryCommandHasHelpAndInfoAndBenchRun) {
     const Result info = ok("info");
     EXPECT_NE(info.out.find("kernel set:  sse42"), std::string::npos) << info.out;
     EXPECT_NE(info.out.find("sse4.2"), std::string::npos);
-    const Result bench = ok("bench --size 2000 --repeats 1");
-    for (const char* row : {"vdExp", "vsLn", "MT19937 gaussian", "mean + variance", "natural cubic"})
-        EXPECT_NE(bench.out.find(row), std::string::npos) << bench.out;
+    const std::string listed = ok("info --rows").out;
+    const std::size_t count = listed.find("vector-math rows: ");
+    ASSERT_NE(count, std::string::npos);
+    EXPECT_EQ(std::count(listed.begin() + count, listed.end(), '\n') - 1,
+              std::stol(listed.substr(count + 18)));
+    EXPECT_NE(listed.find("\n  dExp\n"), std::string::npos);
+
+    // Nine rows, each ratio the peer's time over the library's.
+    const Result bench = ok("bench --size 20000 --repeats 1");
+    int rows = 0;
+    for (const char* row : {"vdExp", "vdLn", "vsExp", "vsLn", "MT19937 uniform", "MT19937 gaussian",
+                            "MCG31m1 uniform", "mean + variance", "natural cubic"}) {
+        const std::size_t at = bench.out.find(row);
+        ASSERT_NE(at, std::string::npos) << row << "\n" << bench.out;
+        std::istringstream line(bench.out.substr(bench.out.find_first_of("0123456789", at + std::strlen(row))));
+        double qor_ns, peer_ns, ratio;
+        line >> qor_ns >> peer_ns >> ratio;
+        EXPECT_TRUE(qor_ns > 0 && peer_ns > 0 && near(ratio, peer_ns / qor_ns, 0.02)) << row;
+        ++rows;
+    }
+    EXPECT_EQ(rows, 9);
 }
