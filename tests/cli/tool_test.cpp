@@ -42,17 +42,17 @@ protected:
     }
     void TearDown() override { fs::remove_all(dir_); }
 
-    // Runs `qor args` in the scratch directory; stderr is a file, so the
-    // progress bar must stay off.
-    Result qor(const std::string& args) {
-        const std::string command = "cd '" + dir_.string() + "' && '" QOR_CLI_TOOL "' " + args + " >out.txt 2>err.txt";
-        const int raw = std::system(command.c_str());
+    // Runs a shell command in the scratch directory; stderr is a file, so
+    // the progress bar must stay off.
+    Result shell(const std::string& command) {
+        const int raw = std::system(("cd '" + dir_.string() + "' && " + command + " >out.txt 2>err.txt").c_str());
         return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, slurp(dir_ / "out.txt"), slurp(dir_ / "err.txt")};
     }
-    Result ok(const std::string& args) {
-        Result r = qor(args);
-        EXPECT_EQ(r.status, 0) << "qor " << args << "\n" << r.err;
-        EXPECT_EQ(r.err, "") << "qor " << args;
+    Result qor(const std::string& args) { return shell("'" QOR_CLI_TOOL "' " + args); }
+    Result ok(const std::string& args, bool raw = false) {
+        Result r = raw ? shell(args) : qor(args);
+        EXPECT_EQ(r.status, 0) << args << "\n" << r.err;
+        EXPECT_EQ(r.err, "") << args;
         return r;
     }
     void write(const std::string& name, const std::string& text) { std::ofstream(dir_ / name, std::ios::binary) << text; }
@@ -394,6 +394,17 @@ TEST_F(Tool, BadArgumentsAreNamed) {
         EXPECT_NE(r.err.find(message), std::string::npos) << args << "\n" << r.err;
         EXPECT_EQ(r.out, "") << args;
     }
+}
+
+TEST_F(Tool, TheProgressBarDrawsOnATerminalOnly) {
+    // `script` gives the tool a terminal; the bar then draws from the start
+    // and erases itself, unless --no-progress.
+    const std::string tool = "QOR_PROGRESS_DELAY_MS=0 '" QOR_CLI_TOOL "' ";
+    const Result bar = ok("script -qec \"" + tool + "rng -n 300000 -o u.txt\" /dev/null", true);
+    EXPECT_NE(bar.out.find("\rqor rng [##############################] 100%"), std::string::npos) << bar.out;
+    EXPECT_EQ(bar.out.substr(bar.out.rfind('\r')), "\r");
+    EXPECT_EQ(ok("script -qec \"" + tool + "--no-progress rng -n 300000 -o u.txt\" /dev/null", true).out, "");
+    EXPECT_EQ(ok("rng -n 300000 -o u.txt").err, "");  // standard error is a file here
 }
 
 TEST_F(Tool, EveryCommandHasHelpAndInfoAndBenchRun) {

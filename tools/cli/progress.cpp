@@ -1,6 +1,7 @@
 #include "progress.h"
 
 #include <cstdio>
+#include <cstdlib>
 
 #include "common.h"
 
@@ -8,7 +9,10 @@ namespace qor::cli {
 namespace {
 
 bool g_allowed = true;
-constexpr auto kDelay = std::chrono::milliseconds(500);
+std::chrono::milliseconds delay() {
+    const char* text = std::getenv("QOR_PROGRESS_DELAY_MS");
+    return std::chrono::milliseconds(text && *text ? std::atoi(text) : 500);
+}
 constexpr auto kInterval = std::chrono::milliseconds(100);
 constexpr int kWidth = 30;
 
@@ -23,7 +27,7 @@ Progress::Progress(std::string label, uint64_t total)
 void Progress::update(uint64_t done) {
     if (!enabled_) return;
     const Clock::time_point now = Clock::now();
-    if (now - start_ < kDelay || (drawn_ && now - last_ < kInterval && done < total_)) return;
+    if (now - start_ < delay() || (drawn_ && now - last_ < kInterval && done < total_)) return;
     last_ = now;
     drawn_ = true;
     const double fraction = done >= total_ ? 1.0 : double(done) / double(total_);

@@ -1,6 +1,7 @@
 // A progress bar on standard error for long runs.  It draws only when
 // standard error is a terminal, progress is allowed (--no-progress turns it
-// off) and the run has lasted half a second, and erases itself at the end.
+// off) and the run has lasted half a second (QOR_PROGRESS_DELAY_MS sets
+// another delay), and erases itself at the end.
 #ifndef QOR_CLI_PROGRESS_H
 #define QOR_CLI_PROGRESS_H
 
