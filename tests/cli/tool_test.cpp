@@ -107,6 +107,13 @@ TEST_F(Tool, RngGivesTheGeneratorsSequenceSkipsAheadAndWritesTextAndBinaryAlike)
         EXPECT_TRUE(near(row.at(0), double(x) / 2147483647.0, 1e-15)) << row.at(0);
         x = x * 1132489760u % 2147483647u;
     }
+    // UniformBits hands out the recurrence's words themselves.
+    const auto words = rows_of(ok("rng -g mcg31m1 --seed 12345 -d bits -n 6").out, false);
+    x = 12345;
+    for (const auto& row : words) {
+        EXPECT_EQ(row.at(0), double(x));
+        x = x * 1132489760u % 2147483647u;
+    }
     // The first dimension of Sobol's and Niederreiter's base-2 sequences:
     // the van der Corput points in Gray-code order, x ^= 2^-(c+1) with c
     // the lowest zero bit of the index.
@@ -262,6 +269,12 @@ TEST_F(Tool, StatsOfAGeneratedFileMatchTheirRecomputation) {
     EXPECT_TRUE(near(t.at("variance")[0], 5.0 / 3, 1e-15) && near(t.at("variance")[1], 4, 1e-15));
     EXPECT_EQ(t.at("q0.5"), (std::vector<double>{2.5, 10}));
 
+    // A forced header takes a numeric first row as names.
+    write("numbers.csv", "5,6\n1,2\n3,4\n");
+    EXPECT_EQ(ok("stats numbers.csv --csv --header yes").out.substr(0, 14), "statistic,5,6\n");
+    EXPECT_EQ(stats_of(ok("stats numbers.csv --csv --header yes").out).at("count")[0], 2);
+    EXPECT_EQ(stats_of(ok("stats numbers.csv --csv").out).at("count")[0], 3);
+
     // Three columns, three orders: each result in its own column and row.
     write("three.csv", "a,b,c\n0,40,-1\n10,30,-1\n20,20,-1\n30,10,-1\n40,0,-1\n");
     const auto q = stats_of(ok("stats three.csv --csv -q 0.25,0.5,1").out);
@@ -319,6 +332,9 @@ TEST_F(Tool, FitReproducesACubicWithItsDerivativesAndIntegral) {
         for (int i = 0; i < 8; ++i)
             EXPECT_TRUE(grid[i][0] == i - 1 && near(grid[i][1], 3 - 2 * (i - 1), 1e-13)) << kind << " " << i;
     }
+    // The integral runs from the first point, backwards for a site before it.
+    for (const auto& row : rows_of(ok("fit line.csv --kind linear --from -1 --to 6 -n 8 --integral").out, true))
+        EXPECT_TRUE(near(row.at(2), (3 - row[0]) * row[0], 1e-13)) << row[0];
     const auto fine = rows_of(ok("fit line.csv --from 0 --to 5 -n 100001 -d 1").out, true);
     ASSERT_EQ(fine.size(), 100001u);
     EXPECT_TRUE(near(fine[70000][1], 3 - 2 * 3.5, 1e-13) && near(fine[70000][2], -2, 1e-13));
@@ -405,6 +421,10 @@ TEST_F(Tool, TheProgressBarDrawsOnATerminalOnly) {
     EXPECT_EQ(bar.out.substr(bar.out.rfind('\r')), "\r");
     EXPECT_EQ(ok("script -qec \"" + tool + "--no-progress rng -n 300000 -o u.txt\" /dev/null", true).out, "");
     EXPECT_EQ(ok("rng -n 300000 -o u.txt").err, "");  // standard error is a file here
+    // Nor does binary go to a terminal.
+    const Result refused = shell("script -qec \"'" QOR_CLI_TOOL "' rng -f binary\" /dev/null");
+    EXPECT_NE(refused.out.find("--format binary: will not write binary to a terminal; give --output FILE"),
+              std::string::npos) << refused.out;
 }
 
 TEST_F(Tool, EveryCommandHasHelpAndInfoAndBenchRun) {
