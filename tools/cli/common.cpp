@@ -73,12 +73,6 @@ std::string format_number(double value) {
     return std::string(buffer, r.ptr);
 }
 
-std::string format_number(float value) {
-    char buffer[32];
-    const auto r = std::to_chars(buffer, buffer + sizeof buffer, value);
-    return std::string(buffer, r.ptr);
-}
-
 namespace {
 
 const char* rng_text(int status) {

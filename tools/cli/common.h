@@ -37,7 +37,6 @@ std::vector<double> parse_list(const std::string& text, const std::string& what)
 
 // Shortest text that reads back as the same number.
 std::string format_number(double value);
-std::string format_number(float value);
 
 // Text of a status of any family; `family` picks the table ("rng",
 // "stats", "fit"), the core's own codes are known to all.
