@@ -99,6 +99,8 @@ void check_accuracy(double limit, double tangent_limit) {
     }
 }
 
+constexpr double kLowAccuracyBound = 2;
+
 // ---- special values --------------------------------------------------------------
 constexpr double inf = INFINITY, nan = NAN, pi = 3.141592653589793116, h = pi / 2, q = pi / 4, q3 = 3 * pi / 4;
 constexpr double kAnyInf = 42, kAnyZero = 43;  // result parts whose sign is free
@@ -194,6 +196,18 @@ void check_special_values() {
 TEST(ComplexInverse, AgainstMpc) {
     check_accuracy<qor_complex16>(0.51, 1.6);
     check_accuracy<qor_complex8>(0.51, 0.51);
+}
+
+// The double LA kernels (which serve EP too): plain double formulas.
+TEST(ComplexInverse, DoubleLowAccuracyWithinItsBound) {
+    const Function<qor_complex16> la[] = {{"zAsin", _lumzAsin_50, nullptr, mpc_asin},    {"zAcos", _lumzAcos_50, nullptr, mpc_acos},
+                                          {"zAsinh", _lumzAsinh_50, nullptr, mpc_asinh}, {"zAcosh", _lumzAcosh_50, nullptr, mpc_acosh},
+                                          {"zAtan", _lumzAtan_50, nullptr, mpc_atan},    {"zAtanh", _lumzAtanh_50, nullptr, mpc_atanh}};
+    const auto args = sweep<qor_complex16>(23, 1 << 12);
+    for (const auto& fn : la) {
+        const auto worst = measure_complex<qor_complex16>(fn.kernel, fn.reference, args, kLowAccuracyBound);
+        EXPECT_LE(worst.score, kLowAccuracyBound) << fn.name << ": " << worst.describe();
+    }
 }
 
 TEST(ComplexInverse, SpecialValues) {

@@ -13,3 +13,7 @@ QOR_VM_PLANAR_KERNEL_PAIR(c, Asinh, unary, HA, (ops::InverseOp<float, ops::Asinh
 QOR_VM_PLANAR_KERNEL_PAIR(z, Asinh, unary, HA, (ops::InverseOp<double, ops::Asinh>{}))
 QOR_VM_PLANAR_KERNEL_PAIR(c, Acosh, unary, HA, (ops::InverseOp<float, ops::Acosh>{}))
 QOR_VM_PLANAR_KERNEL_PAIR(z, Acosh, unary, HA, (ops::InverseOp<double, ops::Acosh>{}))
+QOR_VM_PLANAR_KERNEL_PAIR(z, Asin, unary, LA, (ops::InverseOp<double, ops::Asin, ops::Eval::plain>{}))
+QOR_VM_PLANAR_KERNEL_PAIR(z, Acos, unary, LA, (ops::InverseOp<double, ops::Acos, ops::Eval::plain>{}))
+QOR_VM_PLANAR_KERNEL_PAIR(z, Asinh, unary, LA, (ops::InverseOp<double, ops::Asinh, ops::Eval::plain>{}))
+QOR_VM_PLANAR_KERNEL_PAIR(z, Acosh, unary, LA, (ops::InverseOp<double, ops::Acosh, ops::Eval::plain>{}))

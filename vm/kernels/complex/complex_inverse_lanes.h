@@ -11,6 +11,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <type_traits>
 
 #include "../explog/log1p_ops.h"
 #include "../hyper/hyper_core.h"
@@ -21,17 +22,21 @@ namespace qor::vm::complex {
 
 // ---- the Op ---------------------------------------------------------------------------
 // F provides
-//   template <class Real> static ZD lanes(ZD z, vd& mark);  // vector path
+//   template <Eval E> static ZD lanes(ZD z, vd& mark);  // vector path
 //   static int scalar(double x, double y, double& u, double& v);  // one element
-// The vector path of Real = float may be a cheaper evaluation in double:
-// one rounding to single at the end hides errors far above double's.
-template <class Real, class F>
+// pairs: the two-double evaluation of the double HA kernels; plain: plain
+// double, for the double LA/EP kernels; single: plain double with the
+// coarse arctangent, for the single kernels (one rounding to single at the
+// end hides their errors).
+enum class Eval { pairs, plain, single };
+
+template <class Real, class F, Eval E = std::is_same_v<Real, double> ? Eval::pairs : Eval::single>
 struct InverseOp {
     using C = PlanarOf<Real>;
     using Mask = Real;
     static constexpr bool reads_mode = true;
     CV<Real> operator()(CV<Real> a, RV<Real>& m) const {
-        return map_cc<Real>(a, m, [](ZD z, vd& mark) { return F::template lanes<Real>(z, mark); });
+        return map_cc<Real>(a, m, [](ZD z, vd& mark) { return F::template lanes<E>(z, mark); });
     }
     int fix(const C& a, C& r) const { return fix_cc(a, r, F::scalar); }
 };
@@ -123,9 +128,10 @@ QOR_KERNEL_INLINE vd atan2_pair(Pair a, Pair b) {
     return SD::add(t.hi, SD::add(t.lo, corr));
 }
 
-// atan2(a, b) for single results: the plain method in double (far more
-// accurate than a float needs).
-QOR_KERNEL_INLINE vd atan2_plain(vd a, vd b) { return invtrig::atan2_lanes<false, Variant::HA, true>(a, b); }
+// atan2(a, b) of the plain evaluations: Atan2's HA method (about 0.51
+// ulp), or its method for single results (0.5 ulp of a float plus 2^-9).
+template <Eval E>
+QOR_KERNEL_INLINE vd atan2_plain(vd a, vd b) { return invtrig::atan2_lanes<false, Variant::HA, E == Eval::single>(a, b); }
 
 // ---- one element per register --------------------------------------------------------------
 // The Op of a complex function computed in double on (x, y) lanes of one
