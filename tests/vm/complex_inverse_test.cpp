@@ -99,6 +99,12 @@ void check_accuracy(double limit, double tangent_limit) {
     }
 }
 
+// The double LA kernels of the inverse functions (they serve EP too).
+std::vector<Function<qor_complex16>> low_accuracy() {
+    return {{"zAsin", _lumzAsin_50, nullptr, mpc_asin},    {"zAcos", _lumzAcos_50, nullptr, mpc_acos},
+            {"zAsinh", _lumzAsinh_50, nullptr, mpc_asinh}, {"zAcosh", _lumzAcosh_50, nullptr, mpc_acosh},
+            {"zAtan", _lumzAtan_50, nullptr, mpc_atan},    {"zAtanh", _lumzAtanh_50, nullptr, mpc_atanh}};
+}
 constexpr double kLowAccuracyBound = 2;
 
 // ---- special values --------------------------------------------------------------
@@ -179,14 +185,14 @@ std::vector<Row> swapped(const std::vector<Row>& rows) {
 }
 
 template <class C>
-void check_special_values() {
-    const auto f = functions<C>();
+void check_special_values(const std::vector<Function<C>>& f) {
     check_rows<C>(f[0].kernel, f[0].name, swapped(kAsinhRows), true);
     check_rows<C>(f[1].kernel, f[1].name, kAcosRows, false);
     check_rows<C>(f[2].kernel, f[2].name, kAsinhRows, true);
     check_rows<C>(f[3].kernel, f[3].name, kAcoshRows, false);
     check_rows<C>(f[4].kernel, f[4].name, swapped(kAtanhRows), true);
     check_rows<C>(f[5].kernel, f[5].name, kAtanhRows, true);
+    if (f.size() < 8) return;
     check_rows<C>(f[6].kernel, f[6].name, swapped(kTanhRows), true);
     check_rows<C>(f[7].kernel, f[7].name, kTanhRows, true);
 }
@@ -200,19 +206,17 @@ TEST(ComplexInverse, AgainstMpc) {
 
 // The double LA kernels (which serve EP too): plain double formulas.
 TEST(ComplexInverse, DoubleLowAccuracyWithinItsBound) {
-    const Function<qor_complex16> la[] = {{"zAsin", _lumzAsin_50, nullptr, mpc_asin},    {"zAcos", _lumzAcos_50, nullptr, mpc_acos},
-                                          {"zAsinh", _lumzAsinh_50, nullptr, mpc_asinh}, {"zAcosh", _lumzAcosh_50, nullptr, mpc_acosh},
-                                          {"zAtan", _lumzAtan_50, nullptr, mpc_atan},    {"zAtanh", _lumzAtanh_50, nullptr, mpc_atanh}};
     const auto args = sweep<qor_complex16>(23, 1 << 12);
-    for (const auto& fn : la) {
+    for (const auto& fn : low_accuracy()) {
         const auto worst = measure_complex<qor_complex16>(fn.kernel, fn.reference, args, kLowAccuracyBound);
         EXPECT_LE(worst.score, kLowAccuracyBound) << fn.name << ": " << worst.describe();
     }
 }
 
 TEST(ComplexInverse, SpecialValues) {
-    check_special_values<qor_complex16>();
-    check_special_values<qor_complex8>();
+    check_special_values(functions<qor_complex16>());
+    check_special_values(functions<qor_complex8>());
+    check_special_values(low_accuracy());
 }
 
 namespace {

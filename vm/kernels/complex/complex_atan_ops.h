@@ -36,19 +36,25 @@ QOR_KERNEL_INLINE Pair one_less_squares(vd x, vd y) {
     return pair::fast_two_sum(t.hi, SD::sub(SD::sub(SD::add(s.lo, t.lo), xx.lo), yy.lo));
 }
 
-// atanh(x + iy) for x, y >= 0 in the vector path's range, not the pole.
+// atanh(x + iy) for x, y >= 0 in the vector path's range, not the pole;
+// `tiny` marks real parts below the normal range, which the scalar routine
+// rounds once.
 template <Eval E>
-QOR_KERNEL_INLINE ZD arctanh_parts(vd x, vd y) {
+QOR_KERNEL_INLINE ZD arctanh_parts(vd x, vd y, vd& tiny) {
     const vd one = SD::set1(1.0), four = SD::set1(4.0);
     const Pair den = one_less_squares(x, y);
     vd l, angle;
     if constexpr (E != Eval::pairs) {
         const vd omx = SD::sub(one, x);
-        l = explog::log1p_double(SD::div(SD::mul(four, x), SD::add(SD::mul(omx, omx), SD::mul(y, y))));
+        const vd w = SD::div(SD::mul(four, x), SD::add(SD::mul(omx, omx), SD::mul(y, y)));
+        tiny = SD::bit_and(SD::lt(w, SD::set1(0x1p-1018)), SD::gt(w, SD::set1(0.0)));
+        l = explog::log1p_double(w);
         angle = atan2_plain<E>(SD::add(y, y), SD::add(den.hi, den.lo));
     } else {
         const Pair q = add(square(pair::two_sum(one, SD::neg(x))), pair::two_prod(y, y));
-        l = log1p_pair(div({SD::mul(four, x), SD::set1(0.0)}, q));
+        const Pair w = div({SD::mul(four, x), SD::set1(0.0)}, q);
+        tiny = SD::bit_and(SD::lt(w.hi, SD::set1(0x1p-1018)), SD::gt(w.hi, SD::set1(0.0)));
+        l = log1p_pair(w);
         angle = atan2_pair({SD::add(y, y), SD::set1(0.0)}, den);
     }
     return {SD::mul(SD::set1(0.25), l), SD::mul(SD::set1(0.5), angle)};
@@ -102,7 +108,9 @@ struct Atanh {
     static ZD lanes(ZD z, vd& mark) {
         vd ax = z.re, ay = z.im;
         mark = arctanh_marked(ax, ay);
-        const ZD w = arctanh_parts<E>(ax, ay);
+        vd tiny;
+        const ZD w = arctanh_parts<E>(ax, ay, tiny);
+        mark = SD::bit_or(mark, tiny);
         return {SD::copysign(w.re, z.re), SD::copysign(w.im, z.im)};
     }
     static int scalar(double x, double y, double& re, double& im) { return atanh_scalar(x, y, re, im); }
@@ -113,7 +121,9 @@ struct Atan {
     static ZD lanes(ZD z, vd& mark) {
         vd ax = z.im, ay = z.re;  // atanh(|y| + i|x|)
         mark = arctanh_marked(ax, ay);
-        const ZD w = arctanh_parts<E>(ax, ay);
+        vd tiny;
+        const ZD w = arctanh_parts<E>(ax, ay, tiny);
+        mark = SD::bit_or(mark, tiny);
         return {SD::copysign(w.im, z.re), SD::copysign(w.re, z.im)};
     }
     static int scalar(double x, double y, double& re, double& im) {

@@ -80,15 +80,15 @@ QOR_KERNEL_INLINE Pair square(Pair a) {
     const Pair p = pair::two_prod(a.hi, a.hi);
     return pair::fast_two_sum(p.hi, SD::add(p.lo, SD::mul(SD::add(a.hi, a.hi), a.lo)));
 }
-// n/d for d > 0: n times the rounded reciprocal, corrected by its exact
-// residual (one division; the low part is not normalised, it is about an
-// ulp of the high part).
+// n/d for d > 0: the rounded quotient corrected by its exact residual (the
+// low part is not normalised; it is below an ulp of the high part).  The
+// rounded quotient keeps results below the normal range, where the low
+// part is lost, within half an ulp.
 QOR_KERNEL_INLINE Pair div(Pair n, Pair d) {
-    const vd inv = SD::div(SD::set1(1.0), d.hi);
-    const vd q = SD::mul(n.hi, inv);
+    const vd q = SD::div(n.hi, d.hi);
     const Pair qd = pair::two_prod(q, d.hi);
     const vd rest = SD::sub(SD::add(SD::sub(SD::sub(n.hi, qd.hi), qd.lo), n.lo), SD::mul(q, d.lo));
-    return {q, SD::mul(rest, inv)};
+    return {q, SD::div(rest, d.hi)};
 }
 QOR_KERNEL_INLINE Pair half(Pair a) { return {SD::mul(a.hi, SD::set1(0.5)), SD::mul(a.lo, SD::set1(0.5))}; }
 using hyper_core::sqrt_pair;
