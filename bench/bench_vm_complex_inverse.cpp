@@ -1,7 +1,7 @@
-// Complex Asin, Acos, Asinh, Acosh, Atan, Atanh, Tan, Tanh (one kernel per
-// row) beside std::complex's functions (the C library's casin, cacos, ...)
-// in a scalar loop over the same arguments: |re|, |im| up to 2, signs
-// random, n = 1000.
+// Complex Asin, Acos, Asinh, Acosh, Atan, Atanh, Tan, Tanh (HA; the double
+// inverse functions also LA, which serves EP) beside std::complex's
+// functions (the C library's casin, cacos, ...) in a scalar loop over the
+// same arguments: |re|, |im| up to 2, signs random, n = 1000.
 #include <complex>
 #include <random>
 #include <string>
@@ -63,13 +63,22 @@ void time_scalar(benchmark::State& state, F f) {
     benchmark::RegisterBenchmark("c" #Fn "/std_complex", time_scalar<qor_complex8, std::complex<float> (*)(const std::complex<float>&)>, \
                                  [](const std::complex<float>& x) { return stdfn(x); });
 
+#define QOR_COMPLEX_BENCH_LA(Fn) \
+    benchmark::RegisterBenchmark("z" #Fn "/qor_LA", time_kernel<qor_complex16>, _lumz##Fn##_50);
+
 int register_all() {
     if (dll_cpu_version() != 5) return 1;
+    QOR_COMPLEX_BENCH_LA(Asin)
     QOR_COMPLEX_BENCH(Asin, std::asin)
+    QOR_COMPLEX_BENCH_LA(Acos)
     QOR_COMPLEX_BENCH(Acos, std::acos)
+    QOR_COMPLEX_BENCH_LA(Asinh)
     QOR_COMPLEX_BENCH(Asinh, std::asinh)
+    QOR_COMPLEX_BENCH_LA(Acosh)
     QOR_COMPLEX_BENCH(Acosh, std::acosh)
+    QOR_COMPLEX_BENCH_LA(Atan)
     QOR_COMPLEX_BENCH(Atan, std::atan)
+    QOR_COMPLEX_BENCH_LA(Atanh)
     QOR_COMPLEX_BENCH(Atanh, std::atanh)
     QOR_COMPLEX_BENCH(Tan, std::tan)
     QOR_COMPLEX_BENCH(Tanh, std::tanh)

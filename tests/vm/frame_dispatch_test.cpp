@@ -69,9 +69,9 @@ TEST(FrameRowList, HasEveryFunctionAndForm) {
     EXPECT_EQ(per_precision[1], 180);
     EXPECT_EQ(per_precision[2], 60);
     EXPECT_EQ(per_precision[3], 60);
-    EXPECT_EQ(per_share[0], 328);
+    EXPECT_EQ(per_share[0], 316);
     EXPECT_EQ(per_share[1], 34);
-    EXPECT_EQ(per_share[2], 17);
+    EXPECT_EQ(per_share[2], 29);
     EXPECT_EQ(per_share[3], 101);
 }
 

@@ -5,11 +5,15 @@
 
 namespace ops = qor::vm::complex;
 
-QOR_VM_KERNEL_PAIR(c, Asin, unary, HA, (ops::ComplexInDouble<qor_complex8, ops::Asin>{}))
-QOR_VM_KERNEL_PAIR(z, Asin, unary, HA, (ops::ComplexInDouble<qor_complex16, ops::Asin>{}))
-QOR_VM_KERNEL_PAIR(c, Acos, unary, HA, (ops::ComplexInDouble<qor_complex8, ops::Acos>{}))
-QOR_VM_KERNEL_PAIR(z, Acos, unary, HA, (ops::ComplexInDouble<qor_complex16, ops::Acos>{}))
-QOR_VM_KERNEL_PAIR(c, Asinh, unary, HA, (ops::ComplexInDouble<qor_complex8, ops::Asinh>{}))
-QOR_VM_KERNEL_PAIR(z, Asinh, unary, HA, (ops::ComplexInDouble<qor_complex16, ops::Asinh>{}))
-QOR_VM_KERNEL_PAIR(c, Acosh, unary, HA, (ops::ComplexInDouble<qor_complex8, ops::Acosh>{}))
-QOR_VM_KERNEL_PAIR(z, Acosh, unary, HA, (ops::ComplexInDouble<qor_complex16, ops::Acosh>{}))
+QOR_VM_PLANAR_KERNEL_PAIR(c, Asin, unary, HA, (ops::InverseOp<float, ops::Asin>{}))
+QOR_VM_PLANAR_KERNEL_PAIR(z, Asin, unary, HA, (ops::InverseOp<double, ops::Asin>{}))
+QOR_VM_PLANAR_KERNEL_PAIR(c, Acos, unary, HA, (ops::InverseOp<float, ops::Acos>{}))
+QOR_VM_PLANAR_KERNEL_PAIR(z, Acos, unary, HA, (ops::InverseOp<double, ops::Acos>{}))
+QOR_VM_PLANAR_KERNEL_PAIR(c, Asinh, unary, HA, (ops::InverseOp<float, ops::Asinh>{}))
+QOR_VM_PLANAR_KERNEL_PAIR(z, Asinh, unary, HA, (ops::InverseOp<double, ops::Asinh>{}))
+QOR_VM_PLANAR_KERNEL_PAIR(c, Acosh, unary, HA, (ops::InverseOp<float, ops::Acosh>{}))
+QOR_VM_PLANAR_KERNEL_PAIR(z, Acosh, unary, HA, (ops::InverseOp<double, ops::Acosh>{}))
+QOR_VM_PLANAR_KERNEL_PAIR(z, Asin, unary, LA, (ops::InverseOp<double, ops::Asin, ops::Eval::plain>{}))
+QOR_VM_PLANAR_KERNEL_PAIR(z, Acos, unary, LA, (ops::InverseOp<double, ops::Acos, ops::Eval::plain>{}))
+QOR_VM_PLANAR_KERNEL_PAIR(z, Asinh, unary, LA, (ops::InverseOp<double, ops::Asinh, ops::Eval::plain>{}))
+QOR_VM_PLANAR_KERNEL_PAIR(z, Acosh, unary, LA, (ops::InverseOp<double, ops::Acosh, ops::Eval::plain>{}))
