@@ -49,4 +49,21 @@ def corr(x, weights=None):
     return summary(x, weights, ("cor",))["cor"]
 
 
-__all__ = ["summary", "quantiles", "cov", "corr", "StreamQuantiles", "ESTIMATES"]
+def robust_cov(x, method="mcd", breakdown=0.5, rejection=0.001, subsets=500, seed=1):
+    """Robust mean and covariance of the columns of x: FAST-MCD ("mcd",
+    reweighted) or Rocke's translated-biweight S-estimate ("tbs") started
+    from it.  Repeatable for a given seed."""
+    params = [breakdown, rejection, 1e-6, 100, subsets, 1, seed]
+    return _stats._robust_cov(x, method, [float(v) for v in params])
+
+
+def outliers(x, alpha=0.05, init="mahalanobis"):
+    """BACON's outlier flags over the rows of x: a boolean array, True for
+    an outlier."""
+    start = {"mahalanobis": 0, "median": 1}.get(init)
+    if start is None:
+        raise ValueError("init must be 'mahalanobis' or 'median'")
+    return _stats._outliers(x, [float(start), float(alpha)]) == 0
+
+
+__all__ = ["summary", "quantiles", "cov", "corr", "robust_cov", "outliers", "StreamQuantiles", "ESTIMATES"]

@@ -160,11 +160,53 @@ private:
     TaskOwner owner_;
 };
 
+// Robust mean and covariance: FAST-MCD, or the translated-biweight
+// S-estimate started from it; parameters by their index (SS_RCOV_...).
+py::tuple robust_covariance(const py::handle& data, const std::string& method, std::vector<double> params) {
+    auto [x, n, p] = observations(data, "qor.stats.robust_cov");
+    const int code = method == "mcd" ? SS_METHOD_FAST_MCD : method == "tbs" ? SS_METHOD_TBS : 0;
+    if (!code) throw py::value_error("qor.stats.robust_cov: method must be 'mcd' or 'tbs', not '" + method + "'");
+    const int64_t storage = SS_OBS_OBSERVATIONS_IN_ROWS, full = SS_MATRIX_STORAGE_FULL,
+                  count = int64_t(params.size());
+    Matrix mean({p}), cov({p, p});
+    TaskOwner owner;
+    check("qor.stats.robust_cov", qor_dss_new_task(&owner.task, &p, &n, &storage, x.data(), nullptr, nullptr));
+    check("qor.stats.robust_cov", qor_dss_edit_rcov(owner.task, &full, &count, params.data(),
+                                                    mean.mutable_data(), cov.mutable_data()));
+    int status;
+    {
+        py::gil_scoped_release unlocked;
+        status = qor_dss_robust_covariance(owner.task, SS_EST_ROBUST_COV, code);
+    }
+    check("qor.stats.robust_cov", status);
+    return py::make_tuple(mean, cov);
+}
+
+// BACON's weights: 0 for an outlier, 1 otherwise.
+Matrix outliers(const py::handle& data, std::vector<double> params) {
+    auto [x, n, p] = observations(data, "qor.stats.outliers");
+    const int64_t storage = SS_OBS_OBSERVATIONS_IN_ROWS, count = int64_t(params.size());
+    Matrix weights({n});
+    TaskOwner owner;
+    check("qor.stats.outliers", qor_dss_new_task(&owner.task, &p, &n, &storage, x.data(), nullptr, nullptr));
+    check("qor.stats.outliers",
+          qor_dss_edit_out_detect(owner.task, &count, params.data(), weights.mutable_data()));
+    int status;
+    {
+        py::gil_scoped_release unlocked;
+        status = qor_dss_outlier_detection(owner.task, SS_EST_OUTLIERS, SS_METHOD_BACON);
+    }
+    check("qor.stats.outliers", status);
+    return weights;
+}
+
 }  // namespace
 
 void bind_stats(py::module_& m) {
     m.def("_summary", &summary, py::arg("x"), py::arg("weights"), py::arg("estimates"));
     m.def("_quantiles", &quantiles, py::arg("x"), py::arg("q"));
+    m.def("_robust_cov", &robust_covariance);
+    m.def("_outliers", &outliers);
     py::class_<StreamQuantiles>(m, "StreamQuantiles",
                                 "Quantiles of data fed in portions, each within eps*n ranks of the exact one.")
         .def(py::init<const py::handle&, double>(), py::arg("q"), py::arg("eps") = 0.001)

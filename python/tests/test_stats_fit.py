@@ -1,4 +1,6 @@
 """qor.stats against NumPy and SciPy; qor.fit against SciPy's splines."""
+import os
+
 import numpy as np
 import pytest
 import scipy.interpolate
@@ -34,6 +36,22 @@ def test_quantiles_exact_and_streaming():
         sq.feed(part)
     ranks = np.searchsorted(np.sort(data), sq.quantiles)
     assert np.all(np.abs(ranks - np.array(q[1:4]) * (data.size - 1)) <= eps * data.size + 1)
+
+
+def test_robust_estimates_find_the_planted_outliers_of_hbk():
+    # Hawkins, Bradu and Kass: observations 1 to 14 are the planted outliers.
+    path = os.path.join(os.environ.get("QOR_TEST_VECTORS_DIR", ""), "hbk.csv")
+    if not os.path.exists(path):
+        pytest.skip("hbk.csv not found")
+    x = np.genfromtxt(path, delimiter=",", skip_header=1)[:, -4:-1]
+    assert np.flatnonzero(qor.stats.outliers(x)).tolist() == list(range(14))
+    for method in ("mcd", "tbs"):
+        mean, cov = qor.stats.robust_cov(x, method)
+        d = x - mean
+        distances = np.einsum("ij,jk,ik->i", d, np.linalg.inv(cov), d)
+        assert np.flatnonzero(distances > scipy.stats.chi2.ppf(0.975, 3)).tolist() == list(range(14))
+    with pytest.raises(ValueError, match="method"):
+        qor.stats.robust_cov(x, "ogk")
 
 
 def test_stats_bad_arguments():
