@@ -34,7 +34,7 @@ def row(name, ours, peer_name, theirs):
 
 def main():
     n = int(float(sys.argv[1])) if len(sys.argv) > 1 else 10**7
-    print(f"qor {qor.kernel_set} kernels, n = {n}")
+    print(f"qor {qor.kernel_set()} kernels, n = {n}")
     print(f"{'qor':<34} {'':>13}   {'peer':<36} {'':>13}   ratio")
     stream = qor.random.Stream("philox4x32x10", 1)
     pcg = np.random.Generator(np.random.PCG64(1))
