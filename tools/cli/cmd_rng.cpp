@@ -37,7 +37,7 @@ constexpr int64_t kBlock = 1 << 16;  // variates per call of the library
 
 std::string names_of(const DistributionSpec& d) {
     std::string out;
-    for (const ParamSpec& p : d.params) out += std::string(out.empty() ? "" : ", ") + p.name;
+    for (const ParamInfo& p : d.params) out += std::string(out.empty() ? "" : ", ") + p.name;
     return out.empty() ? "none" : out;
 }
 
@@ -47,23 +47,23 @@ ParamValues parse_params(const DistributionSpec& d, const std::vector<std::strin
         const std::size_t eq = item.find('=');
         if (eq == std::string::npos) throw Error("--param " + item + ": expected name=value");
         const std::string name = item.substr(0, eq), text = item.substr(eq + 1);
-        const auto spec = std::find_if(d.params.begin(), d.params.end(), [&](const ParamSpec& p) { return name == p.name; });
-        if (spec == d.params.end())
+        const auto known = std::find_if(d.params.begin(), d.params.end(), [&](const ParamInfo& p) { return name == p.name; });
+        if (known == d.params.end())
             throw Error("--param " + item + ": " + d.name + " has no parameter '" + name + "' (its parameters: " +
                         names_of(d) + ")");
-        if (spec->kind == ParamSpec::Kind::list) {
+        if (known->kind == ParamInfo::Kind::list) {
             values.lists[name] = parse_list(text, "--param " + name);
             continue;
         }
         double value;
         if (!parse_double(text, value)) throw Error("--param " + item + ": '" + text + "' is not a number");
-        if (spec->kind == ParamSpec::Kind::integer && !(value == int32_t(value) && value >= -2147483648.0 && value <= 2147483647.0))
+        if (known->kind == ParamInfo::Kind::integer && !(value == int32_t(value) && value >= -2147483648.0 && value <= 2147483647.0))
             throw Error("--param " + item + ": " + name + " must be a 32-bit integer");
         values.scalars[name] = value;
     }
-    for (const ParamSpec& p : d.params) {
+    for (const ParamInfo& p : d.params) {
         const bool given_p = values.scalars.count(p.name) || values.lists.count(p.name);
-        if (given_p || p.kind == ParamSpec::Kind::list) {
+        if (given_p || p.kind == ParamInfo::Kind::list) {
             if (!given_p && p.required) throw Error(std::string(d.name) + " needs --param " + p.name + "=... (" + p.meaning + ")");
             continue;
         }
@@ -107,11 +107,11 @@ void print_list() {
         std::printf("  %-15s %s; methods:", d.name, d.meaning);
         for (const auto& m : d.methods) std::printf(" %s", m.first);
         std::printf("%s\n", d.accurate ? " (--accurate allowed)" : "");
-        for (const ParamSpec& p : d.params) {
+        for (const ParamInfo& p : d.params) {
             std::printf("      %-8s %s", p.name, p.meaning);
-            if (p.kind == ParamSpec::Kind::list) std::printf(" (comma-separated list)");
+            if (p.kind == ParamInfo::Kind::list) std::printf(" (comma-separated list)");
             if (p.required) std::printf(", required\n");
-            else if (p.kind != ParamSpec::Kind::list) std::printf(", default %s\n", format_number(p.fallback).c_str());
+            else if (p.kind != ParamInfo::Kind::list) std::printf(", default %s\n", format_number(p.fallback).c_str());
             else std::printf("\n");
         }
     }

@@ -8,7 +8,7 @@
 namespace qor::cli {
 namespace {
 
-using K = ParamSpec::Kind;
+using K = ParamInfo::Kind;
 
 bool same_name(std::string_view a, std::string_view b) {
     return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
@@ -75,8 +75,8 @@ int draw_multinomial(const Draw& d) {
                                 int32_t(p.size()), p.data());
 }
 
-const ParamSpec kLocation{"a", K::real, false, 0.0, "location (displacement)"};
-const ParamSpec kScale{"beta", K::real, false, 1.0, "scale"};
+const ParamInfo kLocation{"a", K::real, false, 0.0, "location (displacement)"};
+const ParamInfo kScale{"beta", K::real, false, 1.0, "scale"};
 
 }  // namespace
 

@@ -18,7 +18,7 @@ namespace qor::cli {
 // What one variate is made of in memory.
 enum class Variate { real, integer, bits32, bits64 };
 
-struct ParamSpec {
+struct ParamInfo {
     enum class Kind { real, integer, list };
     const char* name;
     Kind kind;
@@ -27,7 +27,7 @@ struct ParamSpec {
     const char* meaning;
 };
 
-// The parameters given on the command line, checked against the specs.
+// The parameters given on the command line, checked against the distribution's parameters.
 struct ParamValues {
     std::map<std::string, double> scalars;
     std::map<std::string, std::vector<double>> lists;
@@ -49,7 +49,7 @@ struct Draw {
 struct DistributionSpec {
     const char* name;
     Variate variate;
-    std::vector<ParamSpec> params;
+    std::vector<ParamInfo> params;
     std::vector<std::pair<const char*, int>> methods;  // the first is the default
     bool accurate;                                    // QOR_RNG_METHOD_ACCURATE allowed
     const char* width_list;                           // list whose length is the width, or null: 1
