@@ -40,8 +40,7 @@ QOR_CORE_API int qor_rng_new_stream(qor_rng_stream** stream, int brng, uint32_t 
  * generators are not made here (QOR_RNG_STATUS_BAD_BRNG), nor is a
  * generator this build does not provide.  SFMT19937 takes one word as its
  * authors' 32-bit seed and two or more as their key array; MT2203 and
- * MT19937 take the words as a key.  MT2203 members beyond the parameter
- * table this build ships answer QOR_RNG_STATUS_BAD_BRNG.
+ * MT19937 take the words as a key.  MT2203 has all 6024 members.
  *
  * Seed words of the counter-based, shift-register and hardware generators:
  * PHILOX4X32X10 takes its 64-bit key from words 0 and 1 and its 128-bit
