@@ -11,6 +11,8 @@ struct Given {
     Field SSTask::*field;
     Value* value;
 };
+template <class Field, class Value>
+Given(Field SSTask::*, Value*) -> Given<Field, Value>;
 
 template <class... Field, class... Value>
 int32_t edit_group(SSTask* task, Given<Field, Value>... given) {

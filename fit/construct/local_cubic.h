@@ -25,6 +25,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <emmintrin.h>
 
 #include "fit/construct/frame.h"
 #include "fit/construct/hermite_form.h"
@@ -68,23 +69,21 @@ template <class M, class V>
 V choose(M mask, V a, V b) { return mask ? a : b; }
 
 // Element l of each of four vectors to the four consecutive elements
-// p[4l .. 4l+3]: a transpose, then whole-register stores.
+// p[4l .. 4l+3]: a transpose by unpacks, then whole-register stores.
 inline void store_transposed(double* p, Lanes<double>::V a, Lanes<double>::V b, Lanes<double>::V c,
                              Lanes<double>::V d) {
-    using M = long long __attribute__((vector_size(16)));
-    store_lanes(p, __builtin_shuffle(a, b, M{0, 2}));
-    store_lanes(p + 2, __builtin_shuffle(c, d, M{0, 2}));
-    store_lanes(p + 4, __builtin_shuffle(a, b, M{1, 3}));
-    store_lanes(p + 6, __builtin_shuffle(c, d, M{1, 3}));
+    _mm_storeu_pd(p, _mm_unpacklo_pd(a, b));
+    _mm_storeu_pd(p + 2, _mm_unpacklo_pd(c, d));
+    _mm_storeu_pd(p + 4, _mm_unpackhi_pd(a, b));
+    _mm_storeu_pd(p + 6, _mm_unpackhi_pd(c, d));
 }
 inline void store_transposed(float* p, Lanes<float>::V a, Lanes<float>::V b, Lanes<float>::V c, Lanes<float>::V d) {
-    using M = int __attribute__((vector_size(16)));
-    const auto ab_low = __builtin_shuffle(a, b, M{0, 4, 1, 5}), cd_low = __builtin_shuffle(c, d, M{0, 4, 1, 5});
-    const auto ab_high = __builtin_shuffle(a, b, M{2, 6, 3, 7}), cd_high = __builtin_shuffle(c, d, M{2, 6, 3, 7});
-    store_lanes(p, __builtin_shuffle(ab_low, cd_low, M{0, 1, 4, 5}));
-    store_lanes(p + 4, __builtin_shuffle(ab_low, cd_low, M{2, 3, 6, 7}));
-    store_lanes(p + 8, __builtin_shuffle(ab_high, cd_high, M{0, 1, 4, 5}));
-    store_lanes(p + 12, __builtin_shuffle(ab_high, cd_high, M{2, 3, 6, 7}));
+    const __m128 ab_low = _mm_unpacklo_ps(a, b), cd_low = _mm_unpacklo_ps(c, d);
+    const __m128 ab_high = _mm_unpackhi_ps(a, b), cd_high = _mm_unpackhi_ps(c, d);
+    _mm_storeu_ps(p, _mm_movelh_ps(ab_low, cd_low));
+    _mm_storeu_ps(p + 4, _mm_movehl_ps(cd_low, ab_low));
+    _mm_storeu_ps(p + 8, _mm_movelh_ps(ab_high, cd_high));
+    _mm_storeu_ps(p + 12, _mm_movehl_ps(cd_high, ab_high));
 }
 
 // The pieces of `count` consecutive intervals from contiguous values y,

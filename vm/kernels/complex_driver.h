@@ -129,6 +129,8 @@ struct PlanarForm {
     template <class... A>
     [[gnu::always_inline]] inline void operator()(A... a) const { form(planar(a)...); }
 };
+template <class Op>
+PlanarForm(Form<Op>) -> PlanarForm<Op>;
 
 }  // namespace qor::vm
 

@@ -121,17 +121,26 @@ inline void split(vd x, vd& head, vd& tail) {
     tail = SD::sub(x, head);
 }
 
+// A constant hi + lo, hi also split for exact products with it.
+struct PairConstant {
+    double hi, lo;
+    SplitConstant split;
+};
+constexpr PairConstant pair_constant(double hi, double lo) { return {hi, lo, split_constant(hi)}; }
+inline constexpr PairConstant kPi = pair_constant(kPiHi, kPiLo);
+inline constexpr PairConstant kPiBy180 = pair_constant(kPiBy180Hi, kPiBy180Lo);
+
 // x * (hi + lo) with the product x * hi exact (Dekker) and x * lo added.
-template <double Hi, double Lo>
+template <const PairConstant& K>
 Pair times_constant(vd x) {
-    constexpr SplitConstant c = split_constant(Hi);
+    constexpr SplitConstant c = K.split;
     vd xh, xt;
     split(x, xh, xt);
-    vd p = SD::mul(x, SD::set1(Hi));
+    vd p = SD::mul(x, SD::set1(K.hi));
     vd e = SD::sub(SD::mul(xh, SD::set1(c.head)), p);
     e = SD::add(e, SD::add(SD::mul(xh, SD::set1(c.tail)), SD::mul(xt, SD::set1(c.head))));
     e = SD::add(e, SD::mul(xt, SD::set1(c.tail)));
-    return {p, SD::add(e, SD::mul(x, SD::set1(Lo)))};
+    return {p, SD::add(e, SD::mul(x, SD::set1(K.lo)))};
 }
 
 // The exact product x * y as p + e.

@@ -86,7 +86,7 @@ QOR_KERNEL_INLINE Evaluated evaluate(vd x, vd& marked) {
     }
     e.q = U == Unit::degrees ? reduce_degrees(a) : reduce_pi_units<double>(a);
     if constexpr (M == Method::pairs) {
-        const Pair t = U == Unit::degrees ? times_constant<kPiBy180Hi, kPiBy180Lo>(e.q.r) : times_constant<kPiHi, kPiLo>(e.q.r);
+        const Pair t = U == Unit::degrees ? times_constant<kPiBy180>(e.q.r) : times_constant<kPi>(e.q.r);
         e.sc = sin_cos_pairs(t);
     } else if constexpr (M == Method::plain) {
         const vd t = SD::mul(e.q.r, SD::set1(U == Unit::degrees ? kPiBy180Hi : kPiHi));
