@@ -147,4 +147,9 @@ namespace qor::rng {
 extern const qor_rng_brng_properties kArs5Row = {72, 13, 1, 4, 32, __rixBRngARS5InitStream, __rixsBRngARS5,
                                                  __rixdBRngARS5, __rixiBRngARS5};
 
+extern const StateCheck kArs5StateCheck = [](const qor_rng_stream* stream) {
+    return block_position_valid(state_of<Ars5State>(stream)->cb);
+};
+
+
 }  // namespace qor::rng

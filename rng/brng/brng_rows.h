@@ -23,6 +23,27 @@ extern const qor_rng_brng_properties kTrngRow;
 extern const qor_rng_brng_properties kArs5Row;
 extern const qor_rng_brng_properties kPhilox4x32x10Row;
 
+// Whether a state read from a saved image is one the generator's own
+// operations can reach: values within their moduli, not the all-zero state
+// of a linear recurrence, a member of its table.  Outside that set outputs
+// could leave [0, 1) or stop changing, and a rejection loop over them
+// would never end.  Generators whose every state is reachable, or which
+// check their state as they run (the digital sequences), have none.
+using StateCheck = bool (*)(const qor_rng_stream* stream);
+extern const StateCheck kMcg31m1StateCheck;
+extern const StateCheck kR250StateCheck;
+extern const StateCheck kMrg32k3aStateCheck;
+extern const StateCheck kMcg59StateCheck;
+extern const StateCheck kWhStateCheck;
+extern const StateCheck kMt19937StateCheck;
+extern const StateCheck kMt2203StateCheck;
+extern const StateCheck kSfmt19937StateCheck;
+extern const StateCheck kArs5StateCheck;
+extern const StateCheck kPhilox4x32x10StateCheck;
+
+// The state check of the generator whose initialiser is `init`, or null.
+StateCheck state_check_of(qor_rng_init_fn init);
+
 // Member counts of the families: Wichmann-Hill and MT2203 parameter sets.
 constexpr int32_t kWhMembers = 273;
 constexpr int32_t kMt2203Members = 6024;

@@ -30,6 +30,9 @@ struct CounterBlock {
     uint32_t position;    // index of the next output in block (low byte); kBlockWords: used up
 };
 
+// The position's index is at most kBlockWords (a saved image may say more).
+inline bool block_position_valid(const CounterBlock& cb) { return (cb.position & kPositionIndexMask) <= kBlockWords; }
+
 inline Counter128 load_counter(const uint32_t* w) {
     Counter128 c;
     std::memcpy(&c, w, sizeof c);

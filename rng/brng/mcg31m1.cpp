@@ -103,4 +103,10 @@ namespace qor::rng {
 extern const qor_rng_brng_properties kMcg31m1Row = {
     24, 1, 0, 4, 31, __rixBRngMCG31M1InitStream, __rixsBRngMCG31M1, __rixdBRngMCG31M1, __rixiBRngMCG31M1};
 
+extern const StateCheck kMcg31m1StateCheck = [](const qor_rng_stream* stream) {
+    const Mcg31State& s = *state_of<Mcg31State>(stream);
+    return s.x >= 1 && s.x < kMod31 && s.a >= 1 && s.a < kMod31;
+};
+
+
 }  // namespace qor::rng

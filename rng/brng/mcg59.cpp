@@ -110,4 +110,11 @@ namespace qor::rng {
 extern const qor_rng_brng_properties kMcg59Row = {
     32, 1, 0, 8, 59, __rixBRngMCG59InitStream, __rixsBRngMCG59, __rixdBRngMCG59, __rixiBRngMCG59};
 
+// Multipliers stay odd: they are powers of an odd one.
+extern const StateCheck kMcg59StateCheck = [](const qor_rng_stream* stream) {
+    const Mcg59State& s = *state_of<Mcg59State>(stream);
+    return s.x >= 1 && s.x <= kMask59 && (s.a & 1) && s.a <= kMask59;
+};
+
+
 }  // namespace qor::rng

@@ -167,4 +167,13 @@ namespace qor::rng {
 extern const qor_rng_brng_properties kMrg32k3aRow = {
     40, 6, 1, 4, 32, __rixBRngMRG32K3AInitStream, __rixsBRngMRG32K3A, __rixdBRngMRG32K3A, __rixiBRngMRG32K3A};
 
+extern const StateCheck kMrg32k3aStateCheck = [](const qor_rng_stream* stream) {
+    const mrg::State& s = *state_of<mrg::State>(stream);
+    const auto component_ok = [](const uint32_t* x, uint32_t m) {
+        return x[0] < m && x[1] < m && x[2] < m && (x[0] | x[1] | x[2]) != 0;
+    };
+    return component_ok(s.x1, kM1) && component_ok(s.x2, kM2);
+};
+
+
 }  // namespace qor::rng

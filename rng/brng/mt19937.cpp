@@ -336,4 +336,14 @@ namespace qor::rng {
 extern const qor_rng_brng_properties kMt19937Row = {
     2520, 625, 1, 4, 32, __rixBRngMT19937InitStream, __rixsBRngMT19937, __rixdBRngMT19937, __rixiBRngMT19937};
 
+// Any position (a larger one regenerates first), but not the state whose
+// 19937 recurrence bits are all zero.
+extern const StateCheck kMt19937StateCheck = [](const qor_rng_stream* stream) {
+    const MtState& s = *state_of<MtState>(stream);
+    uint32_t any = s.mt[0] & kUpper;
+    for (int32_t i = 1; i < kN; ++i) any |= s.mt[i];
+    return any != 0;
+};
+
+
 }  // namespace qor::rng

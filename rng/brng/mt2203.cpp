@@ -307,4 +307,15 @@ namespace qor::rng {
 extern const qor_rng_brng_properties kMt2203Row = {
     312, 70, 1, 4, 32, __rixBRngMT2203InitStream, __rixsBRngMT2203, __rixdBRngMT2203, __rixiBRngMT2203};
 
+// A member of the table, and not the state whose 2203 recurrence bits are
+// all zero.
+extern const StateCheck kMt2203StateCheck = [](const qor_rng_stream* stream) {
+    if (matrix_of(stream) == 0) return false;
+    const MtState& s = *state_of<MtState>(stream);
+    uint32_t any = s.mt[0] & kUpper;
+    for (int32_t i = 1; i < kN; ++i) any |= s.mt[i];
+    return any != 0;
+};
+
+
 }  // namespace qor::rng

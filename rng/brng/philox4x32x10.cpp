@@ -158,4 +158,9 @@ extern const qor_rng_brng_properties kPhilox4x32x10Row = {
     64, 11, 1, 4, 32, __rixBRngPHILOX4X32X10InitStream, __rixsBRngPHILOX4X32X10, __rixdBRngPHILOX4X32X10,
     __rixiBRngPHILOX4X32X10};
 
+extern const StateCheck kPhilox4x32x10StateCheck = [](const qor_rng_stream* stream) {
+    return block_position_valid(state_of<PhiloxState>(stream)->cb);
+};
+
+
 }  // namespace qor::rng

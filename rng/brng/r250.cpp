@@ -179,4 +179,13 @@ namespace qor::rng {
 extern const qor_rng_brng_properties kR250Row = {1024, 252, 1, 4, 32, __rixBRngR250InitStream, __rixsBRngR250,
                                                  __rixdBRngR250, __rixiBRngR250};
 
+// Any head (it is taken modulo 250), but not the all-zero buffer.
+extern const StateCheck kR250StateCheck = [](const qor_rng_stream* stream) {
+    const R250State& s = *state_of<R250State>(stream);
+    uint32_t any = 0;
+    for (uint32_t w : s.x) any |= w;
+    return any != 0;
+};
+
+
 }  // namespace qor::rng

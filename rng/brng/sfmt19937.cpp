@@ -355,4 +355,12 @@ namespace qor::rng {
 extern const qor_rng_brng_properties kSfmt19937Row = {
     2536, 625, 1, 4, 32, __rixBRngSFMT19937InitStream, __rixsBRngSFMT19937, __rixdBRngSFMT19937, __rixiBRngSFMT19937};
 
+extern const StateCheck kSfmt19937StateCheck = [](const qor_rng_stream* stream) {
+    const SfmtState& s = *state_of<SfmtState>(stream);
+    uint32_t any = 0;
+    for (uint32_t w : s.w) any |= w;
+    return any != 0;
+};
+
+
 }  // namespace qor::rng

@@ -255,4 +255,14 @@ namespace qor::rng {
 extern const qor_rng_brng_properties kWhRow = {48, 4, 1, 16, 24, __rixBRngWHInitStream, __rixsBRngWH, __rixdBRngWH,
                                                __rixiBRngWH};
 
+extern const StateCheck kWhStateCheck = [](const qor_rng_stream* stream) {
+    const WhMember* p = member_of(stream);
+    if (!p) return false;
+    const WhState& s = *state_of<WhState>(stream);
+    for (int c = 0; c < kComponents; ++c)
+        if (s.x[c] < 1 || s.x[c] >= p->m[c] || s.a[c] < 1 || s.a[c] >= p->m[c]) return false;
+    return true;
+};
+
+
 }  // namespace qor::rng

@@ -51,6 +51,20 @@ bool is_current_table(const qor_rng_brng_properties* table) { return table == __
 
 }  // namespace
 
+StateCheck state_check_of(qor_rng_init_fn init) {
+    static const struct {
+        const qor_rng_brng_properties* row;
+        StateCheck check;
+    } kChecks[] = {{&kMcg31m1Row, kMcg31m1StateCheck},   {&kR250Row, kR250StateCheck},
+                   {&kMrg32k3aRow, kMrg32k3aStateCheck}, {&kMcg59Row, kMcg59StateCheck},
+                   {&kWhRow, kWhStateCheck},             {&kMt19937Row, kMt19937StateCheck},
+                   {&kMt2203Row, kMt2203StateCheck},     {&kSfmt19937Row, kSfmt19937StateCheck},
+                   {&kArs5Row, kArs5StateCheck},         {&kPhilox4x32x10Row, kPhilox4x32x10StateCheck}};
+    for (const auto& c : kChecks)
+        if (c.row->init_stream == init) return c.check;
+    return nullptr;
+}
+
 BrngLocation locate_brng(uint32_t brng) {
     if (brng >= kCurrentFormBase)
         return {__RegBrngsNew.rows, static_cast<int32_t>((brng >> kRowShift) - 1),

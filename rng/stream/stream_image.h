@@ -17,6 +17,7 @@
 
 #include "qor/qor_rng.h"
 #include "qor/qor_serv.h"
+#include "rng/brng/brng_rows.h"
 #include "rng/stream/stream_layout.h"
 
 namespace qor::rng {
@@ -120,6 +121,10 @@ int32_t load_stream(qor_rng_stream** out, Read&& read, int32_t bad_image, int32_
     status = __rixAllocateStream(&s, at.table, static_cast<int32_t>(h.brng), at.row, at.member);
     if (status != QOR_RNG_STATUS_OK) return status;
     if (!read(state_of<char>(s), h.state_bytes)) status = QOR_RNG_STATUS_FILE_READ;
+    if (status == QOR_RNG_STATUS_OK) {
+        const StateCheck check = state_check_of(at.table[at.row].init_stream);
+        if (check && !check(s)) status = bad_image;
+    }
     if (status == QOR_RNG_STATUS_OK) status = processor_supports_image(h.brng);
     if (status == QOR_RNG_STATUS_OK) status = read_chunks(s, h, read);
     if (status != QOR_RNG_STATUS_OK) {

@@ -252,6 +252,45 @@ TEST_F(SavedStreams, HeaderRefusals) {
     }
 }
 
+// States that the generators' own operations never reach: a value at or
+// above its modulus, an even multiplier of MCG59, an all-zero linear
+// state, a block position past the block.  An MCG31m1 image with x above
+// the modulus once sent the Poisson sampler into an endless loop.
+TEST_F(SavedStreams, UnreachableStatesAreRefused) {
+    constexpr size_t kState = 24;  // the state follows the image header
+    struct Case {
+        const char* what;
+        int32_t brng;
+        size_t offset, bytes;  // within the state: set to `value`, or zero when bytes > 4
+        uint32_t value;
+    } cases[] = {
+        {"MCG31m1 x = modulus", QOR_RNG_BRNG_MCG31M1, 0, 4, 0x7FFFFFFF},
+        {"MCG31m1 x = 0", QOR_RNG_BRNG_MCG31M1, 0, 4, 0},
+        {"MCG31m1 a above the modulus", QOR_RNG_BRNG_MCG31M1, 4, 4, 0xFF5390C8},
+        {"MCG59 even multiplier", QOR_RNG_BRNG_MCG59, 8, 4, 2},
+        {"MRG32k3a first component zero", QOR_RNG_BRNG_MRG32K3A, 0, 12, 0},
+        {"MRG32k3a word at m2", QOR_RNG_BRNG_MRG32K3A, 12, 4, 4294944443u},
+        {"Wichmann-Hill x = 0", QOR_RNG_BRNG_WH, 0, 4, 0},
+        {"R250 all zero", QOR_RNG_BRNG_R250, 0, 1000, 0},
+        {"MT19937 all zero", QOR_RNG_BRNG_MT19937, 0, 2496, 0},
+        {"MT2203 all zero", QOR_RNG_BRNG_MT2203, 0, 276, 0},
+        {"SFMT19937 all zero", QOR_RNG_BRNG_SFMT19937, 0, 2496, 0},
+        {"Philox block position", QOR_RNG_BRNG_PHILOX4X32X10, 40, 4, 5},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        Stream s = make_stream(c.brng, {7, 8});
+        auto b = memory_image(s.get());
+        EXPECT_NE(load_memory(b), nullptr);
+        if (c.bytes > 4) std::memset(b.data() + kState + c.offset, 0, c.bytes);
+        else put<uint32_t>(b, kState + c.offset, c.value);
+        load_memory(b, QOR_RNG_STATUS_BAD_MEMORY_IMAGE);
+        const std::string p = path("unreachable.rng");
+        write_file(p, b);
+        load_file(p, QOR_RNG_STATUS_BAD_STREAM_IMAGE);
+    }
+}
+
 TEST_F(SavedStreams, ShortFilesAreRefusedAtEveryLength) {
     Stream s = stream_with_two_chunks();
     const auto good = memory_image(s.get());
