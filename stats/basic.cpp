@@ -80,7 +80,7 @@ void block_variable(const Job<T>& job, Scratch& s, int64_t k, const X* x, const 
     // One variable's cross sum is its central sum of order 2.
     const bool lone_cross = t.cross && job.q == 1;
     const int order = std::max({t.central_order, t.raw_order, lone_cross ? 2 : 0});
-    double sum = 0, mean, p[4] = {};  // S1 .. S4 around the mean
+    double sum = 0, mean, tail = 0, p[4] = {};  // S1 .. S4 around the mean
     if (job.mean_supplied) {
         mean = job.running[0].mean()[k];
         if (t.raw_order >= 1) sum = block_sum(x, w, count);
@@ -90,9 +90,11 @@ void block_variable(const Job<T>& job, Scratch& s, int64_t k, const X* x, const 
         block_moments(x, w, count, order, v);
         sum = v.sum;
         mean = v.mean;
+        tail = v.mean_tail;
         std::copy(v.central, v.central + 3, p + 1);
     }
     b.mean()[k] = mean;
+    b.mean_tail()[k] = tail;
     for (int o = 2; o <= t.central_order; ++o) b.central(o)[k] = p[o - 1];
     if (lone_cross) b.cross()[0] = p[1];
     const double m = mean, m2 = m * m;

@@ -105,7 +105,7 @@ template <class T, bool Weighted>
 void moments_impl(const T* x, const T* w, int64_t count, int order, VariableSums& out) {
     out = VariableSums{};
     const double shift = count > 0 ? double(x[0]) : 0.0;
-    double shifted_mean = 0;
+    double shifted_mean = 0, shifted_tail = 0;
     for (int64_t i = 0; i < count; i += kChunk) {
         const int64_t n = count - i < kChunk ? count - i : kChunk;
         const T* wi = Weighted ? w + i : nullptr;
@@ -128,9 +128,12 @@ void moments_impl(const T* x, const T* w, int64_t count, int order, VariableSums
             if (order >= 3) p[2] -= 3 * c * p[1] - 2 * c * c * c * weight;
             p[1] -= c * p[0];
         }
-        merge_central(out.weight, shifted_mean, out.central, weight, mean, p + 1, order);
+        merge_central(out.weight, shifted_mean, shifted_tail, out.central, weight, mean, 0.0, p + 1, order);
     }
+    // shift + shifted_mean as a rounded mean and what the rounding dropped.
     out.mean = shift + shifted_mean;
+    const double back = out.mean - shift;
+    out.mean_tail = ((shift - (out.mean - back)) + (shifted_mean - back)) + shifted_tail;
     out.sum = out.weight * shift + out.weight * shifted_mean;
 }
 

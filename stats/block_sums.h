@@ -25,7 +25,7 @@ void block_central_sums(const T* x, const T* w, int64_t count, double centre, in
 // the nearest double to the chunk mean, moved onto the mean itself),
 // chunks merged pairwise.
 struct VariableSums {
-    double weight, sum, mean, central[3];
+    double weight, sum, mean, mean_tail, central[3];  // the mean is mean + mean_tail
 };
 template <class T>
 void block_moments(const T* x, const T* w, int64_t count, int max_order, VariableSums& out);
