@@ -61,18 +61,18 @@ public:
     // Through the points (x[i], y[i]), x ascending, at least two points.
     spline(std::span<const T> x, std::span<const T> y, kind k = kind::natural_cubic)
         : d_(std::make_unique<data>()) {
-        qor::detail::check_sizes(x.size(), y.size(), statusBadFunctionValues, "breakpoints and values");
+        qor::detail::check_sizes(QOR_FAMILY_FIT, x.size(), y.size(), statusBadFunctionValues, "breakpoints and values");
         d_->x.assign(x.begin(), x.end());
         d_->y.assign(y.begin(), y.end());
         const std::int64_t nx = static_cast<std::int64_t>(x.size());
         order_ = k == kind::linear ? 2 : 4;
         d_->coeff.resize(static_cast<std::size_t>(order_) * (x.size() > 1 ? x.size() - 1 : 0));
-        qor::detail::check(c::new_task(&t_, nx, d_->x.data(), hintPartitionNonUniform, 1, d_->y.data(),
+        qor::detail::check(QOR_FAMILY_FIT, c::new_task(&t_, nx, d_->x.data(), hintPartitionNonUniform, 1, d_->y.data(),
                                        hintValuesDefault));
         const std::int64_t bc = k == kind::linear || k == kind::akima_cubic ? 0 : bcFreeEnd;
-        qor::detail::check(
+        qor::detail::check(QOR_FAMILY_FIT,
             c::edit_pp_spline(t_, order_, 0, bc, nullptr, 0, nullptr, d_->coeff.data(), hintValuesDefault));
-        qor::detail::check(c::construct(t_, static_cast<int>(k), 0));
+        qor::detail::check(QOR_FAMILY_FIT, c::construct(t_, static_cast<int>(k), 0));
     }
     spline(spline&& other) noexcept
         : d_(std::move(other.d_)), t_(std::exchange(other.t_, nullptr)), order_(other.order_) {}
@@ -91,12 +91,12 @@ public:
 
     // The spline's derivative of the given order (0: its value) at each site.
     void interpolate(std::span<const T> sites, std::span<T> out, int derivative = 0) const {
-        qor::detail::check_sizes(sites.size(), out.size(), statusBadSiteCount, "sites and results");
-        if (derivative < 0) throw error(statusBadDerivativeOrder, "negative derivative order");
+        qor::detail::check_sizes(QOR_FAMILY_FIT, sites.size(), out.size(), statusBadSiteCount, "sites and results");
+        if (derivative < 0) throw error(QOR_FAMILY_FIT, statusBadDerivativeOrder, "negative derivative order");
         if (sites.empty()) return;
         std::vector<std::int64_t> flags(static_cast<std::size_t>(derivative) + 1, 0);
         flags.back() = 1;
-        qor::detail::check(c::interpolate(t_, computeValues, 0, static_cast<std::int64_t>(sites.size()),
+        qor::detail::check(QOR_FAMILY_FIT, c::interpolate(t_, computeValues, 0, static_cast<std::int64_t>(sites.size()),
                                           sites.data(), hintSitesAny, static_cast<std::int64_t>(flags.size()),
                                           flags.data(), nullptr, out.data(), hintResultByFunction, nullptr));
     }
@@ -114,16 +114,16 @@ public:
     // The cell of each site: the number of breakpoints not above it (the
     // last breakpoint itself closes the last interval).
     void cells(std::span<const T> sites, std::span<std::int64_t> out) const {
-        qor::detail::check_sizes(sites.size(), out.size(), statusBadSiteCount, "sites and cells");
+        qor::detail::check_sizes(QOR_FAMILY_FIT, sites.size(), out.size(), statusBadSiteCount, "sites and cells");
         if (sites.empty()) return;
-        qor::detail::check(c::search(t_, 0, static_cast<std::int64_t>(sites.size()), sites.data(), hintSitesAny,
+        qor::detail::check(QOR_FAMILY_FIT, c::search(t_, 0, static_cast<std::int64_t>(sites.size()), sites.data(), hintSitesAny,
                                      nullptr, out.data()));
     }
 
     // The integral from a to b (negative when b is below a).
     T integrate(T a, T b) const {
         T r{};
-        qor::detail::check(c::integrate(t_, 0, 1, &a, hintSitesAny, &b, hintSitesAny, nullptr, nullptr, &r,
+        qor::detail::check(QOR_FAMILY_FIT, c::integrate(t_, 0, 1, &a, hintSitesAny, &b, hintSitesAny, nullptr, nullptr, &r,
                                         hintResultByFunction));
         return r;
     }

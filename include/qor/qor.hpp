@@ -22,7 +22,7 @@ namespace qor {
 // cannot be used, with the loader's detail in the text.
 inline void init() {
     const int status = qor_init();
-    if (status != QOR_STATUS_OK) throw error(status, qor_init_detail());
+    if (status != QOR_STATUS_OK) throw error(0, status, qor_init_detail());
 }
 
 }  // namespace qor

@@ -46,22 +46,22 @@ class stream {
 public:
     // A stream seeded with one word, or with several (none: the generator's
     // default seed).
-    stream(brng generator, std::uint32_t seed) { qor::detail::check(qor_rng_new_stream(&s_, static_cast<int>(generator), seed)); }
+    stream(brng generator, std::uint32_t seed) { qor::detail::check(QOR_FAMILY_RNG, qor_rng_new_stream(&s_, static_cast<int>(generator), seed)); }
     stream(brng generator, std::span<const std::uint32_t> seed) {
-        qor::detail::check(qor_rng_new_stream_ex(&s_, static_cast<int>(generator), static_cast<std::int64_t>(seed.size()),
+        qor::detail::check(QOR_FAMILY_RNG, qor_rng_new_stream_ex(&s_, static_cast<int>(generator), static_cast<std::int64_t>(seed.size()),
                                             seed.data()));
     }
     // A stream loaded from an image that save() wrote; the span must hold
     // the whole image.
     static stream load(std::span<const char> image) {
-        if (image.empty()) throw error(QOR_RNG_STATUS_BAD_ARGUMENT, "empty stream image");
+        if (image.empty()) throw error(QOR_FAMILY_RNG, QOR_RNG_STATUS_BAD_ARGUMENT, "empty stream image");
         stream s;
-        qor::detail::check(qor_rng_load_stream_memory(&s.s_, image.data()));
+        qor::detail::check(QOR_FAMILY_RNG, qor_rng_load_stream_memory(&s.s_, image.data()));
         return s;
     }
     static stream load_file(const std::string& path) {
         stream s;
-        qor::detail::check(qor_rng_load_stream_file(&s.s_, path.c_str()));
+        qor::detail::check(QOR_FAMILY_RNG, qor_rng_load_stream_file(&s.s_, path.c_str()));
         return s;
     }
 
@@ -80,34 +80,34 @@ public:
     // An independent stream with this one's generator, state and attached data.
     stream copy() const {
         stream c;
-        qor::detail::check(qor_rng_copy_stream(&c.s_, s_));
+        qor::detail::check(QOR_FAMILY_RNG, qor_rng_copy_stream(&c.s_, s_));
         return c;
     }
     // Takes the state of another stream of the same generator.
-    void assign_state(const stream& source) { qor::detail::check(qor_rng_copy_stream_state(s_, source.s_)); }
+    void assign_state(const stream& source) { qor::detail::check(QOR_FAMILY_RNG, qor_rng_copy_stream_state(s_, source.s_)); }
 
-    void skip_ahead(std::uint64_t n) { qor::detail::check(qor_rng_skip_ahead_stream(s_, n)); }
+    void skip_ahead(std::uint64_t n) { qor::detail::check(QOR_FAMILY_RNG, qor_rng_skip_ahead_stream(s_, n)); }
     // A count of several 64-bit words, least significant first.
     void skip_ahead(std::span<const std::uint64_t> n) {
-        qor::detail::check(qor_rng_skip_ahead_stream_ex(s_, static_cast<std::int64_t>(n.size()), n.data()));
+        qor::detail::check(QOR_FAMILY_RNG, qor_rng_skip_ahead_stream_ex(s_, static_cast<std::int64_t>(n.size()), n.data()));
     }
     // Becomes the k-th of nstreams interleaved streams.
-    void leapfrog(int k, int nstreams) { qor::detail::check(qor_rng_leapfrog_stream(s_, k, nstreams)); }
+    void leapfrog(int k, int nstreams) { qor::detail::check(QOR_FAMILY_RNG, qor_rng_leapfrog_stream(s_, k, nstreams)); }
 
     brng generator() const {
         const int id = qor_rng_get_stream_brng(s_);
-        qor::detail::check(id);
+        qor::detail::check(QOR_FAMILY_RNG, id);
         return static_cast<brng>(id);
     }
 
     std::vector<char> save() const {
         const int size = qor_rng_get_stream_image_size(s_);
-        qor::detail::check(size);
+        qor::detail::check(QOR_FAMILY_RNG, size);
         std::vector<char> image(static_cast<std::size_t>(size));
-        qor::detail::check(qor_rng_save_stream_memory(s_, image.data(), image.size()));
+        qor::detail::check(QOR_FAMILY_RNG, qor_rng_save_stream_memory(s_, image.data(), image.size()));
         return image;
     }
-    void save_file(const std::string& path) const { qor::detail::check(qor_rng_save_stream_file(s_, path.c_str())); }
+    void save_file(const std::string& path) const { qor::detail::check(QOR_FAMILY_RNG, qor_rng_save_stream_file(s_, path.c_str())); }
 
     // The C stream, for calls the C++ layer does not wrap; it stays owned.
     qor_rng_stream* get() const noexcept { return s_; }
@@ -133,7 +133,7 @@ public:
     static constexpr result_type max() { return 0xFFFFFFFFu; }
     result_type operator()() {
         if (next_ == buffer_.size()) {
-            qor::detail::check(qor_viRngUniformBits32(QOR_RNG_METHOD_UNIFORMBITS32_STD, stream_->get(),
+            qor::detail::check(QOR_FAMILY_RNG, qor_viRngUniformBits32(QOR_RNG_METHOD_UNIFORMBITS32_STD, stream_->get(),
                                                  static_cast<std::int64_t>(buffer_.size()), buffer_.data()));
             next_ = 0;
         }
@@ -201,7 +201,7 @@ public:
                                     static_cast<std::int64_t>(out.size()), out.data(), p...);
             },
             params_);
-        qor::detail::check(status);
+        qor::detail::check(QOR_FAMILY_RNG, status);
     }
     T operator()(stream& s) const {
         T x{};

@@ -62,16 +62,16 @@ public:
     task(std::span<const T> x, std::int64_t p, layout l = layout::variables_in_rows,
          std::span<const T> weights = {})
         : d_(std::make_unique<dims>()) {
-        if (p < 1) throw error(SS_ERR_DIM, "dimension below 1");
+        if (p < 1) throw error(QOR_FAMILY_STATS, SS_ERR_DIM, "dimension below 1");
         if (x.empty() || x.size() % static_cast<std::size_t>(p) != 0)
-            throw qor::error(SS_ERR_OBS_COUNT, "observations: " + std::to_string(x.size()) +
+            throw qor::error(QOR_FAMILY_STATS, SS_ERR_OBS_COUNT, "observations: " + std::to_string(x.size()) +
                                                    " values do not form a whole number of " +
                                                    std::to_string(p) + "-variable observations");
         d_->p = p;
         d_->n = static_cast<std::int64_t>(x.size()) / p;
         d_->storage = static_cast<std::int64_t>(l);
-        if (!weights.empty()) qor::detail::check_sizes(weights.size(), static_cast<std::size_t>(d_->n), SS_ERR_WEIGHTS, "weights and observations");
-        qor::detail::check(c::new_task(&t_, &d_->p, &d_->n, &d_->storage, x.data(),
+        if (!weights.empty()) qor::detail::check_sizes(QOR_FAMILY_STATS, weights.size(), static_cast<std::size_t>(d_->n), SS_ERR_WEIGHTS, "weights and observations");
+        qor::detail::check(QOR_FAMILY_STATS, c::new_task(&t_, &d_->p, &d_->n, &d_->storage, x.data(),
                                        weights.empty() ? nullptr : weights.data(), nullptr));
     }
     task(task&& other) noexcept : d_(std::move(other.d_)), t_(std::exchange(other.t_, nullptr)) {}
@@ -95,12 +95,12 @@ public:
         const std::size_t p = static_cast<std::size_t>(d_->p);
         moment_summary<T> m{std::vector<T>(p), std::vector<T>(p), std::vector<T>(p), std::vector<T>(p)};
         std::vector<T> raw(3 * p), central3(p), central4(p);
-        qor::detail::check(c::edit_moments(t_, m.mean.data(), raw.data(), raw.data() + p, raw.data() + 2 * p,
+        qor::detail::check(QOR_FAMILY_STATS, c::edit_moments(t_, m.mean.data(), raw.data(), raw.data() + p, raw.data() + 2 * p,
                                            m.variance.data(), central3.data(), central4.data()));
-        qor::detail::check(c::edit_task(t_, SS_PARAM_SKEWNESS, m.skewness.data()));
-        qor::detail::check(c::edit_task(t_, SS_PARAM_KURTOSIS, m.kurtosis.data()));
+        qor::detail::check(QOR_FAMILY_STATS, c::edit_task(t_, SS_PARAM_SKEWNESS, m.skewness.data()));
+        qor::detail::check(QOR_FAMILY_STATS, c::edit_task(t_, SS_PARAM_KURTOSIS, m.kurtosis.data()));
         start_over();
-        qor::detail::check(c::basic(t_, SS_EST_MEAN | SS_EST_CENTRAL_MOMENT2 | SS_EST_SKEWNESS | SS_EST_KURTOSIS,
+        qor::detail::check(QOR_FAMILY_STATS, c::basic(t_, SS_EST_MEAN | SS_EST_CENTRAL_MOMENT2 | SS_EST_SKEWNESS | SS_EST_KURTOSIS,
                                     SS_METHOD_OBS_1));
         return m;
     }
@@ -111,18 +111,18 @@ public:
         std::vector<T> q(orders.begin(), orders.end());
         std::vector<T> out(static_cast<std::size_t>(d_->p) * orders.size());
         const std::int64_t m = static_cast<std::int64_t>(orders.size());
-        qor::detail::check(c::edit_quantiles(t_, &m, q.data(), out.data(), nullptr, nullptr));
-        qor::detail::check(c::quantiles(t_, SS_EST_QUANTILES, SS_METHOD_OBS_1));
+        qor::detail::check(QOR_FAMILY_STATS, c::edit_quantiles(t_, &m, q.data(), out.data(), nullptr, nullptr));
+        qor::detail::check(QOR_FAMILY_STATS, c::quantiles(t_, SS_EST_QUANTILES, SS_METHOD_OBS_1));
         return out;
     }
 
     // Smallest and largest observation of each variable.
     std::pair<std::vector<T>, std::vector<T>> min_max() {
         std::vector<T> lo(static_cast<std::size_t>(d_->p)), hi(lo.size());
-        qor::detail::check(c::edit_task(t_, SS_PARAM_MIN, lo.data()));
-        qor::detail::check(c::edit_task(t_, SS_PARAM_MAX, hi.data()));
+        qor::detail::check(QOR_FAMILY_STATS, c::edit_task(t_, SS_PARAM_MIN, lo.data()));
+        qor::detail::check(QOR_FAMILY_STATS, c::edit_task(t_, SS_PARAM_MAX, hi.data()));
         start_over();
-        qor::detail::check(c::minmax(t_, SS_EST_MIN | SS_EST_MAX, SS_METHOD_OBS_1));
+        qor::detail::check(QOR_FAMILY_STATS, c::minmax(t_, SS_EST_MIN | SS_EST_MAX, SS_METHOD_OBS_1));
         return {std::move(lo), std::move(hi)};
     }
 
@@ -140,7 +140,7 @@ private:
     // weights start from zero.
     void start_over() {
         d_->accumulated[0] = d_->accumulated[1] = 0;
-        qor::detail::check(c::edit_task(t_, SS_PARAM_ACC_WEIGHTS, d_->accumulated));
+        qor::detail::check(QOR_FAMILY_STATS, c::edit_task(t_, SS_PARAM_ACC_WEIGHTS, d_->accumulated));
     }
     void reset() noexcept {
         if (t_) qor_ss_delete_task(&t_);

@@ -64,7 +64,7 @@ struct strided {
 
     template <class R>
     strided(R&& range, std::int64_t inc) : data(std::forward<R>(range)), increment(inc) {
-        if (inc < 1) throw error(QOR_VM_STATUS_BADARG, "increment below 1");
+        if (inc < 1) throw error(QOR_FAMILY_VM, QOR_VM_STATUS_BADARG, "increment below 1");
     }
     // A view of mutable elements is also a view of const ones.
     template <class U>
@@ -107,7 +107,7 @@ std::int64_t count(const S& s) {
 
 inline void same(std::int64_t a, std::int64_t b) {
     if (a != b)
-        throw error(QOR_VM_STATUS_BADARG,
+        throw error(QOR_FAMILY_VM, QOR_VM_STATUS_BADARG,
                     "element counts " + std::to_string(a) + " and " + std::to_string(b) + " differ");
 }
 
@@ -123,7 +123,7 @@ void invoke(call_mode m, Plain plain, Moded moded, A... args) {
 inline void check_indices(std::span<const std::int64_t> index, std::size_t size) {
     for (std::int64_t i : index)
         if (i < 0 || static_cast<std::uint64_t>(i) >= size)
-            throw error(QOR_VM_STATUS_BADARG, "index " + std::to_string(i) + " outside an array of " +
+            throw error(QOR_FAMILY_VM, QOR_VM_STATUS_BADARG, "index " + std::to_string(i) + " outside an array of " +
                                                   std::to_string(size) + " elements");
 }
 

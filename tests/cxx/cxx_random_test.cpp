@@ -2,6 +2,7 @@
 // distribution objects against the C calls, and errors.
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <random>
 #include <vector>
 
@@ -114,7 +115,11 @@ TEST(CxxRandom, FailuresThrowTheCStatus) {
         qor::random::uniform<double>(1.0, 0.0)(s, out);  // bounds out of order
         ADD_FAILURE();
     } catch (const qor::error& e) {
+        // -3 is also a statistics code: the text is the random-number one.
         EXPECT_EQ(e.status(), QOR_RNG_STATUS_BAD_ARGUMENT);
+        EXPECT_EQ(e.family(), QOR_FAMILY_RNG);
+        EXPECT_NE(std::strstr(e.what(), qor_family_status_string(QOR_FAMILY_RNG, QOR_RNG_STATUS_BAD_ARGUMENT)), nullptr)
+            << e.what();
     }
     EXPECT_EQ(out, std::vector<double>(4, 9.0));
     EXPECT_THROW(s.leapfrog(0, 0), qor::error);

@@ -66,7 +66,9 @@ TEST(CxxVm, UnequalSizesAreRefusedBeforeTheCall) {
             ADD_FAILURE() << "no exception";
         } catch (const qor::error& e) {
             EXPECT_EQ(e.status(), QOR_VM_STATUS_BADARG);
-            EXPECT_NE(std::strstr(e.what(), qor_status_string(QOR_VM_STATUS_BADARG)), nullptr) << e.what();
+            EXPECT_EQ(e.family(), QOR_FAMILY_VM);
+            EXPECT_NE(std::strstr(e.what(), qor_family_status_string(QOR_FAMILY_VM, QOR_VM_STATUS_BADARG)), nullptr)
+                << e.what();
         }
         EXPECT_EQ(r, std::vector<double>(4, 42.0));  // untouched
     };
