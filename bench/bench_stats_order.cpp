@@ -14,43 +14,17 @@
 #include <vector>
 
 #include "bench_util.h"
+#include "peer_timing.h"
 #include "qor/qor_ss.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-const std::vector<double>& normal_values(int64_t n) {
-    static std::map<int64_t, std::vector<double>> held;
-    auto& v = held[n];
-    if (v.empty()) {
-        std::mt19937_64 g(20261124);
-        std::normal_distribution<double> normal(0, 1);
-        v.resize(n);
-        for (auto& x : v) x = normal(g);
-    }
-    return v;
-}
-
-// Seconds per call of the peers, kept for the ratio on qor's rows.
-std::map<std::string, double>& peer_seconds() {
-    static std::map<std::string, double> seconds;
-    return seconds;
-}
-
-template <class Body>
-double time_calls(benchmark::State& state, Body body) {
-    double total = 0;
-    for (auto _ : state) {
-        const auto t0 = Clock::now();
-        body();
-        total += std::chrono::duration<double>(Clock::now() - t0).count();
-    }
-    return total / double(state.iterations());
-}
+using qor::bench::normal_values;
+using qor::bench::peer_seconds;
+using qor::bench::time_calls;
 
 void report_ratio(benchmark::State& state, const std::string& peer, double seconds) {
-    if (peer_seconds().count(peer)) state.counters["ratio_vs_std"] = peer_seconds()[peer] / seconds;
+    qor::bench::report_ratio(state, peer, seconds, "ratio_vs_std");
 }
 
 // One-variable task over x with `sorted` and the quantile outputs set.

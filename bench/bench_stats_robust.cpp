@@ -26,48 +26,24 @@
 #include <boost/math/distributions/chi_squared.hpp>
 
 #include "bench_util.h"
+#include "peer_timing.h"
 #include "qor/qor_ss.h"
 #include "qor/qor_threading.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using qor::bench::normal_values;
+using qor::bench::peer_seconds;
+using qor::bench::time_calls;
+
 constexpr int64_t kValues = 1000000, kP = 10, kGroups = 8, kPortions = 100;
 
 int one_thread() { return 1; }
 int two_threads() { return 2; }
 const qor_threading kThreads[2] = {{qor_rix_serv_threader_for, one_thread}, {qor_rix_serv_threader_for, two_threads}};
 
-const std::vector<double>& normal_values(int64_t n) {
-    static std::map<int64_t, std::vector<double>> held;
-    auto& v = held[n];
-    if (v.empty()) {
-        std::mt19937_64 g(20261124);
-        std::normal_distribution<double> normal(0, 1);
-        v.resize(n);
-        for (auto& x : v) x = normal(g);
-    }
-    return v;
-}
-
-std::map<std::string, double>& peer_seconds() {
-    static std::map<std::string, double> seconds;
-    return seconds;
-}
-
-template <class Body>
-double time_calls(benchmark::State& state, Body body) {
-    double total = 0;
-    for (auto _ : state) {
-        const auto t0 = Clock::now();
-        body();
-        total += std::chrono::duration<double>(Clock::now() - t0).count();
-    }
-    return total / double(state.iterations());
-}
-
 void report_ratio(benchmark::State& state, const std::string& peer, double seconds) {
-    if (peer_seconds().count(peer)) state.counters["ratio_vs_peer"] = peer_seconds()[peer] / seconds;
+    qor::bench::report_ratio(state, peer, seconds, "ratio_vs_peer");
 }
 
 void StdNthElementDeciles(benchmark::State& state) {
