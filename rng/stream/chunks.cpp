@@ -20,23 +20,32 @@ void release_chunk(qor_rng_chunk* chunk) {
 
 }  // namespace
 
-QOR_EXTERN_C {
+namespace qor::rng {
 
-QOR_EXPORT int32_t __rixAddChunk(qor_rng_stream* stream, uint32_t id, const uint64_t* key, void* data,
-                                 uint32_t size) {
+int32_t add_chunk(qor_rng_stream* stream, uint32_t id, const uint64_t* key, void* data, uint32_t size,
+                  ChunkSource source) {
     if (!stream) return QOR_RNG_STATUS_BAD_ARGUMENT;
-    auto* chunk = static_cast<qor_rng_chunk*>(qor_serv_allocate(sizeof(qor_rng_chunk), qor::rng::kBlockAlignment));
+    auto* chunk = static_cast<qor_rng_chunk*>(qor_serv_allocate(sizeof(qor_rng_chunk), kBlockAlignment));
     if (!chunk) return QOR_RNG_STATUS_NO_MEMORY;
     chunk->id = id;
     chunk->size = size;
     chunk->key[0] = key ? key[0] : 0;
     chunk->key[1] = key ? key[1] : 0;
-    const qor::rng::RoAttachment shared = qor::rng::ro_table_attach(chunk->key, data);
+    const RoAttachment shared = ro_table_attach(chunk->key, data, size, source);
     chunk->data = shared.data;
     if (!shared.keep_key) chunk->key[0] = chunk->key[1] = 0;
     chunk->next = stream->chunks;
     stream->chunks = chunk;
     return QOR_RNG_STATUS_OK;
+}
+
+}  // namespace qor::rng
+
+QOR_EXTERN_C {
+
+QOR_EXPORT int32_t __rixAddChunk(qor_rng_stream* stream, uint32_t id, const uint64_t* key, void* data,
+                                 uint32_t size) {
+    return qor::rng::add_chunk(stream, id, key, data, size, qor::rng::ChunkSource::program);
 }
 
 QOR_EXPORT void* __rixSearchChunk(const qor_rng_stream* stream, uint32_t id) {

@@ -5,6 +5,7 @@
 #include <x86intrin.h>
 
 #include <atomic>
+#include <cstring>
 
 #include "qor/qor_rng.h"
 #include "qor/qor_serv.h"
@@ -12,9 +13,13 @@
 namespace qor::rng {
 namespace {
 
+// Blocks entered by the table's own exports have no known size.
+constexpr uint64_t kUnknownSize = ~uint64_t{0};
+
 struct RoTable {
     int32_t count = 0;
     qor_rng_ro_entry entries[QOR_RNG_RO_TABLE_ROOM] = {};
+    uint64_t sizes[QOR_RNG_RO_TABLE_ROOM] = {};  // bytes of each entry's block
 };
 
 RoTable g_table;
@@ -41,8 +46,9 @@ qor_rng_ro_entry* find_locked(const uint64_t* key) {
     return nullptr;
 }
 
-qor_rng_ro_entry* append_locked(const uint64_t* key, void* data) {
+qor_rng_ro_entry* append_locked(const uint64_t* key, void* data, uint64_t size) {
     if (g_table.count >= QOR_RNG_RO_TABLE_ROOM) return nullptr;
+    g_table.sizes[g_table.count] = size;
     qor_rng_ro_entry* e = &g_table.entries[g_table.count++];
     e->key[0] = key[0];
     e->key[1] = key[1];
@@ -57,6 +63,7 @@ void release_locked(qor_rng_ro_entry* e) {
     if (--e->ref_count != 0) return;
     qor_serv_deallocate(e->data);
     qor_rng_ro_entry* last = &g_table.entries[--g_table.count];
+    g_table.sizes[e - g_table.entries] = g_table.sizes[g_table.count];
     if (e != last) *e = *last;
     *last = qor_rng_ro_entry{};
 }
@@ -72,15 +79,19 @@ bool ro_table_contains(const uint64_t* key) {
     return find_locked(key) != nullptr;
 }
 
-RoAttachment ro_table_attach(const uint64_t* key, void* data) {
+RoAttachment ro_table_attach(const uint64_t* key, void* data, uint32_t size, ChunkSource source) {
     if (key_is_empty(key)) return {data, true};
     TableLock lock;
-    if (qor_rng_ro_entry* e = find_locked(key)) {
+    qor_rng_ro_entry* e = find_locked(key);
+    if (source == ChunkSource::image &&
+        (!e || g_table.sizes[e - g_table.entries] != size || (size && std::memcmp(e->data, data, size) != 0)))
+        return {data, false};
+    if (e) {
         ++e->ref_count;
         return {e->data, true};
     }
     if (g_table.count >= kChunkEntryLimit) return {data, false};
-    append_locked(key, data);
+    append_locked(key, data, size);
     return {data, true};
 }
 
@@ -102,7 +113,7 @@ QOR_EXTERN_C {
 QOR_EXPORT int32_t __rixCreateGlobRODataTableEntry(qor_rng_ro_entry** entry, const uint64_t* key, void* data) {
     if (!key) return QOR_RNG_STATUS_BAD_ARGUMENT;
     TableLock lock;
-    qor_rng_ro_entry* e = append_locked(key, data);
+    qor_rng_ro_entry* e = append_locked(key, data, kUnknownSize);
     if (!e) return QOR_RNG_STATUS_RO_DATA_TABLE;
     if (entry) *entry = e;
     return QOR_RNG_STATUS_OK;

@@ -18,6 +18,7 @@
 #include "qor/qor_rng.h"
 #include "qor/qor_serv.h"
 #include "rng/brng/brng_rows.h"
+#include "rng/stream/ro_data_table.h"
 #include "rng/stream/stream_layout.h"
 
 namespace qor::rng {
@@ -92,13 +93,13 @@ int32_t read_chunks(qor_rng_stream* stream, const ImageHeader& h, Read&& read) {
                 return QOR_RNG_STATUS_FILE_READ;
             }
         }
-        const int32_t status = __rixAddChunk(stream, id, key, data, size);
+        const int32_t status = add_chunk(stream, id, key, data, size, ChunkSource::image);
         if (status != QOR_RNG_STATUS_OK) {
             qor_serv_deallocate(data);
             return status;
         }
-        // A key already in the read-only table lends its shared block; the
-        // copy just read is then not needed.
+        // A key already in the read-only table with these very bytes lends
+        // its shared block; the copy just read is then not needed.
         if (stream->chunks->data != data) qor_serv_deallocate(data);
     }
     return QOR_RNG_STATUS_OK;

@@ -1,6 +1,7 @@
 // Saved streams: the byte layout of an image, bit-identical continuation
 // after a round trip through a file or memory, chunk order, the earlier
 // 20-byte layout, and every refusal with nothing left behind.
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -288,6 +289,37 @@ TEST_F(SavedStreams, UnreachableStatesAreRefused) {
         const std::string p = path("unreachable.rng");
         write_file(p, b);
         load_file(p, QOR_RNG_STATUS_BAD_STREAM_IMAGE);
+    }
+}
+
+// A chunk read from an image joins a shared block only when the table
+// holds that key with the very same bytes; otherwise it stays the stream's
+// own, and it never enters the table.  An image once named a shared key
+// with a longer chunk, and saving the loaded stream read past the block.
+TEST_F(SavedStreams, ImageChunksShareOnlyIdenticalBlocks) {
+    constexpr size_t kChunkKey = 24 + 16 + 4;  // header, MCG59 state, chunk id
+    const uint64_t shared_key[2] = {0x5A5A0000000000A1ull, 1}, fresh_key[2] = {0x5A5A0000000000A2ull, 1};
+    Stream owner = make_stream(QOR_RNG_BRNG_MCG59, {1});
+    ASSERT_EQ(__rixAddChunk(owner.get(), 9, shared_key, block_with(3, 0x20), 3), 0);
+    const void* shared = __rixSearchChunk(owner.get(), 9);
+    EXPECT_EQ(__rixSearchChunk(load_memory(memory_image(owner.get())).get(), 9), shared);  // identical: shared
+
+    Stream other = make_stream(QOR_RNG_BRNG_MCG59, {1});
+    ASSERT_EQ(__rixAddChunk(other.get(), 9, fresh_key, block_with(5, 0x30), 5), 0);
+    auto image = memory_image(other.get());
+    other.reset();  // the fresh key leaves the table
+    for (const auto* key : {shared_key, fresh_key}) {
+        put<uint64_t>(image, kChunkKey, key[0]);
+        put<uint64_t>(image, kChunkKey + 8, key[1]);
+        Stream t = load_memory(image);
+        const auto* data = static_cast<const unsigned char*>(__rixSearchChunk(t.get(), 9));
+        ASSERT_NE(data, nullptr);
+        EXPECT_NE(data, shared);
+        EXPECT_EQ(data[4], 0x34);
+        const auto again = memory_image(t.get());  // its own five bytes, its key dropped
+        ASSERT_EQ(again.size(), image.size());
+        EXPECT_TRUE(std::equal(again.begin() + kChunkKey + 16, again.end(), image.begin() + kChunkKey + 16));
+        EXPECT_EQ(__rixFindGlobRODataTableEntry(nullptr, fresh_key), QOR_RNG_STATUS_RO_DATA_TABLE);
     }
 }
 
