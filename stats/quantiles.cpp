@@ -29,7 +29,7 @@ struct QuantileJob {
     const int64_t* vars;
     int64_t q;
     int workers;
-    const T* orders;     // m orders, or null without quantiles
+    const QuantilePlace* at;  // m places of the orders, found before any result is written
     int64_t m;
     T* quantiles;
     const int64_t* places;  // for selection: ascending distinct places
@@ -53,10 +53,7 @@ struct QuantileJob {
 
     template <class Read>
     void write_quantiles(int64_t v, Read read) const {
-        for (int64_t j = 0; j < m; ++j) {
-            const QuantilePlace at = quantile_place(static_cast<double>(orders[j]), n);
-            quantiles[v * m + j] = static_cast<T>(quantile_value(read(at.k), read(at.k1), at.f));
-        }
+        for (int64_t j = 0; j < m; ++j) quantiles[v * m + j] = static_cast<T>(quantile_value(read(at[j].k), read(at[j].k1), at[j].f));
     }
 
     void sorted(int64_t v, T* own) const {
@@ -110,35 +107,39 @@ int32_t quantiles(SSTask* task, uint64_t estimates, int32_t method, const qor_th
     if (!want_stats && m == 0) return SS_OK;
     if (!task->obs) return SS_ERR_OBS;
 
-    // The buffer: the variable list, the places, then one slice per worker.
+    // The buffer: the variable list, the orders' places (read once, so that
+    // results written over the orders cannot move them), the distinct places
+    // to select, then one slice per worker.
     const int64_t place_room = want_stats ? 0 : 2 * m;
     const int workers = static_cast<int>(std::min<int64_t>(thread_limit(threading), p));
     const int64_t per_worker = want_stats && !(stats_storage & SS_OBS_VARIABLES_IN_ROWS) ? 2 * n : n;
-    size_t head, places_bytes, slice, total;
-    if (!aligned_bytes(p, sizeof(int64_t), head) || !aligned_bytes(place_room, sizeof(int64_t), places_bytes) ||
-        !aligned_bytes(per_worker, sizeof(T), slice) || __builtin_mul_overflow(slice, size_t(workers), &total) ||
-        __builtin_add_overflow(total, head + places_bytes, &total))
+    size_t head, at_bytes, places_bytes, slice, total;
+    if (!aligned_bytes(p, sizeof(int64_t), head) || !aligned_bytes(m, sizeof(QuantilePlace), at_bytes) ||
+        !aligned_bytes(place_room, sizeof(int64_t), places_bytes) || !aligned_bytes(per_worker, sizeof(T), slice) ||
+        __builtin_mul_overflow(slice, size_t(workers), &total) ||
+        __builtin_add_overflow(total, head + at_bytes + places_bytes, &total))
         return SS_ERR_NO_MEMORY;
     char* buffer = static_cast<char*>(qor_serv_allocate(total, kTaskAlignment));
     if (!buffer) return SS_ERR_NO_MEMORY;
     auto* vars = reinterpret_cast<int64_t*>(buffer);
     const int64_t q = list_selected(*task, p, vars);
-    auto* places = reinterpret_cast<int64_t*>(buffer + head);
+    auto* at = reinterpret_cast<QuantilePlace*>(buffer + head);
+    for (int64_t j = 0; j < m; ++j) at[j] = quantile_place(static_cast<double>(orders[j]), n);
+    auto* places = reinterpret_cast<int64_t*>(buffer + head + at_bytes);
     int64_t place_count = 0;
     if (!want_stats) {
         for (int64_t j = 0; j < m; ++j) {
-            const QuantilePlace at = quantile_place(static_cast<double>(orders[j]), n);
-            places[place_count++] = at.k;
-            places[place_count++] = at.k1;
+            places[place_count++] = at[j].k;
+            places[place_count++] = at[j].k1;
         }
         std::sort(places, places + place_count);
         place_count = std::unique(places, places + place_count) - places;
     }
     QuantileJob<T> job{static_cast<const T*>(task->obs), p, n, shape.variables_in_rows, vars, q,
-                       static_cast<int>(std::min<int64_t>(workers, q)), orders, m,
+                       static_cast<int>(std::min<int64_t>(workers, q)), at, m,
                        static_cast<T*>(task->quantiles), places, place_count,
                        want_stats ? static_cast<T*>(task->order_stats) : nullptr,
-                       (stats_storage & SS_OBS_VARIABLES_IN_ROWS) != 0, buffer + head + places_bytes, slice};
+                       (stats_storage & SS_OBS_VARIABLES_IN_ROWS) != 0, buffer + head + at_bytes + places_bytes, slice};
     run_workers(threading, job.workers, job);
     qor_serv_deallocate(buffer);
     return SS_OK;
