@@ -5,8 +5,8 @@
 // P_i(a - x[i]); across intervals the partial pieces at both ends plus
 // P_i(x[i+1] - x[i]) of every whole cell between them, summed in order.
 // Limits outside the partition fall in the end intervals, whose
-// polynomials continue; a reversed pair is integrated the right way round
-// and negated.  A quadratic whose knots lie between the breakpoints is
+// polynomials continue; a pair whose right limit lies in an earlier
+// interval is integrated the right way round and negated.  A quadratic whose knots lie between the breakpoints is
 // summed over its pieces, knot to knot, the same way.
 //
 // Pairs go in blocks of kLocateBlock; both sides' limits are located as the
@@ -75,14 +75,16 @@ int32_t integrate_blocks(const Request<T>& q, const X& x) {
             for (int64_t k = 0; k < n; ++k) {
                 const T a = q.llim[first + k], e = q.rlim[first + k];
                 T v;
+                // Limits are taken in the order of their pieces: the same as
+                // the order of the limits for ascending breakpoints and knots,
+                // and never a walk outside them for any others (or NaN).
                 if (q.knots) {
                     const int64_t pa = piece_of(lcell[k], nx, q.knots, a), pe = piece_of(rcell[k], nx, q.knots, e);
-                    v = e >= a ? integral_by_knots(x, q.knots, c, a, pa, e, pe)
-                               : -integral_by_knots(x, q.knots, c, e, pe, a, pa);
+                    v = pe >= pa ? integral_by_knots(x, q.knots, c, a, pa, e, pe)
+                                 : -integral_by_knots(x, q.knots, c, e, pe, a, pa);
                 } else {
                     const int64_t ia = interval_of(lcell[k], nx), ie = interval_of(rcell[k], nx);
-                    // Cells ascend with the limits, so the larger limit has the later interval.
-                    v = e >= a ? integral(x, order, c, a, ia, e, ie) : -integral(x, order, c, e, ie, a, ia);
+                    v = ie >= ia ? integral(x, order, c, a, ia, e, ie) : -integral(x, order, c, e, ie, a, ia);
                 }
                 q.r[q.by_site ? (first + k) * ny + j : j * q.nlim + first + k] = v;
             }

@@ -38,7 +38,15 @@ template <class T, class I>
     else if (!(t >= x[0])) lo = hi = 0;  // below the partition, or NaN
     else if (t > xl) lo = hi = nx;
     else {
-        const int64_t b = truncate64((t - x[0]) * bin_scale);
+        // A bin index far beyond any table, or NaN, comes only from
+        // breakpoints that are not finite (t - x[0] overflowing, a last
+        // breakpoint NaN): such a site brackets the whole partition.
+        const T u = (t - x[0]) * bin_scale;
+        if (!(u < T(0x1p62))) {
+            lo = 0, hi = nx - 1;
+            return;
+        }
+        const int64_t b = truncate64(u);
         lo = static_cast<I>(table[2 * b]), hi = static_cast<I>(table[2 * b + 1]);
     }
 }
