@@ -19,12 +19,12 @@
 //   R_k = R_k,a + R_k,b
 // Every term is a sum of like-signed or small corrections, so data with a
 // large mean and a small spread keep their digits.  Each mean carries the
-// part its double rounds away (a tail, |tail| ≤ ulp(m)/2): δ is a small
+// part its double rounds away (a tail, |tail| <= ulp(m)/2): δ is a small
 // difference of large means, and its rounding error, squared and scaled by
 // Wa·Wb/W, would otherwise bound the relative accuracy of S2 by about
 // 2|δ|·ulp(m)·Wa·Wb/(W·S2), 1e-10 for mean/deviation 1e9 over 2·10^5
-// observations in four parts.  Two sets centred on the
-// same supplied mean have δ = 0 and merge by plain addition.
+// observations in four parts.  Two sets centred on the same supplied mean
+// have δ = 0 and merge by plain addition.
 #pragma once
 
 #include <cstddef>
