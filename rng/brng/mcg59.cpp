@@ -110,10 +110,12 @@ namespace qor::rng {
 extern const qor_rng_brng_properties kMcg59Row = {
     32, 1, 0, 8, 59, __rixBRngMCG59InitStream, __rixsBRngMCG59, __rixdBRngMCG59, __rixiBRngMCG59};
 
-// Multipliers stay odd: they are powers of an odd one.
+// Multipliers are powers a^n of 13^13 = 1 (mod 4), n below 2^31 where
+// its order is 2^57: 1 modulo 4, and never 1 itself (a stream that would
+// repeat one output for ever).
 extern const StateCheck kMcg59StateCheck = [](const qor_rng_stream* stream) {
     const Mcg59State& s = *state_of<Mcg59State>(stream);
-    return s.x >= 1 && s.x <= kMask59 && (s.a & 1) && s.a <= kMask59;
+    return s.x >= 1 && s.x <= kMask59 && (s.a & 3) == 1 && s.a != 1 && s.a <= kMask59;
 };
 
 
