@@ -110,12 +110,14 @@ namespace qor::rng {
 extern const qor_rng_brng_properties kMcg59Row = {
     32, 1, 0, 8, 59, __rixBRngMCG59InitStream, __rixsBRngMCG59, __rixdBRngMCG59, __rixiBRngMCG59};
 
-// Multipliers are powers a^n of 13^13 = 1 (mod 4), n below 2^31 where
-// its order is 2^57: 1 modulo 4, and never 1 itself (a stream that would
-// repeat one output for ever).
+// Multipliers are powers a^n of 13^13 = 5 (mod 8) with n below 2^31, so
+// a = 1 (mod 4) and a - 1 has at most 2 + 30 trailing zero bits (the power
+// of two in a^n - 1 is that of a - 1 times that of n).  A multiplier with
+// more, 1 included, could hold x fixed: x·(a - 1) = 0 modulo 2^59.
 extern const StateCheck kMcg59StateCheck = [](const qor_rng_stream* stream) {
     const Mcg59State& s = *state_of<Mcg59State>(stream);
-    return s.x >= 1 && s.x <= kMask59 && (s.a & 3) == 1 && s.a != 1 && s.a <= kMask59;
+    constexpr uint64_t kLow33 = (uint64_t{1} << 33) - 1;
+    return s.x >= 1 && s.x <= kMask59 && (s.a & 3) == 1 && ((s.a - 1) & kLow33) != 0 && s.a <= kMask59;
 };
 
 

@@ -254,7 +254,7 @@ TEST_F(SavedStreams, HeaderRefusals) {
 }
 
 // States that the generators' own operations never reach: a value at or
-// above its modulus, an MCG59 multiplier that is even or 1, an all-zero
+// above its modulus, an MCG59 multiplier that is even or too close to 1, an all-zero
 // linear state, a block position past the block.  An MCG31m1 image with x
 // above the modulus, and an MCG59 one with multiplier 1, once sent the
 // Poisson sampler into an endless loop.
@@ -264,13 +264,14 @@ TEST_F(SavedStreams, UnreachableStatesAreRefused) {
         const char* what;
         int32_t brng;
         size_t offset, bytes;  // within the state: set to `value` (4 or 8 bytes), or zero when bytes > 8
-        uint32_t value;
+        uint64_t value;
     } cases[] = {
         {"MCG31m1 x = modulus", QOR_RNG_BRNG_MCG31M1, 0, 4, 0x7FFFFFFF},
         {"MCG31m1 x = 0", QOR_RNG_BRNG_MCG31M1, 0, 4, 0},
         {"MCG31m1 a above the modulus", QOR_RNG_BRNG_MCG31M1, 4, 4, 0xFF5390C8},
         {"MCG59 even multiplier", QOR_RNG_BRNG_MCG59, 8, 4, 2},
         {"MCG59 multiplier 1", QOR_RNG_BRNG_MCG59, 8, 8, 1},
+        {"MCG59 multiplier 1 + 2^57", QOR_RNG_BRNG_MCG59, 8, 8, 0x0200000000000001},
         {"MRG32k3a first component zero", QOR_RNG_BRNG_MRG32K3A, 0, 12, 0},
         {"MRG32k3a word at m2", QOR_RNG_BRNG_MRG32K3A, 12, 4, 4294944443u},
         {"Wichmann-Hill x = 0", QOR_RNG_BRNG_WH, 0, 4, 0},
@@ -287,7 +288,7 @@ TEST_F(SavedStreams, UnreachableStatesAreRefused) {
         EXPECT_NE(load_memory(b), nullptr);
         if (c.bytes > 8) std::memset(b.data() + kState + c.offset, 0, c.bytes);
         else if (c.bytes == 8) put<uint64_t>(b, kState + c.offset, c.value);
-        else put<uint32_t>(b, kState + c.offset, c.value);
+        else put<uint32_t>(b, kState + c.offset, static_cast<uint32_t>(c.value));
         load_memory(b, QOR_RNG_STATUS_BAD_MEMORY_IMAGE);
         const std::string p = path("unreachable.rng");
         write_file(p, b);
